@@ -1,0 +1,186 @@
+#include "Common/Src/Helper.h"
+
+#include <wbemcli.h>
+
+#include "Common/Src/ComOwner.h"
+#include "FcoeAgent/QelDebug.h"
+#include "FcoeAgent/QelRegKey.h"
+
+namespace {
+
+constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2";
+constexpr wchar_t DEBUG_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\Debug";
+constexpr wchar_t FEATURES_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\TOLV\\";
+
+// One of the installer's feature flags, and what the log says when it is not set.
+struct InstallationCheck {
+    const wchar_t* pszValue;
+    const wchar_t* pszKeyFailure;
+    const wchar_t* pszValueFailure;
+    const wchar_t* pszNotInstalled;
+};
+
+constexpr InstallationCheck DCB_CHECK{
+    L"InstalledTOLV_DCB", L"IsDcbInstalled() - Unable to open the TOLV registry key - exiting",
+    L"IsDcbInstalled() - Unable to open the DCB installation status registry value - exiting",
+    L"IsDcbInstalled() - DCB was not installed - exiting"};
+constexpr InstallationCheck FCOE_CHECK{
+    L"InstalledTOLV_FCOE", L"IsFcoeInstalled() - Unable to open the TOLV registry key - exiting",
+    L"IsFcoeInstalled() - Unable to open the Fcoe installation status registry value - exiting",
+    L"IsFcoeInstalled() - fcoe was not installed - exiting"};
+// Its messages speak of FCoE; support tools search for them as they are.
+constexpr InstallationCheck ISCSI_CHECK{
+    L"InstalledTOLV_ISCSI", L"IsIscsiInstalled() - Unable to open the TOLV registry key - exiting",
+    L"IsIscsiInstalled() - Unable to open the Fcoe installation status registry value - exiting",
+    L"IsIscsiInstalled() - fcoe was not installed - exiting"};
+
+BOOL IsInstalled(const InstallationCheck& check) {
+    CQelRegKey key;
+    if (!key.Open(HKEY_LOCAL_MACHINE, FEATURES_KEY, false)) {
+        QEL_PRINT(check.pszKeyFailure);
+        return FALSE;
+    }
+    CQelString strFlag;
+    if (!key.GetValue(check.pszValue, strFlag)) {
+        QEL_PRINT(check.pszValueFailure);
+        return FALSE;
+    }
+    if (!(strFlag == L"1")) {
+        QEL_PRINT(check.pszNotInstalled);
+        return FALSE;
+    }
+    return TRUE;
+}
+
+// Whether the query of Windows' DCB settings yields an enumerator.
+BOOL QueryMicrosoftDcb() {
+    const CQelBstr bstrLanguage(SysAllocString(L"WQL"));
+    const CQelBstr bstrQuery(SysAllocString(L"SELECT * FROM"
+                                            L" "
+                                            L"MSFT_NetQosDcbxSettingData"));
+    const CQelBstr bstrNamespace(SysAllocString(L"root\\standardcimv2"));
+
+    CQelComPointer<IWbemLocator> pLocator;
+    if (FAILED(CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
+                                reinterpret_cast<void**>(pLocator.Put()))))
+        return FALSE;
+    QEL_PRINT(L"After CoCreateInstance()");
+
+    CQelComPointer<IWbemServices> pServices;
+    if (FAILED(pLocator.Get()->ConnectServer(bstrNamespace.Get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr,
+                                             pServices.Put())))
+        return FALSE;
+    QEL_PRINT(L"After ConnectServer()");
+
+    // Without WBEM_FLAG_RETURN_IMMEDIATELY: that one gives an enumerator even for a class that does not exist.
+    CQelComPointer<IEnumWbemClassObject> pEnumInstanceName;
+    const HRESULT hResult = pServices.Get()->ExecQuery(bstrLanguage.Get(), bstrQuery.Get(), WBEM_FLAG_FORWARD_ONLY,
+                                                       nullptr, pEnumInstanceName.Put());
+    if (!pEnumInstanceName) {
+        QEL_PRINT(L"Failed: After ExecQuery -> SELECT * FROM WMI_MSFT_NET_QOS_DCBX_SETTING_DATA pEnumInstanceName == "
+                  L"NULL");
+        return FALSE;
+    }
+    if (FAILED(hResult))
+        return FALSE;
+    QEL_PRINT(L"Query WMI_MSFT_NET_QOS_DCBX_SETTING_DATA was successful, MS DCB is installed");
+    pEnumInstanceName.Reset();
+    QEL_PRINT(L"After pEnumInstanceName->Release");
+    return TRUE;
+}
+
+} // namespace
+
+BOOL CHelper::IsDcbInstalled() {
+    BOOL bReturn = FALSE;
+    const CQelDebugScope trace(L"CHelper::IsDcbInstalled", &bReturn);
+    bReturn = IsInstalled(DCB_CHECK);
+    return bReturn;
+}
+
+BOOL CHelper::IsFcoeInstalled() {
+    BOOL bReturn = FALSE;
+    const CQelDebugScope trace(L"CHelper::IsFcoeInstalled", &bReturn);
+    bReturn = IsInstalled(FCOE_CHECK);
+    return bReturn;
+}
+
+BOOL CHelper::IsIscsiInstalled() {
+    BOOL bReturn = FALSE;
+    const CQelDebugScope trace(L"CHelper::IsIscsiInstalled", &bReturn);
+    bReturn = IsInstalled(ISCSI_CHECK);
+    return bReturn;
+}
+
+BOOL CHelper::IsMicrosoftDcbInstalled() {
+    BOOL bReturn = FALSE;
+    const CQelDebugScope trace(L"CHelper::IsMicrosoftDcbInstalled", &bReturn);
+    bReturn = QueryMicrosoftDcb();
+    return bReturn;
+}
+
+BOOL CHelper::GetPathFromRegistry(const CQelString& strKey, const CQelString& strValue, CQelString& strPath) {
+    BOOL bReturn = FALSE;
+    const CQelDebugScope trace(L"CHelper::GetPathFromRegistry", &bReturn);
+    CQelRegKey key;
+    if (!key.Open(HKEY_LOCAL_MACHINE, strKey, false)) {
+        QEL_PRINT(L"GetPathFromRegistry() - Unable to open the registry key - exiting");
+        return bReturn;
+    }
+    bReturn = key.GetValue(strValue, strPath);
+    if (!bReturn)
+        QEL_PRINT(L"GetPathFromRegistry() - Unable to open the registry value - exiting");
+    return bReturn;
+}
+
+BOOL CHelper::GetInstalledLanguage(CQelString& strLanguage) {
+    BOOL bReturn = FALSE;
+    const CQelDebugScope trace(L"CHelper::GetInstalledLanguage", &bReturn);
+    bReturn = GetPathFromRegistry(SUITE_KEY, L"InstalledLangShortString", strLanguage);
+    return bReturn;
+}
+
+BOOL CHelper::GetLocalLanguage(CQelString& strLanguage) {
+    BOOL bReturn = FALSE;
+    const CQelDebugScope trace(L"CHelper::GetLocalLanguage", &bReturn);
+    bReturn = GetPathFromRegistry(L"SOFTWARE\\ORVAN\\Network_Services\\TOLV", L"LocalLanguage", strLanguage);
+    return bReturn;
+}
+
+// "Enbled" and the TOLV key that the messages speak of are what support tools look for in the log.
+BOOL CHelper::IsDebugEnbled() {
+    BOOL bReturn = FALSE;
+    const CQelDebugScope trace(L"CHelper::IsDebugEnbled", &bReturn);
+    CQelRegKey key;
+    if (!key.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, false)) {
+        QEL_PRINT(L"IsDebugEnbled() - Unable to open the TOLV registry key - exiting");
+        return bReturn;
+    }
+    ULONG ulDebugging = 0;
+    if (!key.GetValue(L"Debugging", ulDebugging)) {
+        QEL_PRINT(L"IsDebugEnbled() - Unable to open the debug registry value - exiting");
+        return bReturn;
+    }
+    bReturn = ulDebugging == 1;
+    if (bReturn)
+        QEL_PRINT(L"IsDebugEnbled() - debugging is enabled - exiting");
+    return bReturn;
+}
+
+BOOL CHelper::IsSettingDebugable(const CQelString& strValueName, ULONG& ulValue) {
+    BOOL bReturn = FALSE;
+    const CQelDebugScope trace(L"CHelper::IsSettingDebugable", &bReturn);
+    if (!IsDebugEnbled()) {
+        QEL_PRINT(L"IsSettingDebugable() - debugging is not turned on - exiting");
+        return bReturn;
+    }
+    CQelRegKey key;
+    if (!key.Open(HKEY_LOCAL_MACHINE, DEBUG_KEY, false)) {
+        QEL_PRINT(L"IsSettingDebugable() - Unable to open the TOLV registry key - exiting");
+        return bReturn;
+    }
+    bReturn = key.GetValue(strValueName, ulValue);
+    if (!bReturn)
+        QEL_PRINT(L"IsSettingDebugable() - Unable to open the debug registry value - exiting");
+    return bReturn;
+}

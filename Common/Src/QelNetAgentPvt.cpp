@@ -1,0 +1,176 @@
+#include "Common/Src/QelNetAgentPvt.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <new>
+
+#include "Common/Src/CriticalSection.h"
+#include "Common/Src/Helper.h"
+#include "Common/Src/ProcessExit.h"
+#include "FcoeAgent/QelDebug.h"
+#include "FcoeAgent/QelRegKey.h"
+
+namespace {
+
+constexpr wchar_t SOURCE_FILE[] = L"Common\\Src\\QelNetAgentPvt";
+
+// What the slots answer that never fail: success without a detail.
+constexpr QEL_RESULT QEL_RESULT_DONE{0, 0xFFFFFFFF};
+
+// An advanced DCB setting takes effect when the DCB service starts; who changes one leaves a mark for the next apply.
+void RestartDcbServiceIfSettingChanged() {
+    CQelRegKey key;
+    CQelString strChanged;
+    if (!key.Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\DCB\\", true) ||
+        !key.GetValue(L"DcbAdvancedSettingChange", strChanged) || !(strChanged == L"1"))
+        return;
+    CHelper helper;
+    helper.QelStopService(CHelper::SERVICE_DCB);
+    helper.QelStartService(CHelper::SERVICE_DCB);
+    key.SetValue(L"DcbAdvancedSettingChange", CQelString(L"0"));
+}
+
+} // namespace
+
+CQelNetAgentPvt::CQelNetAgentPvt() : m_pCoreAgent(nullptr), m_hCoreAgent(nullptr) {
+    InitializeCriticalSection(&m_csLock);
+}
+
+CQelNetAgentPvt::~CQelNetAgentPvt() {
+    if (ProcessIsTerminating())
+        new (std::nothrow) auto(m_pLoaded.load()); // the module may be torn down already: it is left to the system
+    FreeCoreAgent();
+    DeleteCriticalSection(&m_csLock);
+}
+
+// The messages of this pass say "UnLoad" and "to load", and it reports failures in the words of the load pass; they are
+// kept as hosts and support tools know them.
+QEL_RESULT CQelNetAgentPvt::ApplyDone_UnloadDevice(BYTE& byChanged) {
+    const CQelCriticalSectionGuard guard(m_csLock);
+    QEL_RESULT result = QEL_RESULT_NOT_DONE;
+    const CQelDebugScope trace(L"CQelNetAgentPvt::ApplyDone_UnloadDevice", &result);
+    RestartDcbServiceIfSettingChanged();
+    if (m_vecUnloadMiniports.empty()) {
+        QEL_PRINT(L"ApplyDone_UnLoadDevice() - No miniports to load");
+    } else {
+        QEL_PRINT(L"ApplyDone_UnLoadDevice() - Need to unload (%d) Miniports.",
+                  static_cast<int>(m_vecUnloadMiniports.size()));
+        WorkThrough(m_vecUnloadMiniports, {&CQelNetAgentPvt::UnloadMiniport, 193, true}, byChanged);
+    }
+    result.ulErrCode = 0;
+    return result;
+}
+
+QEL_RESULT CQelNetAgentPvt::ApplyDone_LoadDevice(BYTE& byChanged) {
+    const CQelCriticalSectionGuard guard(m_csLock);
+    QEL_RESULT result = QEL_RESULT_NOT_DONE;
+    const CQelDebugScope trace(L"CQelNetAgentPvt::ApplyDone_LoadDevice", &result);
+    if (m_vecLoadMiniports.empty()) {
+        QEL_PRINT(L"ApplyDone_LoadDevice() - No miniports to load");
+    } else {
+        QEL_PRINT(L"ApplyDone_LoadDevice() - Need to load (%d) Miniports.",
+                  static_cast<int>(m_vecLoadMiniports.size()));
+        WorkThrough(m_vecLoadMiniports, {&CQelNetAgentPvt::LoadMiniport, 119, false}, byChanged);
+    }
+    result.ulErrCode = 0;
+    return result;
+}
+
+void CQelNetAgentPvt::WorkThrough(std::vector<CQelString>& vecMiniports, const MiniportPass& pass, BYTE& byChanged) {
+    // A hook may add names for reload; those wait for the next pass.
+    for (std::size_t count = vecMiniports.size(); count > 0; --count) {
+        const CQelString strMiniportInst = vecMiniports.front();
+        BYTE byFlag = 0;
+        if ((this->*pass.pfnHook)(strMiniportInst, byFlag).ulErrCode != 0)
+            CQelDebug::Instance().Error(SOURCE_FILE, pass.nErrorLine,
+                                        L"ApplyDone_LoadDevice - LoadMiniport() failed - device -> %s",
+                                        strMiniportInst.c_str());
+        if (byFlag != 0)
+            byChanged = 1;
+        if (pass.bReload)
+            AddForReload(strMiniportInst);
+        vecMiniports.erase(vecMiniports.begin());
+    }
+}
+
+QEL_RESULT CQelNetAgentPvt::UnloadMiniport(const CQelString&, BYTE&) {
+    const QEL_RESULT result = QEL_RESULT_NOT_DONE;
+    const CQelDebugScope trace(L"CQelNetAgentPvt::UnloadMiniport", &result);
+    return result;
+}
+
+QEL_RESULT CQelNetAgentPvt::LoadMiniport(const CQelString&, BYTE&) {
+    const QEL_RESULT result = QEL_RESULT_NOT_DONE;
+    const CQelDebugScope trace(L"CQelNetAgentPvt::LoadMiniport", &result);
+    return result;
+}
+
+void CQelNetAgentPvt::Notify() {}
+
+QEL_RESULT CQelNetAgentPvt::QueryStatus() {
+    const QEL_RESULT result = QEL_RESULT_DONE;
+    const CQelDebugScope trace(L"CQelNetAgentPvt::QueryStatus", &result);
+    return result;
+}
+
+QEL_RESULT CQelNetAgentPvt::QueryApplyStatus() {
+    const QEL_RESULT result = QEL_RESULT_DONE;
+    const CQelDebugScope trace(L"CQelNetAgentPvt::QueryApplyStatus", &result);
+    return result;
+}
+
+void CQelNetAgentPvt::AddForReload(const CQelString& strMiniportInst) {
+    const CQelDebugScope trace(L"CQelNetAgentPvt::AddForReload");
+    QEL_PRINT(L"Adding strMiniportInst=%s", strMiniportInst.c_str());
+    const CQelCriticalSectionGuard guard(m_csLock);
+    if (!strMiniportInst.empty() && std::ranges::find(m_vecLoadMiniports, strMiniportInst) == m_vecLoadMiniports.end())
+        m_vecLoadMiniports.push_back(strMiniportInst);
+}
+
+void CQelNetAgentPvt::GetCoreAgntPvt() {
+    const CQelDebugScope trace(L"CQelNetAgentPvt::GetCoreAgntPvt");
+    const CQelCriticalSectionGuard guard(m_csLock);
+    FreeCoreAgent();
+    CQelModule module(CHelper().PwLoadLibrary(L"CoreAgnt"));
+    if (!module)
+        return;
+    // A module that the suite's registry names as its core agent is trusted to export this.
+    const auto pfnGetCoreAgentPvt =
+        reinterpret_cast<PFN_GetCoreAgentPvt>(reinterpret_cast<void*>(GetProcAddress(module.Get(), "GetCoreAgentPvt")));
+    ICoreAgentPvt* const pCoreAgent = pfnGetCoreAgentPvt();
+    const HMODULE hCoreAgent = module.Get();
+    m_pLoaded.store(std::make_shared<const CoreAgent>(CoreAgent{std::move(module), pCoreAgent}));
+    // Once the module is held: without memory for that nothing leads into a module that is unloaded again.
+    m_pCoreAgent = pCoreAgent;
+    m_hCoreAgent = hCoreAgent;
+}
+
+void CQelNetAgentPvt::FreeCoreAgent() {
+    if (!m_hCoreAgent)
+        return;
+    m_hCoreAgent = nullptr;
+    m_bGone = true;
+    m_pLoaded.store(nullptr);
+}
+
+void CQelNetAgentPvt::WaitForApplyDone(ULONG64 ullContext) {
+    const CQelDebugScope trace(L"CQelNetAgentPvt::WaitForApplyDone");
+    CallCoreAgent(SOURCE_FILE, 267, L"CQelNetAgentPvt::WaitForApplyDone() - Exception caught",
+                  [&](ICoreAgentPvt& core) { core.WaitForApplyDone(ullContext); });
+}
+
+QEL_RESULT CQelNetAgentPvt::StartLock(QEL_LOCK_REQUEST request, BYTE& byLockTaken) {
+    QEL_RESULT result = QEL_RESULT_NOT_DONE;
+    const CQelDebugScope trace(L"CQelNetAgentPvt::StartLock", &result);
+    CallCoreAgent(SOURCE_FILE, 352, L"CQelNetAgentPvt::StartLock() - Exception caught",
+                  [&](ICoreAgentPvt& core) { result = core.StartLock(request, byLockTaken); });
+    return result;
+}
+
+QEL_RESULT CQelNetAgentPvt::DoneLock(QEL_LOCK_REQUEST request) {
+    QEL_RESULT result = QEL_RESULT_NOT_DONE;
+    const CQelDebugScope trace(L"CQelNetAgentPvt::DoneLock", &result);
+    CallCoreAgent(SOURCE_FILE, 380, L"CQelNetAgentPvt::DoneLock() - Exception caught",
+                  [&](ICoreAgentPvt& core) { result = core.DoneLock(request); });
+    return result;
+}

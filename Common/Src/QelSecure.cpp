@@ -1,0 +1,62 @@
+#include "Common/Src/QelSecure.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cwchar>
+
+#include "FcoeAgent/QelDebug.h"
+
+namespace {
+
+// Keeps the handler that ours replaced, and puts it back when the module goes: the process would call into unloaded
+// code otherwise.
+class CInvalidParameterHandler {
+  public:
+    ~CInvalidParameterHandler() {
+        if (IsInstalled())
+            _set_invalid_parameter_handler(m_pfnPrevious);
+    }
+    void Install() {
+        if (IsInstalled())
+            return;
+        CQelDebug::Instance().Error(QEL_SOURCE_FILE, __LINE__,
+                                    L"Setting invalid parameter handler to: QelSecureInvalidParameterHandler");
+        m_pfnPrevious = _set_invalid_parameter_handler(QelSecureInvalidParameterHandler);
+    }
+
+  private:
+    static bool IsInstalled() { return _get_invalid_parameter_handler() == QelSecureInvalidParameterHandler; }
+
+    _invalid_parameter_handler m_pfnPrevious = nullptr;
+};
+
+CInvalidParameterHandler g_handler;
+
+// Append failures carry the name of the copy, too: support scripts search the log for this wording.
+int Report(int nError, const wchar_t* pszSourceFile, int nLine, const wchar_t* pszDestination) {
+    if (nError == EINVAL && pszDestination)
+        CQelDebug::Instance().Error(pszSourceFile, nLine, L"QelSafeCopy ERROR: NULL == strSource");
+    else if (nError == EINVAL)
+        CQelDebug::Instance().Error(QEL_SOURCE_FILE, __LINE__, L"QelSafeCopy ERROR: NULL == strDestination");
+    else if (nError == ERANGE)
+        CQelDebug::Instance().Error(pszSourceFile, nLine, L"QelSafeCopy ERROR: strDestination size 0, or too small");
+    return nError;
+}
+
+} // namespace
+
+int QelSafeCopy(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t sizeInCharacters,
+                const wchar_t* pszSource) {
+    g_handler.Install();
+    return Report(wcscpy_s(pszDestination, sizeInCharacters, pszSource), pszSourceFile, nLine, pszDestination);
+}
+
+int QelSafeCat(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t sizeInCharacters,
+               const wchar_t* pszSource) {
+    g_handler.Install();
+    return Report(wcscat_s(pszDestination, sizeInCharacters, pszSource), pszSourceFile, nLine, pszDestination);
+}
+
+void QelSecureInvalidParameterHandler(const wchar_t*, const wchar_t*, const wchar_t*, unsigned int, std::uintptr_t) {
+    QEL_PRINT(L"QelSecureInvalidParameterHandler : ERROR");
+}

@@ -1,0 +1,137 @@
+#include "agent/FcoeAgentWin.h"
+
+#include <new>
+
+#include "Common/Src/CriticalSection.h"
+#include "Common/Src/Helper.h"
+#include "Common/Src/ProcessExit.h"
+#include "FcoeAgent/QelDebug.h"
+
+namespace {
+
+constexpr wchar_t SOURCE_FILE[] = L"agent\\FcoeAgentWin";
+constexpr wchar_t AGENT_NAME[] = L"FcoeAgnt";
+
+// The module's own handle, as the registry names it.
+HMODULE g_hModule;
+
+} // namespace
+
+CQelFcoeAgentWin::CQelFcoeAgentWin() {
+    CQelDebug::Instance().Configure(L"FCOEAGENT", L"FcoeAgnt.txt", 1, 0, 0);
+    InitializeCriticalSection(&m_csAgent);
+}
+
+CQelFcoeAgentWin::~CQelFcoeAgentWin() {
+    if (ProcessIsTerminating()) {
+        // The other threads are gone, with locks held perhaps, and the neighbours may be unloaded: what the agent holds
+        // is left to the system.
+        new (std::nothrow) auto(std::move(m_mapHBAs));
+        new (std::nothrow) auto(std::move(m_vecLibraries));
+        return;
+    }
+    {
+        CQelCriticalSectionGuard guard(m_csAgent);
+        FreeCoreAgent();
+        try {
+            ShutDown();
+        } catch (...) {
+            // Without memory for an orderly end the members give up the library.
+            CQelDebug::Instance().Error(SOURCE_FILE, __LINE__,
+                                        L"CQelFcoeAgentWin::~CQelFcoeAgentWin() - Exception caught");
+        }
+    }
+    DeleteCriticalSection(&m_csAgent);
+}
+
+BOOL CQelFcoeAgentWin::Initialize() {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeAgentWin::Initialize", &bReturn);
+    CQelCriticalSectionGuard guard(m_csAgent);
+    if (m_bInitialized) {
+        QEL_PRINT(L"CQelFcoeAgentWin::Initialize() - Already initialized");
+        bReturn = TRUE;
+        return bReturn;
+    }
+    CQelString strLocation;
+    if (!CHelper().GetAgentModuleLocation(AGENT_NAME, strLocation))
+        return bReturn;
+    g_hModule = GetModuleHandleW(strLocation);
+    if (!g_hModule)
+        return bReturn;
+
+    auto pLibrary = std::make_unique<CHBAAPIInt>();
+    // Its result does not count: the HBA objects load the library when they need it.
+    Contain(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::Initialize", [&] { return pLibrary->InitHBAAPIMod(); });
+    Contain(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::Initialize", [&] {
+        GetCoreAgntPvt();
+        return TRUE;
+    });
+    // Only now: a start that memory exhaustion ended leaves no library loaded behind.
+    m_vecLibraries.push_back(std::move(pLibrary));
+    m_pLibrary = m_vecLibraries.back().get();
+    bReturn = m_pCoreAgent != nullptr;
+    // Also without a core agent: hosts rely on the next start succeeding.
+    m_bInitialized = TRUE;
+    return bReturn;
+}
+
+BOOL CQelFcoeAgentWin::GetAdaptersThatSupportFCOE(std::vector<CQelString>& vecAdapters, ULONG64 ullContext) {
+    BOOL bReturn = TRUE; // on every path; the callers test it all the same
+    CQelDebugScope trace(L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE", &bReturn);
+    vecAdapters.clear();
+    WaitForApplyDone(ullContext);
+    if (!CHelper().IsFcoeInstalled()) {
+        QEL_PRINT(L"FCOE is not installed - not reutnring adapters"); // misspelt: hosts search for it
+        return bReturn;
+    }
+    std::vector<CQelString> vecAll;
+    QEL_RESULT result = QEL_RESULT_NOT_DONE;
+    CallCoreAgent(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE() - Exception caught",
+                  [&](ICoreAgentPvt& core) { result = core.EnumerateAdapters(vecAll, ullContext); });
+    if (result.ulErrCode != 0 || vecAll.empty()) {
+        QEL_PRINT(L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE - EnumerateAdapters failed!");
+        return bReturn;
+    }
+    for (const CQelString& strAdapter : vecAll) {
+        BYTE bySupported = 0;
+        CallCoreAgent(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE() - Exception caught",
+                      [&](ICoreAgentPvt& core) { bySupported = core.SupportsFcoe(strAdapter); });
+        if (bySupported)
+            vecAdapters.push_back(strAdapter);
+    }
+    return bReturn;
+}
+
+std::shared_ptr<CQelFcoeHBA> CQelFcoeAgentWin::GetHBAObject(const CQelString& strAdapter) {
+    CQelDebugScope trace(L"CQelFcoeAgentWin::GetHBAObject");
+    CQelCriticalSectionGuard guard(m_csAgent);
+    if (const auto it = m_mapHBAs.find(strAdapter); it != m_mapHBAs.end())
+        return it->second;
+    if (!m_pLibrary)
+        return nullptr;
+    // An adapter that the core agent does not know gets its object all the same, without a second identifier.
+    QEL_ADAPTER_INFO info;
+    if (!CallCoreAgent(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::GetHBAObject() - Exception caught",
+                       [&](ICoreAgentPvt& core) { core.GetAdapterInfo(strAdapter, info, 0); }))
+        info = {};
+    auto pHBA = std::make_shared<CQelFcoeHBA>(m_pLibrary, strAdapter, info.strDisplayName);
+    m_mapHBAs.emplace(strAdapter, pHBA);
+    return pHBA;
+}
+
+BOOL CQelFcoeAgentWin::Uninstall(ULONG64) {
+    BOOL bReturn = TRUE;
+    CQelDebugScope trace(L"CQelFcoeAgentWin::Uninstall", &bReturn);
+    CQelCriticalSectionGuard guard(m_csAgent);
+    ShutDown();
+    return bReturn;
+}
+
+// Under the agent lock. The library access object stays: operations after this load the library through it again.
+void CQelFcoeAgentWin::ShutDown() {
+    m_mapHBAs.clear();
+    if (m_bInitialized)
+        m_pLibrary->DeInitHBAAPIMod();
+    m_bInitialized = FALSE;
+}

@@ -1,0 +1,99 @@
+// CQelFcoeAgentWin, the agent behind the host's interface.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include <windows.h>
+
+#include "Common/Src/QelNetAgentPvt.h"
+#include "FcoeAgent/FcoeAgentIntf.h"
+#include "hbaapi/HBAAPIInt.h"
+#include "model/FcoeHBA.h"
+
+// Finds the adapters' HBA objects and has them do what the host asks.
+//
+// Threading: the agent lock guards the fields below and the map of the HBA objects; it is not held while an HBA object
+// works. Locks nest in this order: the agent lock, then that of the CQelNetAgentPvt base.
+class CQelFcoeAgentWin : public CQelFcoeAgentIntf, public CQelNetAgentPvt {
+  public:
+    // Opens the module's diagnostic log.
+    CQelFcoeAgentWin();
+    CQelFcoeAgentWin(const CQelFcoeAgentWin&) = delete;
+    CQelFcoeAgentWin& operator=(const CQelFcoeAgentWin&) = delete;
+    ~CQelFcoeAgentWin() override;
+
+    // Finds the module's registration, binds the vendor library and the core agent. FALSE once when there is no core
+    // agent: the agent counts as initialized from then on.
+    BOOL Initialize();
+
+    BOOL EnumerateHBAs(const CQelString& strAdapter, std::vector<QEL_FCOE_HBA>& vecHBAs, ULONG64 ullContext) override;
+    BOOL EnumerateFabrics(CQelString& strAdapter, std::vector<QEL_FCOE_FABRIC>& vecFabrics,
+                          ULONG64 ullContext) override;
+    BOOL EnumeratePorts(CQelString& strAdapter, std::vector<QEL_FCOE_PORT>& vecPorts, ULONG64 ullContext) override;
+    BOOL EnumerateTargets(CQelString& strAdapter, std::vector<QEL_FCOE_TARGET>& vecTargets,
+                          ULONG64 ullContext) override;
+    BOOL EnumerateVLANs(CQelString& strAdapter, std::vector<QEL_FCOE_VLAN>& vecVLANs, ULONG64 ullContext) override;
+    BOOL EnumerateLUNs(CQelString& strAdapter, std::vector<QEL_FCOE_LUN>& vecLUNs, ULONG64 ullContext) override;
+    BOOL EnumerateStatistics(CQelString& strAdapter, std::vector<QEL_FCOE_STATISTIC>& vecStatistics,
+                             ULONG64 ullContext) override;
+    BOOL Uninstall(ULONG64 ullIgnored) override;
+    BOOL CreateVPort(CQelString& strAdapter, CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>& vecErrors,
+                     ULONG& ulLockOwner) override;
+    BOOL DeleteVPort(CQelString& strAdapter, CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>& vecErrors,
+                     QEL_LOCK_REQUEST lockRequest) override;
+    BOOL GenerateVPortWWPN(CQelString& strAdapter, CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>& vecErrors,
+                           ULONG64 ullContext) override;
+    BOOL RefreshTargets(CQelString& strAdapter, ULONG64 ullContext) override;
+
+    // Replaces the list by the identifiers of the adapters that support FCoE. TRUE always; the list is empty when FCoE
+    // is not installed or the core agent does not answer.
+    BOOL GetAdaptersThatSupportFCOE(std::vector<CQelString>& vecAdapters, ULONG64 ullContext);
+    // The adapter's HBA object, made on first use; null when the vendor library was never opened.
+    std::shared_ptr<CQelFcoeHBA> GetHBAObject(const CQelString& strAdapter);
+
+  private:
+    // The operations' common shapes; each opens the operation's trace.
+    template <class Work>
+    BOOL ForEachHBA(const wchar_t* pszOperation, const wchar_t* pszFailure, const CQelString& strAdapter,
+                    ULONG64 ullContext, Work work);
+    template <class Record, class Object>
+    BOOL EnumerateList(const wchar_t* pszOperation, const wchar_t* pszFailure,
+                       BOOL (CQelFcoeHBA::*pfnGetObjects)(std::vector<std::shared_ptr<Object>>&),
+                       const CQelString& strAdapter, std::vector<Record>& vecRecords, ULONG64 ullContext);
+    template <class Work>
+    BOOL ChangeVPort(const wchar_t* pszOperation, const wchar_t* pszLockFailure, const CQelString& strAdapter,
+                     QEL_LOCK_REQUEST request, Work work);
+    template <class Work>
+    BOOL AfterApply(const wchar_t* pszOperation, const CQelString& strAdapter, ULONG64 ullContext, Work work);
+
+    // What the work yields; FALSE when it throws, which is written to the log with the place given and the operation's
+    // name. A neighbour's exception ends here; only memory exhaustion reaches the host.
+    template <class Work>
+    static BOOL Contain(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszOperation, Work work);
+
+    void ShutDown();
+
+  protected:
+    CRITICAL_SECTION m_csAgent;
+    BOOL m_bInitialized = FALSE;
+    CHBAAPIInt* m_pLibrary = nullptr;
+    std::map<CQelString, std::shared_ptr<CQelFcoeHBA>> m_mapHBAs;
+    // Every library access object of the agent's life, the last one in use. An HBA object that a caller still holds
+    // when the agent is uninstalled and started again works through the one it was made with.
+    std::vector<std::unique_ptr<CHBAAPIInt>> m_vecLibraries;
+};
+
+template <class Work>
+BOOL CQelFcoeAgentWin::Contain(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszOperation, Work work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (...) {
+        CQelDebug::Instance().Error(pszSourceFile, nLine, L"%s() - Exception caught", pszOperation);
+        return FALSE;
+    }
+}

@@ -1,0 +1,28 @@
+// The mutex that serialises what loads, unloads or reconfigures the vendor library, across all processes.
+#pragma once
+
+#include <windows.h>
+
+#include "Common/Src/Owner.h"
+
+struct CQelMutexTraits {
+    using Handle = HANDLE;
+    static Handle Empty() noexcept { return nullptr; }
+    // Releasing a mutex that the thread does not own fails and changes nothing.
+    static void Close(Handle handle) noexcept {
+        ReleaseMutex(handle);
+        CloseHandle(handle);
+    }
+};
+
+// Opens and takes the mutex, and gives it back at scope end. The handle is never kept beyond the scope.
+class CCrossProcessMutex {
+  public:
+    // Waits at most 10 s. An abandoned mutex counts as not acquired; it is given back at once, so the next one gets it.
+    CCrossProcessMutex();
+
+    bool IsAcquired() const noexcept { return static_cast<bool>(m_mutex); }
+
+  private:
+    CQelOwner<CQelMutexTraits> m_mutex;
+};

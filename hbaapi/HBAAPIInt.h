@@ -1,0 +1,104 @@
+// CHBAAPIInt, the only door to the vendor HBA library.
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include <windows.h>
+
+#include "FcoeAgent/HbaApi.h"
+#include "FcoeAgent/OrvanHbaApi.h"
+#include "FcoeAgent/QelString.h"
+
+struct CVendorBinding;
+
+// Loads orvanhapi.dll, binds it, and makes every call to it, one operation a call.
+//
+// Rules for every operation: handles are passed through unexamined; a library status is logged and never translated;
+// FALSE means that the library refused or could not be asked, unless the operation says otherwise. Buffers belong to
+// the caller. Outputs are untouched unless the operation says otherwise.
+//
+// Threading: every operation may be called from any thread. InitHBAAPIMod, DeInitHBAAPIMod, GetAdapterHandle and the
+// virtual-port calls hold the cross-process mutex "Global\CHBAAPINTMUT" while they work: they wait at most 10 s for it
+// and then fail. A call that is inside the library keeps it loaded: when DeInitHBAAPIMod runs meanwhile, the last call
+// to return unloads it. Errors: nothing is thrown but what the library or memory exhaustion throws; the mutex is
+// released on that path, too.
+class CHBAAPIInt {
+  public:
+    // Size of an adapter name in wide characters, terminator included.
+    static constexpr int NAME_SIZE = 260;
+
+    CHBAAPIInt();
+    ~CHBAAPIInt() = default; // gives up the library if DeInitHBAAPIMod did not
+    CHBAAPIInt(const CHBAAPIInt&) = delete;
+    CHBAAPIInt& operator=(const CHBAAPIInt&) = delete;
+
+    // --- Binding and adapter handles
+
+    // Loads and binds the library.
+    BOOL InitHBAAPIMod();
+    // Binds the library, loading it when needed, and yields the library's name of the adapter.
+    //   pszDevice      "\DEVICE\" and the adapter's device name
+    //   bEthInst       FALSE: nothing is done, the result is FALSE
+    //   pszAdapterName buffer of NAME_SIZE characters
+    BOOL InitHBAAPIMod(const wchar_t* pszDevice, BOOL bEthInst, wchar_t* pszAdapterName);
+    // Unloads the library. Always TRUE.
+    BOOL DeInitHBAAPIMod();
+    BOOL GetAdapterHandle(const wchar_t* pszAdapterName, HBA_HANDLE& hAdapter);
+    // Closes the handle and sets it to 0. Always TRUE.
+    BOOL CloseAdapHandle(HBA_HANDLE& hAdapter);
+
+    // --- Adapter and port queries
+
+    BOOL GetAdapterAtrributes(HBA_HANDLE hAdapter, HBA_ADAPTERATTRIBUTES& attributes);
+    BOOL GetAdapterPortAttributes(HBA_HANDLE hAdapter, HBA_PORTATTRIBUTES& attributes);
+    // The record is zeroed unless the call succeeds.
+    BOOL GetPortStatistics(HBA_HANDLE hAdapter, HBA_PORTSTATISTICS& statistics);
+    BOOL GetFCEthernetProperties(HBA_HANDLE hAdapter, ORVAN_FC_NIC_PROPERTIES* pProperties);
+    // List reads. The list's count says what its buffer holds. bMoreData and ulCount are always set: bMoreData when the
+    // buffer was too small and the library told how many entries exist, which is then ulCount; on success ulCount is
+    // the list's count; else 0.
+    BOOL GetTargetsInfo(HBA_HANDLE hAdapter, HBA_FCPTARGETMAPPING* pTargetsInfo, BOOL& bMoreData, ULONG& ulCount);
+    BOOL GetTargetList(HBA_HANDLE hAdapter, ORVAN_TARGET_LIST* pTargetList, BOOL& bMoreData, ULONG& ulCount);
+    BOOL GetVLANList(HBA_HANDLE hAdapter, ORVAN_VLAN_LIST* pVLANList, BOOL& bMoreData, ULONG& ulCount);
+
+    // --- SCSI commands and rescan. Sizes in bytes.
+
+    // INQUIRY. TRUE without a call when the library is not bound.
+    BOOL RetrieveSCSIInfo(HBA_HANDLE hAdapter, HBA_WWN targetPort, HBA_UINT64 ullLun, HBA_UINT8 byEvpd,
+                          HBA_UINT32 ulPageCode, void* pRspBuf, HBA_UINT32 ulRspBufSize, void* pSenseBuf,
+                          HBA_UINT32 ulSenseBufSize);
+    // READ CAPACITY; repeated at once, at most three times, while the answer is CHECK CONDITION.
+    BOOL RetrieveLUNCapacityV2(HBA_HANDLE hAdapter, HBA_WWN hbaPort, HBA_WWN targetPort, HBA_UINT64 ullLun,
+                               void* pRspBuf, HBA_UINT32 ulRspBufSize, void* pSenseBuf, HBA_UINT32 ulSenseBufSize);
+    // READ CAPACITY (16). TRUE without a call when the library cannot be asked: the caller judges the response.
+    BOOL RetrieveLUNCapacity16(HBA_HANDLE hAdapter, HBA_WWN targetPort, HBA_UINT64 ullLun, void* pRspBuf,
+                               HBA_UINT32 ulRspBufSize, void* pSenseBuf, HBA_UINT32 ulSenseBufSize);
+    // Rescans the adapter's bus. TRUE when the library has no such function.
+    BOOL RefreshTargetInfo(HBA_HANDLE hAdapter);
+
+    // --- Virtual ports
+
+    BOOL GenerateVportWwpn(HBA_HANDLE hAdapter, HBA_WWN* pWwpn);
+    // ulStatus: the library's refusal.
+    BOOL CreateVport(HBA_HANDLE hAdapter, ORVAN_FC_PORT& request, HBA_STATUS& ulStatus);
+    BOOL RemoveVport(HBA_HANDLE hAdapter, ORVAN_FC_PORT& request);
+    // ulCount is set on success and when the buffer was too small.
+    BOOL GetPorts(HBA_HANDLE hAdapter, ORVAN_FC_PORT_LIST* pPorts, ULONG& ulCount);
+    // 0 on any failure.
+    LONG GetPortsCount(HBA_HANDLE hAdapter);
+
+  private:
+    using Binding = std::shared_ptr<const CVendorBinding>;
+
+    // The binding that a call works with from its start to its end.
+    Binding GetBinding() const { return m_pBinding.load(); }
+    // Publishes a changed copy of the binding. The old one goes when the last call that uses it is over.
+    template <class Change> void ChangeBinding(Change change);
+    bool LoadModule(DWORD& dwError);
+    // Initializes the library and registers its handlers; the messages are the calling operation's.
+    BOOL Bind(const wchar_t* pszConversionFailure, const wchar_t* pszInitializeFailure);
+    BOOL GetAdapterName(const wchar_t* pszDevice, wchar_t* pszAdapterName);
+
+    std::atomic<Binding> m_pBinding; // never null
+};

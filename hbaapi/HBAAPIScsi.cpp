@@ -1,0 +1,103 @@
+// SCSI commands and rescan.
+#include "hbaapi/HBAAPIInt.h"
+
+#include "FcoeAgent/QelDebug.h"
+#include "hbaapi/VendorBinding.h"
+
+namespace {
+constexpr int MAX_CAPACITY_RETRIES = 3;
+constexpr HBA_UINT32 RESCAN_WHOLE_BUS = 0xFFFFFFFF;
+} // namespace
+
+BOOL CHBAAPIInt::RetrieveSCSIInfo(HBA_HANDLE hAdapter, HBA_WWN targetPort, HBA_UINT64 ullLun, HBA_UINT8 byEvpd,
+                                  HBA_UINT32 ulPageCode, void* pRspBuf, HBA_UINT32 ulRspBufSize, void* pSenseBuf,
+                                  HBA_UINT32 ulSenseBufSize) {
+    BOOL bReturn = TRUE;
+    CQelDebugScope trace(L"CHBAAPIInt::RetrieveSCSIInfo", &bReturn);
+
+    if (!pRspBuf || !pSenseBuf) {
+        QEL_PRINT(L"CHBAAPIInt::RetrieveSCSIInfo pRspBuf or pSenseBuf invalid");
+        return bReturn = FALSE;
+    }
+    const Binding pBinding = GetBinding();
+    const auto pfnInquiry = pBinding->Handler(&HBA_ENTRYPOINTSV2::ScsiInquiryHandler);
+    if (!pfnInquiry)
+        return bReturn; // the caller finds an empty response
+    if (pfnInquiry(hAdapter, targetPort, ullLun, byEvpd, ulPageCode, pRspBuf, ulRspBufSize, pSenseBuf,
+                   ulSenseBufSize) != HBA_STATUS_OK) {
+        QEL_PRINT(L"RetrieveSCSIInfo - ScsiInquiryHandler failed");
+        return bReturn = FALSE;
+    }
+    QEL_PRINT(L"RetrieveSCSIInfo - ScsiInquiryHandler Succeeded");
+    return bReturn;
+}
+
+BOOL CHBAAPIInt::RetrieveLUNCapacityV2(HBA_HANDLE hAdapter, HBA_WWN hbaPort, HBA_WWN targetPort, HBA_UINT64 ullLun,
+                                       void* pRspBuf, HBA_UINT32 ulRspBufSize, void* pSenseBuf,
+                                       HBA_UINT32 ulSenseBufSize) {
+    CQelDebugScope trace(L"CHBAAPIInt::RetrieveLUNCapacityV2");
+
+    if (!pRspBuf || !pSenseBuf) {
+        QEL_PRINT(L"CHBAAPIInt::RetrieveLUNCapacityV2 pRspBuf or pSenseBuf invalid");
+        return FALSE;
+    }
+    const Binding pBinding = GetBinding();
+    const auto pfnReadCapacity = pBinding->m_entryPoints.ScsiReadCapacityV2Handler;
+    if (!pfnReadCapacity)
+        return FALSE;
+
+    // A unit attention reports itself once and is gone; a retry sees the sizes that the library wrote back.
+    for (int nRetries = 0;; ++nRetries) {
+        const HBA_STATUS ulStatus = pfnReadCapacity(hAdapter, hbaPort, targetPort, ullLun, pRspBuf, &ulRspBufSize,
+                                                    nullptr, pSenseBuf, &ulSenseBufSize);
+        if (ulStatus == HBA_STATUS_OK) {
+            QEL_PRINT(L"RetrieveLUNCapacityV2 Succeeded");
+            return TRUE;
+        }
+        QEL_PRINT(L"RetrieveLUNCapacityV2 failed - Status=%d", ulStatus);
+        if (ulStatus != HBA_STATUS_SCSI_CHECK_CONDITION || nRetries == MAX_CAPACITY_RETRIES)
+            return FALSE;
+    }
+}
+
+BOOL CHBAAPIInt::RetrieveLUNCapacity16(HBA_HANDLE hAdapter, HBA_WWN targetPort, HBA_UINT64 ullLun, void* pRspBuf,
+                                       HBA_UINT32 ulRspBufSize, void* pSenseBuf, HBA_UINT32 ulSenseBufSize) {
+    BOOL bReturn = TRUE;
+    CQelDebugScope trace(L"CHBAAPIInt::RetrieveLUNCapacity16", &bReturn);
+
+    if (!pRspBuf || !pSenseBuf) {
+        QEL_PRINT(L"CHBAAPIInt::RetrieveLUNCapacity16 pRspBuf or pSenseBuf invalid");
+        return bReturn = FALSE;
+    }
+    const Binding pBinding = GetBinding();
+    decltype(&ORVAN_SendReadCapacity16) pfnReadCapacity = nullptr;
+    if (pBinding->IsReady() && !pBinding->FindExport(L"ORVAN_SendReadCapacity16", pfnReadCapacity))
+        return bReturn = FALSE;
+    if (!pfnReadCapacity)
+        return bReturn; // callers judge the response
+    if (pfnReadCapacity(hAdapter, targetPort, ullLun, pRspBuf, ulRspBufSize, pSenseBuf, ulSenseBufSize) !=
+        HBA_STATUS_OK) {
+        QEL_PRINT(L"SendReadCapacity16 failed");
+        return bReturn = FALSE;
+    }
+    QEL_PRINT(L"SendReadCapacity16 Succeeded");
+    return bReturn;
+}
+
+BOOL CHBAAPIInt::RefreshTargetInfo(HBA_HANDLE hAdapter) {
+    CQelDebugScope trace(L"CHBAAPIInt::RefreshTargetInfo");
+
+    const Binding pBinding = GetBinding();
+    decltype(&ORVAN_RescanScsiBus) pfnRescan = nullptr;
+    if (!pBinding->FindExport(L"ORVAN_RescanScsiBus", pfnRescan))
+        return FALSE;
+    if (!pfnRescan)
+        return TRUE;
+    const HBA_STATUS ulStatus = pfnRescan(hAdapter, RESCAN_WHOLE_BUS);
+    if (ulStatus != HBA_STATUS_OK) {
+        QEL_PRINT(L"CHBAAPIInt::RefreshTargetInfo failed with return code Status = %d", ulStatus);
+        return FALSE;
+    }
+    QEL_PRINT(L"CHBAAPIInt::RefreshTargetInfo Succeeded");
+    return TRUE;
+}

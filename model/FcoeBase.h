@@ -1,0 +1,79 @@
+// What every object of the FCoE tree has: lock, library access, names, adapter handle and cached values.
+#pragma once
+
+#include <memory>
+#include <type_traits>
+#include <vector>
+
+#include <windows.h>
+
+#include "FcoeAgent/HbaApi.h"
+#include "FcoeAgent/QelString.h"
+#include "hbaapi/HBAAPIInt.h"
+#include "model/CacheCollection.h"
+#include "model/CacheKeys.h"
+
+// Embedded as the first part of every object of the tree; not polymorphic.
+//
+// Threading: an object may be used by several threads. What an object changes after its construction is written and
+// read under its lock; the cached values need none.
+class CQelFcoeBase {
+  public:
+    CQelFcoeBase(const CQelFcoeBase&) = delete;
+    CQelFcoeBase& operator=(const CQelFcoeBase&) = delete;
+
+    // A refresh routine: runs the object's reader into a fresh value and stores that in the slot, whatever the reader
+    // reported. The result is the reader's; a reader without one never fails.
+    template <class Object, class Value, auto pfnReader> static bool Refresh(void* pOwner, CacheSlot* pSlot);
+
+  protected:
+    // hAdapter: the adapter's handle in the library; 0 for an object that opens its own.
+    CQelFcoeBase(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName, HBA_HANDLE hAdapter);
+    ~CQelFcoeBase();
+
+    // The cached record; false when it cannot be had, and the output is then untouched.
+    template <class Record> bool CopyCached(LONG lKey, Record& record) const;
+    // Appends the objects of a cached list in their order.
+    template <class Object> bool AppendCached(LONG lKey, std::vector<std::shared_ptr<Object>>& vecOut) const;
+
+    mutable CRITICAL_SECTION m_csLock;
+    ULONG m_ulOpened; // 1 once an attempt to open the library handle has run
+    CHBAAPIInt* m_pLibrary;
+    CQelString m_strSecondName;
+    std::shared_ptr<CacheCollection> m_pCache;
+    const CQelString& m_strName; // the collection's, which every object has anyway
+    HBA_HANDLE m_hAdapter;       // 0: not open
+    bool m_bLockInitialised;
+};
+
+template <class Object, class Value, auto pfnReader> bool CQelFcoeBase::Refresh(void* pOwner, CacheSlot* pSlot) {
+    if (!pOwner)
+        return false;
+    auto& object = static_cast<Object&>(*static_cast<CQelFcoeBase*>(pOwner));
+    auto pValue = std::make_shared<Value>();
+    if constexpr (std::is_void_v<decltype((object.*pfnReader)(*pValue))>) {
+        (object.*pfnReader)(*pValue);
+        pSlot->store(std::move(pValue));
+        return true;
+    } else {
+        const bool bResult = (object.*pfnReader)(*pValue);
+        pSlot->store(std::move(pValue));
+        return bResult;
+    }
+}
+
+template <class Record> bool CQelFcoeBase::CopyCached(LONG lKey, Record& record) const {
+    std::shared_ptr<Record> pRecord;
+    if (!m_pCache->Get(lKey, pRecord) || !pRecord)
+        return false;
+    record = *pRecord;
+    return true;
+}
+
+template <class Object> bool CQelFcoeBase::AppendCached(LONG lKey, std::vector<std::shared_ptr<Object>>& vecOut) const {
+    std::shared_ptr<std::vector<std::shared_ptr<Object>>> pList;
+    if (!m_pCache->Get(lKey, pList) || !pList)
+        return false;
+    vecOut.insert(vecOut.end(), pList->begin(), pList->end());
+    return true;
+}

@@ -1,0 +1,133 @@
+#include "model/FcoeFabric.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "Common/Src/CriticalSection.h"
+#include "FcoeAgent/QelDebug.h"
+#include "FcoeAgent/QelResource.h"
+#include "model/ListRead.h"
+#include "model/ResourceText.h"
+#include "model/WwnText.h"
+
+namespace {
+
+bool BelongsTo(ULONG ulKind, const ORVAN_FC_PORT& entry) {
+    switch (entry.PortType) {
+    case CQelFcoePort::TYPE_PHYSICAL:
+    case CQelFcoePort::TYPE_PHYSICAL_UNNUMBERED:
+        return ulKind == CQelFcoeFabric::KIND_PHYSICAL;
+    case CQelFcoePort::TYPE_VIRTUAL:
+    case CQelFcoePort::TYPE_VIRTUAL_ADDRESSED:
+        return ulKind == CQelFcoeFabric::KIND_VIRTUAL;
+    default:
+        return false;
+    }
+}
+
+// Empty for a physical port that has no number.
+CQelString FabricName(ULONG ulKind, const ORVAN_FC_PORT& entry) {
+    CQelString strName;
+    if (ulKind == CQelFcoeFabric::KIND_VIRTUAL)
+        strName.FormatString(ResourceText<IDS_QEL_VIRTUAL_FABRIC_FORMAT>(), entry.Number);
+    else if (entry.Word56 != 0 && entry.PortType == CQelFcoePort::TYPE_PHYSICAL)
+        strName.FormatString(ResourceText<IDS_QEL_FABRIC_FORMAT>(), entry.Number);
+    return strName;
+}
+
+// Appends what each object of one level gives of the next; an object that fails gives nothing and makes the result
+// FALSE.
+template <class Object, class Child>
+BOOL AppendChildren(const std::vector<std::shared_ptr<Object>>& vecObjects,
+                    BOOL (Object::*pfnGet)(std::vector<std::shared_ptr<Child>>&) const,
+                    std::vector<std::shared_ptr<Child>>& vecOut) {
+    BOOL bResult = TRUE;
+    for (const auto& pObject : vecObjects) {
+        std::vector<std::shared_ptr<Child>> vecChildren;
+        if ((*pObject.*pfnGet)(vecChildren))
+            std::ranges::move(vecChildren, std::back_inserter(vecOut));
+        else
+            bResult = FALSE;
+    }
+    return bResult;
+}
+
+} // namespace
+
+CQelFcoeFabric::CQelFcoeFabric(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
+                               HBA_HANDLE hAdapter, const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind)
+    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
+    CQelDebugScope trace(L"CQelFcoeFabric::CQelFcoeFabric");
+    {
+        CQelCriticalSectionGuard guard(m_csLock);
+        m_ulOpened = 1;
+    }
+    SetupFabric(pPorts, ulKind);
+}
+
+CQelFcoeFabric::~CQelFcoeFabric() {
+    CQelDebugScope trace(L"CQelFcoeFabric::~CQelFcoeFabric");
+}
+
+void CQelFcoeFabric::SetupFabric(const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind) {
+    auto pRecord = std::make_shared<QEL_FCOE_FABRIC>();
+    pRecord->strDeviceId = m_strName;
+    pRecord->strSecondId = m_strSecondName;
+    if (ulKind == KIND_PHYSICAL)
+        pRecord->strKind = ResourceText<IDS_QEL_PHYSICAL>();
+    else if (ulKind == KIND_VIRTUAL)
+        pRecord->strKind = ResourceText<IDS_QEL_VIRTUAL>();
+    pRecord->ulKind = ulKind;
+
+    auto pFabricPorts = std::make_shared<std::vector<std::shared_ptr<CQelFcoePort>>>();
+    for (const ORVAN_FC_PORT& entry : ListEntries(pPorts)) {
+        if (!BelongsTo(ulKind, entry))
+            continue;
+        // Entries that give no name leave their values, so the last of them shows when none names the fabric.
+        if (pRecord->strName.empty()) {
+            pRecord->strName = FabricName(ulKind, entry);
+            pRecord->strWWN1 = WwnText(entry.Identifier[0]);
+            pRecord->strWWN2 = WwnText(entry.Identifier[1]);
+            pRecord->strWWN3 = WwnText(entry.Identifier[2]);
+            pRecord->ulEntryWord = entry.Word56;
+            pRecord->ulEntryByte = entry.Byte62;
+            pRecord->ulNumber = entry.Number;
+        }
+        pFabricPorts->push_back(std::make_shared<CQelFcoePort>(m_pLibrary, m_strName, m_strSecondName, m_hAdapter,
+                                                               pRecord->strName, entry));
+    }
+    m_pCache->AddCache(CacheKey::FABRIC_PORTS, std::move(pFabricPorts));
+    m_pCache->AddCache(CacheKey::FABRIC_RECORD, std::move(pRecord));
+}
+
+BOOL CQelFcoeFabric::Get(QEL_FCOE_FABRIC& fabric) const {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeFabric::Get", &bReturn);
+    bReturn = CopyCached(CacheKey::FABRIC_RECORD, fabric);
+    return bReturn;
+}
+
+BOOL CQelFcoeFabric::GetPorts(std::vector<std::shared_ptr<CQelFcoePort>>& vecPorts) const {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeFabric::GetPorts", &bReturn);
+    bReturn = AppendCached(CacheKey::FABRIC_PORTS, vecPorts);
+    return bReturn;
+}
+
+BOOL CQelFcoeFabric::GetTargets(std::vector<std::shared_ptr<CQelFcoeTarget>>& vecTargets) const {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeFabric::GetTargets", &bReturn);
+    std::vector<std::shared_ptr<CQelFcoePort>> vecPorts;
+    if (AppendCached(CacheKey::FABRIC_PORTS, vecPorts))
+        bReturn = AppendChildren(vecPorts, &CQelFcoePort::GetTargets, vecTargets);
+    return bReturn;
+}
+
+BOOL CQelFcoeFabric::GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeFabric::GetLUNs", &bReturn);
+    std::vector<std::shared_ptr<CQelFcoeTarget>> vecTargets;
+    if (GetTargets(vecTargets))
+        bReturn = AppendChildren(vecTargets, &CQelFcoeTarget::GetLUNs, vecLUNs);
+    return bReturn;
+}

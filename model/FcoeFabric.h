@@ -1,0 +1,31 @@
+// One fabric of an adapter: its physical ports, or its NPIV virtual ports.
+#pragma once
+
+#include "FcoeAgent/FcoeRecords.h"
+#include "model/FcoeBase.h"
+#include "model/FcoePort.h"
+
+// Complete once it is constructed; a fresh view needs a new object.
+// Threading: any thread. Errors: only memory exhaustion is thrown.
+class CQelFcoeFabric : public CQelFcoeBase {
+  public:
+    static constexpr ULONG KIND_PHYSICAL = 0;
+    static constexpr ULONG KIND_VIRTUAL = 1;
+
+    // pPorts: the adapter's whole port list, from which the fabric takes the ports of its kind; not kept.
+    CQelFcoeFabric(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
+                   HBA_HANDLE hAdapter, const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind);
+    ~CQelFcoeFabric();
+
+    BOOL Get(QEL_FCOE_FABRIC& fabric) const;
+    // Each appends in the order of the ports, never clears. FALSE when a level above failed or any one of its objects
+    // did; what the others gave is appended all the same.
+    BOOL GetPorts(std::vector<std::shared_ptr<CQelFcoePort>>& vecPorts) const;
+    BOOL GetTargets(std::vector<std::shared_ptr<CQelFcoeTarget>>& vecTargets) const;
+    BOOL GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const;
+
+  private:
+    void SetupFabric(const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind);
+
+    CQelString m_strFabricText; // kept empty
+};

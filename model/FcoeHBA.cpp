@@ -1,0 +1,276 @@
+#include "model/FcoeHBA.h"
+
+#include <cstring>
+#include <span>
+
+#include "Common/Src/CriticalSection.h"
+#include "Common/Src/DCXServiceInterface.h"
+#include "Common/Src/Owner.h"
+#include "Common/Src/ProcessExit.h"
+#include "FcoeAgent/QelDebug.h"
+#include "FcoeAgent/QelResource.h"
+#include "model/FcoeFabric.h"
+#include "model/FcoeLUN.h"
+#include "model/FcoePort.h"
+#include "model/FcoeTarget.h"
+#include "model/FcoeVLAN.h"
+#include "model/LinkStatus.h"
+#include "model/ListRead.h"
+#include "model/WwnText.h"
+
+namespace {
+
+constexpr wchar_t SOURCE_FILE[] = L"model\\FcoeHBA";
+constexpr LONG CACHE_KEYS[] = {CacheKey::HBA_RECORD, CacheKey::HBA_FABRICS, CacheKey::HBA_VLANS, CacheKey::HBA_LUNS};
+
+// The model as hosts know it: 256 divided by the first character's code is the capacity that the conversion gets, so of
+// most models only the first two or three characters arrive. Hosts rely on that.
+CQelString ModelText(const char (&szModel)[256]) {
+    wchar_t szWide[260] = {};
+    char szTerminated[sizeof szModel + 1] = {}; // a model that fills its array has no terminator
+    std::memcpy(szTerminated, szModel, sizeof szModel);
+    if (const auto byFirst = static_cast<unsigned char>(szModel[0]))
+        CQelString::QelMultiByteToWideChar(CP_ACP, 0, szTerminated, -1, szWide, 256 / byFirst);
+    return szWide;
+}
+
+} // namespace
+
+CQelFcoeHBA::CQelFcoeHBA(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName)
+    : CQelFcoeBase(pLibrary, strName, strSecondName, 0) {
+    try {
+        Open();
+        SetupCache();
+    } catch (...) {
+        Close();
+        throw;
+    }
+}
+
+CQelFcoeHBA::~CQelFcoeHBA() {
+    if (ProcessIsTerminating()) {
+        // The library may be gone, and the lock may have been held by a thread that is.
+        m_bLockInitialised = false;
+        return;
+    }
+    CQelDebugScope trace(L"CQelFcoeHBA::~CQelFcoeHBA");
+    Close();
+}
+
+void CQelFcoeHBA::Close() noexcept {
+    CQelCriticalSectionGuard guard(m_csLock);
+    m_ulOpened = 0;
+    if (m_hAdapter == 0)
+        return;
+    try {
+        m_pLibrary->CloseAdapHandle(m_hAdapter);
+    } catch (...) {
+        CQelDebug::Instance().Error(SOURCE_FILE, __LINE__, L"CQelFcoeHBA::Close() - Exception caught");
+    }
+}
+
+HBA_HANDLE CQelFcoeHBA::Open() {
+    CQelDebugScope trace(L"CQelFcoeHBA::Open");
+    CQelCriticalSectionGuard guard(m_csLock);
+    if (m_hAdapter != 0) {
+        m_pLibrary->CloseAdapHandle(m_hAdapter);
+        m_hAdapter = 0;
+    }
+    CQelString strDevice;
+    strDevice.FormatString(L"\\DEVICE\\%s", m_strName.c_str());
+    wchar_t szAdapterName[CHBAAPIInt::NAME_SIZE] = {};
+    HBA_HANDLE hAdapter = 0;
+    // A device name too long for the library's buffers is no adapter of its.
+    if (strDevice.size() < CHBAAPIInt::NAME_SIZE && m_pLibrary->InitHBAAPIMod(strDevice, TRUE, szAdapterName) &&
+        m_pLibrary->GetAdapterHandle(szAdapterName, hAdapter)) {
+        m_hAdapter = hAdapter; // first: from here on the handle has an owner
+        m_strAdapterName = szAdapterName;
+    }
+    m_ulOpened = 1;
+    return m_hAdapter;
+}
+
+HBA_HANDLE CQelFcoeHBA::GetHandle() const {
+    CQelCriticalSectionGuard guard(m_csLock);
+    return m_hAdapter;
+}
+
+CQelString CQelFcoeHBA::GetAdapterName() const {
+    CQelCriticalSectionGuard guard(m_csLock);
+    return m_strAdapterName;
+}
+
+void CQelFcoeHBA::SetupCache() {
+    CQelDebugScope trace(L"CQelFcoeHBA::SetupCache");
+    m_pCache->AddCache(CacheKey::HBA_RECORD, CachePeriod::LIST,
+                       &Refresh<CQelFcoeHBA, QEL_FCOE_HBA, &CQelFcoeHBA::GetHBA>);
+    m_pCache->AddCache(
+        CacheKey::HBA_FABRICS, CachePeriod::LIST,
+        &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeFabric>>, &CQelFcoeHBA::GetFabrics_HBA>);
+    m_pCache->AddCache(CacheKey::HBA_VLANS, CachePeriod::LIST,
+                       &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeVLAN>>, &CQelFcoeHBA::GetVLANs_HBA>);
+    m_pCache->AddCache(CacheKey::HBA_LUNS, CachePeriod::LIST,
+                       &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeLUN>>, &CQelFcoeHBA::GetLUNs_HBA>);
+}
+
+void CQelFcoeHBA::InvalidateCache() {
+    CQelDebugScope trace(L"CQelFcoeHBA::InvalidateCache");
+    CQelCriticalSectionGuard guard(m_csLock);
+    for (const LONG lKey : CACHE_KEYS)
+        m_pCache->Invalidate(lKey);
+}
+
+BOOL CQelFcoeHBA::Get(QEL_FCOE_HBA& record) {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeHBA::Get", &bReturn);
+    bReturn = CopyCached(CacheKey::HBA_RECORD, record);
+    return bReturn;
+}
+
+BOOL CQelFcoeHBA::GetFabrics(std::vector<std::shared_ptr<CQelFcoeFabric>>& vecFabrics) {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeHBA::GetFabrics", &bReturn);
+    bReturn = AppendCached(CacheKey::HBA_FABRICS, vecFabrics);
+    return bReturn;
+}
+
+BOOL CQelFcoeHBA::GetVLANs(std::vector<std::shared_ptr<CQelFcoeVLAN>>& vecVLANs) {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeHBA::GetVLANs", &bReturn);
+    bReturn = AppendCached(CacheKey::HBA_VLANS, vecVLANs);
+    return bReturn;
+}
+
+BOOL CQelFcoeHBA::GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeHBA::GetLUNs", &bReturn);
+    bReturn = AppendCached(CacheKey::HBA_LUNS, vecLUNs);
+    return bReturn;
+}
+
+BOOL CQelFcoeHBA::GetPorts(std::vector<std::shared_ptr<CQelFcoePort>>& vecPorts) {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeHBA::GetPorts", &bReturn);
+    std::vector<std::shared_ptr<CQelFcoeFabric>> vecFabrics;
+    bReturn = GetFabrics(vecFabrics);
+    for (const auto& pFabric : vecFabrics)
+        if (!pFabric->GetPorts(vecPorts))
+            bReturn = FALSE;
+    return bReturn;
+}
+
+BOOL CQelFcoeHBA::GetTargets(std::vector<std::shared_ptr<CQelFcoeTarget>>& vecTargets) {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeHBA::GetTargets", &bReturn);
+    std::vector<std::shared_ptr<CQelFcoeFabric>> vecFabrics;
+    bReturn = GetFabrics(vecFabrics);
+    for (const auto& pFabric : vecFabrics)
+        if (!pFabric->GetTargets(vecTargets))
+            bReturn = FALSE;
+    return bReturn;
+}
+
+void CQelFcoeHBA::GetHBA(QEL_FCOE_HBA& record) {
+    CQelDebugScope trace(L"CQelFcoeHBA::GetHBA");
+    record = {};
+    const HBA_HANDLE hAdapter = Open();
+    HBA_PORTATTRIBUTES portAttributes{};
+    if (!m_pLibrary->GetAdapterPortAttributes(hAdapter, portAttributes)) {
+        QEL_PRINT(L"ERROR calling GetAdapterPortAttributes");
+        return;
+    }
+    HBA_ADAPTERATTRIBUTES adapterAttributes{};
+    if (!m_pLibrary->GetAdapterAtrributes(hAdapter, adapterAttributes)) {
+        QEL_PRINT(L"ERROR calling GetAdapterAtrributes");
+        return;
+    }
+    record.strType.LoadCommonResString(IDS_QEL_FCOE_HBA);
+    record.strDeviceId = m_strName;
+    record.strSecondId = m_strSecondName;
+    record.strAdapterName = GetAdapterName();
+
+    SLOT_INFO slot{};
+    GetPCISlotInfo(slot);
+    CQelString strLocationFormat;
+    strLocationFormat.LoadCommonResString(IDS_QEL_PCI_LOCATION_FORMAT);
+    record.strPciLocation.FormatString(strLocationFormat, slot.ulSlot >> 16 & 0xFF, slot.ulSlot >> 11 & 0x1F,
+                                       slot.ulSlot >> 8 & 7);
+
+    record.strPortWWN = WwnText(portAttributes.PortWWN);
+    record.strNodeWWN = WwnText(portAttributes.NodeWWN);
+    record.ulPortFcId = portAttributes.PortFcId;
+    record.strModel = ModelText(adapterAttributes.Model);
+    record.strPortSpeed.LoadCommonResString(PortSpeedResource(portAttributes.PortSpeed));
+    record.strFcoeLinkStatus.LoadCommonResString(GetLinkStatus(portAttributes.PortState));
+}
+
+// Only an online port is worth asking for: the client connects to another process.
+UINT CQelFcoeHBA::GetLinkStatus(HBA_PORTSTATE ulPortState) const {
+    if (ulPortState != HBA_PORTSTATE_ONLINE)
+        return IDS_QEL_LINK_PORT_OFFLINE;
+    QEL_RESULT result{0, 0};
+    BYTE byDcbEnabled = 0;
+    ULONG ulLinkStatus = DCB_LINK_UNKNOWN;
+    CDCX_ServiceInterface client(m_strName, TRUE);
+    if (client.IsInitialized())
+        client.GetDCB_FcoeLinkStatus(result, byDcbEnabled, ulLinkStatus);
+    return LinkStatusResource(result, byDcbEnabled != 0, ulLinkStatus);
+}
+
+void CQelFcoeHBA::GetFabrics_HBA(std::vector<std::shared_ptr<CQelFcoeFabric>>& vecFabrics) {
+    CQelDebugScope trace(L"CQelFcoeHBA::GetFabrics_HBA");
+    vecFabrics.clear();
+    const HBA_HANDLE hAdapter = Open();
+    CQelAllocation<ORVAN_FC_PORT_LIST> list;
+    const LONG lCount = CQelFcoePort::GetPortsList_HBA(m_pLibrary, hAdapter, *list.Put());
+    if (lCount < 1 || !list)
+        return;
+    std::shared_ptr<CQelFcoeFabric> pPhysical, pVirtual;
+    const auto Make = [&](ULONG ulKind) {
+        return std::make_shared<CQelFcoeFabric>(m_pLibrary, m_strName, m_strSecondName, hAdapter, list.Get(), ulKind);
+    };
+    for (const ORVAN_FC_PORT& port : std::span(list.Get()->entry, static_cast<std::size_t>(lCount))) {
+        // A physical port that is not numbered makes no fabric.
+        if (port.PortType == CQelFcoePort::TYPE_PHYSICAL && !pPhysical)
+            pPhysical = Make(CQelFcoeFabric::KIND_PHYSICAL);
+        else if ((port.PortType == CQelFcoePort::TYPE_VIRTUAL ||
+                  port.PortType == CQelFcoePort::TYPE_VIRTUAL_ADDRESSED) &&
+                 !pVirtual)
+            pVirtual = Make(CQelFcoeFabric::KIND_VIRTUAL);
+        if (pPhysical && pVirtual)
+            break;
+    }
+    for (auto& pFabric : {pPhysical, pVirtual})
+        if (pFabric)
+            vecFabrics.push_back(pFabric);
+}
+
+void CQelFcoeHBA::GetVLANs_HBA(std::vector<std::shared_ptr<CQelFcoeVLAN>>& vecVLANs) {
+    CQelDebugScope trace(L"CQelFcoeHBA::GetVLANs_HBA");
+    vecVLANs.clear();
+    const HBA_HANDLE hAdapter = Open();
+    CQelAllocation<ORVAN_VLAN_LIST> list;
+    const ULONG ulCount = CQelFcoeVLAN::GetVlansList_HBA(m_pLibrary, hAdapter, *list.Put());
+    if (ulCount == 0 || !list)
+        return;
+    for (const HBA_UINT32 ulEntry : ListEntries(list.Get()))
+        vecVLANs.push_back(std::make_shared<CQelFcoeVLAN>(m_pLibrary, m_strName, m_strSecondName, hAdapter, ulEntry));
+}
+
+void CQelFcoeHBA::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) {
+    CQelDebugScope trace(L"CQelFcoeHBA::GetLUNs_HBA");
+    std::vector<std::shared_ptr<CQelFcoeFabric>> vecFabrics;
+    GetFabrics(vecFabrics);
+    // What a failing fabric could still gather counts.
+    for (const auto& pFabric : vecFabrics)
+        pFabric->GetLUNs(vecLUNs);
+}
+
+BOOL CQelFcoeHBA::RefreshTargets() {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeHBA::RefreshTargets", &bReturn);
+    bReturn = m_pLibrary->RefreshTargetInfo(GetHandle());
+    if (bReturn)
+        QEL_PRINT(L"CQelFcoeHBA::RefreshTargetInfo - successful");
+    return bReturn;
+}

@@ -1,0 +1,139 @@
+#include "model/FcoeLUN.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "FcoeAgent/QelDebug.h"
+#include "FcoeAgent/QelResource.h"
+#include "model/DataUtil.h"
+#include "model/ListRead.h"
+#include "model/NumberFormat.h"
+#include "model/ResourceText.h"
+#include "model/ScsiBuffers.h"
+#include "model/WwnText.h"
+
+namespace {
+
+constexpr CQelListKind<HBA_FCPTARGETMAPPING> LUN_MAPPING = {
+    .pfnRead = &CHBAAPIInt::GetTargetsInfo,
+    .ullEntrySize = sizeof(HBA_FCPSCSIENTRY),
+    .bEmptyList = true,
+    .pszProbeFailed = L"GetLUNSList_HBA() failed Inout No of targets = %d, dwNoOfTargets = %d",
+    .pszNoMemoryForAll = L"Memory Allocation failed - pTargetsInfo.",
+    .pszRetryFailed = L"GetTargetsInfo() failed Inout No of targets = %d, dwNoOfTargets = %d",
+    .pszSucceeded = L"GetTargetsInfo() succeeded, dwNoOfTargets = %d",
+    .pszNone = L"Looks like there are no targets found on this HBA",
+    .nNoneLines = 1,
+    .pszOne = L"Looks like there is only 1 target",
+    .pszNoMemoryForOne = L"Memory Allocation failed - m_pTargetsInfo",
+};
+
+// The library's text in the system's code page; it ends at the first null or with its array.
+CQelString DeviceName(const char (&szName)[256]) {
+    wchar_t szWide[260];
+    const int nLength =
+        CQelString::QelMultiByteToWideChar(CP_ACP, 0, szName, static_cast<int>(strnlen(szName, std::size(szName))),
+                                           szWide, static_cast<int>(std::size(szWide)));
+    CQelString strName;
+    if (nLength > 0)
+        strName.assign(szWide, nLength);
+    return strName;
+}
+
+// What does not fit becomes the smallest number, as the processor's own conversion has it.
+LONG64 Truncate(double dValue) {
+    constexpr double TWO_TO_63 = 9223372036854775808.0;
+    return dValue >= -TWO_TO_63 && dValue < TWO_TO_63 ? static_cast<LONG64>(dValue) : INT64_MIN;
+}
+
+// The number by a format of the common resources.
+template <UINT uFormat> CQelString NumberText(LONG64 llValue) {
+    static const CQelNumberFormat format(ResourceText<uFormat>());
+    return format.Text(llValue);
+}
+
+CQelString CapacityText(double dBytes) {
+    constexpr double KB = 1024.0, MB = KB * KB, GB = KB * MB, TB = KB * GB;
+    if (dBytes < GB)
+        return NumberText<IDS_QEL_SIZE_MB_FORMAT>(Truncate(dBytes / MB));
+    if (dBytes < TB)
+        return NumberText<IDS_QEL_SIZE_GB_FORMAT>(Truncate(dBytes / GB));
+    return NumberText<IDS_QEL_SIZE_TB_FORMAT>(Truncate(dBytes / TB));
+}
+
+} // namespace
+
+CQelFcoeLUN::CQelFcoeLUN(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
+                         HBA_HANDLE hAdapter, const CQelString& strFabricName, const CQelString& strOwningPortWWN,
+                         const CQelString& strTargetPortWWN, const HBA_WWN& initiatorPortWWN,
+                         const HBA_FCPSCSIENTRY& entry)
+    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
+    CQelDebugScope trace(L"CQelFcoeLUN::CQelFcoeLUN");
+    auto pRecord = std::make_shared<QEL_FCOE_LUN>();
+    pRecord->ulOsLun = entry.ScsiId.ScsiOSLun;
+    pRecord->ulScsiBus = entry.ScsiId.ScsiBusNumber;
+    pRecord->ulScsiTarget = entry.ScsiId.ScsiTargetNumber;
+    pRecord->strOsDeviceName = DeviceName(entry.ScsiId.OSDeviceName);
+    pRecord->strTargetPortWWN = strTargetPortWWN;
+    pRecord->strOwningPortWWN = strOwningPortWWN;
+    pRecord->strInitiatorPortWWN = WwnText(initiatorPortWWN);
+    pRecord->strFabricName = strFabricName;
+    pRecord->strDeviceId = m_strName;
+    pRecord->strSecondId = m_strSecondName;
+    ReadCapacity(initiatorPortWWN, entry.FcpId, *pRecord);
+    m_pCache->AddCache(CacheKey::LUN_RECORD, std::move(pRecord));
+}
+
+CQelFcoeLUN::~CQelFcoeLUN() {
+    CQelDebugScope trace(L"CQelFcoeLUN::~CQelFcoeLUN");
+}
+
+void CQelFcoeLUN::ReadCapacity(const HBA_WWN& initiatorPortWWN, const HBA_FCPID& unit, QEL_FCOE_LUN& lun) const {
+    lun.strCapacity = ResourceText<IDS_QEL_UNKNOWN>();
+    lun.strBlockSize = ResourceText<IDS_QEL_UNKNOWN>();
+
+    CQelScsiBuffers buffers;
+    BOOL bRead =
+        m_pLibrary->RetrieveLUNCapacityV2(m_hAdapter, initiatorPortWWN, unit.PortWWN, unit.FcpLun, buffers.abyResponse,
+                                          CQelScsiBuffers::SIZE, buffers.abySense, CQelScsiBuffers::SIZE);
+    if (!bRead)
+        return;
+    CDataUtil util;
+    double dCapacity = 0;
+    LONG64 llBlockSize = 0;
+    LONG nResult = util.FormatLUNDataV2(buffers.abyResponse, 0, dCapacity, llBlockSize);
+    if (nResult == CDataUtil::CAPACITY16_NEEDED) {
+        buffers.Clear();
+        bRead = m_pLibrary->RetrieveLUNCapacity16(m_hAdapter, unit.PortWWN, unit.FcpLun, buffers.abyResponse,
+                                                  CQelScsiBuffers::SIZE, buffers.abySense, CQelScsiBuffers::SIZE);
+    }
+    if (bRead)
+        nResult = util.FormatLUNData(buffers.abyResponse, 1, dCapacity, llBlockSize);
+    if (nResult != CDataUtil::DONE) {
+        QEL_PRINT(L"FormatLUNData() failed.  RES=0x%x", nResult);
+        return;
+    }
+    lun.strCapacity = CapacityText(dCapacity);
+    lun.strBlockSize = NumberText<IDS_QEL_SIZE_BYTES_FORMAT>(llBlockSize);
+}
+
+BOOL CQelFcoeLUN::Get(QEL_FCOE_LUN& lun) const {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeLUN::Get", &bReturn);
+    bReturn = CopyCached(CacheKey::LUN_RECORD, lun);
+    return bReturn;
+}
+
+BOOL CQelFcoeLUN::GetLUNSList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, HBA_FCPTARGETMAPPING*& pMapping) {
+    BOOL bReturn = TRUE;
+    CQelDebugScope trace(L"CQelFcoeLUN::GetLUNSList_HBA", &bReturn);
+    if (pMapping) {
+        QEL_PRINT(L"CQelFcoeLUN::GetLUNSList_HBA() Deleting pLunList");
+        std::free(pMapping);
+        pMapping = nullptr;
+    }
+    auto result = ReadList(pLibrary, hAdapter, LUN_MAPPING);
+    pMapping = result.list.Release();
+    bReturn = result.bMemory;
+    return bReturn;
+}

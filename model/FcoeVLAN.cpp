@@ -1,0 +1,87 @@
+#include "model/FcoeVLAN.h"
+
+#include <algorithm>
+
+#include "FcoeAgent/QelDebug.h"
+#include "FcoeAgent/QelResource.h"
+#include "model/ListRead.h"
+#include "model/ResourceText.h"
+
+namespace {
+
+constexpr ULONG STATE_ACTIVE = 1;
+
+constexpr CQelListKind<ORVAN_VLAN_LIST> VLAN_LIST = {
+    .pfnRead = &CHBAAPIInt::GetVLANList,
+    .ullEntrySize = 8, // twice what an entry takes: the library expects buffers of this size
+    .bEmptyList = false,
+    .pszProbeFailed = L"GetVLANList() failed Input No of vlans = %d, dwNoOfVlans = %d",
+    .pszNoMemoryForAll = L"Memory Allocation failed - pVlanList.",
+    .pszRetryFailed = L"GetVLANList() failed Inout No of Vlans = %d, dwNoOfVlans = %d",
+    .pszSucceeded = L"GetVLANList() succeeded, dwNoOfVlans = %d",
+    .pszNone = L"Looks like there are no Vlans found on this HBA",
+    .nNoneLines = 1,
+    .pszOne = L"Looks like there is only 1 Vlan",
+    .pszNoMemoryForOne = L"Memory Allocation failed - m_pVlanList",
+};
+
+} // namespace
+
+CQelFcoeVLAN::CQelFcoeVLAN(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
+                           HBA_HANDLE hAdapter, ULONG ulEntry)
+    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
+    CQelDebugScope trace(L"CQelFcoeVLAN::CQelFcoeVLAN");
+    SetupCache();
+    QEL_FCOE_VLAN discarded;
+    SetupVLAN(ulEntry, discarded);
+}
+
+CQelFcoeVLAN::~CQelFcoeVLAN() {
+    CQelDebugScope trace(L"CQelFcoeVLAN::~CQelFcoeVLAN");
+}
+
+void CQelFcoeVLAN::SetupCache() {
+    CQelDebugScope trace(L"CQelFcoeVLAN::SetupCache");
+    m_pCache->AddCache(CacheKey::VLAN_RECORD, CachePeriod::VLAN,
+                       Refresh<CQelFcoeVLAN, QEL_FCOE_VLAN, &CQelFcoeVLAN::GetVLAN_HBA>);
+}
+
+void CQelFcoeVLAN::SetupVLAN(ULONG ulEntry, QEL_FCOE_VLAN& vlan) {
+    m_usVlanId = LOWORD(ulEntry);
+    auto pRecord = std::make_shared<QEL_FCOE_VLAN>();
+    pRecord->strName.FormatString(ResourceText<IDS_QEL_VLAN_FORMAT>(), m_usVlanId);
+    pRecord->ulVlanId = m_usVlanId;
+    pRecord->ulState = HIWORD(ulEntry);
+    pRecord->strState =
+        pRecord->ulState == STATE_ACTIVE ? ResourceText<IDS_QEL_ACTIVE>() : ResourceText<IDS_QEL_INACTIVE>();
+    pRecord->strDeviceId = m_strName;
+    pRecord->strSecondId = m_strSecondName;
+    vlan = *pRecord;
+    m_pCache->AddCache(CacheKey::VLAN_RECORD, std::move(pRecord));
+}
+
+BOOL CQelFcoeVLAN::Get(QEL_FCOE_VLAN& vlan) const {
+    BOOL bReturn = FALSE;
+    CQelDebugScope trace(L"CQelFcoeVLAN::Get", &bReturn);
+    bReturn = CopyCached(CacheKey::VLAN_RECORD, vlan);
+    return bReturn;
+}
+
+void CQelFcoeVLAN::GetVLAN_HBA(QEL_FCOE_VLAN& vlan) {
+    CQelAllocation<ORVAN_VLAN_LIST> list;
+    if (GetVlansList_HBA(m_pLibrary, m_hAdapter, *list.Put()) == 0)
+        return;
+    const auto entries = ListEntries(list.Get());
+    const auto it = std::ranges::find(entries, m_usVlanId, [](ULONG ulEntry) { return LOWORD(ulEntry); });
+    if (it != entries.end())
+        SetupVLAN(*it, vlan);
+}
+
+ULONG CQelFcoeVLAN::GetVlansList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_VLAN_LIST*& pList) {
+    LONG nReturn = 0;
+    CQelDebugScope trace(L"CQelFcoeVLAN::GetVlansList_HBA", &nReturn);
+    auto result = ReadList(pLibrary, hAdapter, VLAN_LIST);
+    pList = result.list.Release();
+    nReturn = static_cast<LONG>(result.ulCount);
+    return result.ulCount;
+}

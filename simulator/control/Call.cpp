@@ -1,0 +1,62 @@
+#include "simulator/control/Call.h"
+
+namespace sim {
+namespace {
+
+bool Concerns(const Fault& fault, const Adapter* adapter) {
+    return !fault.adapter || (adapter && *fault.adapter == adapter->index);
+}
+
+// Every matching fault counts the call; the first that is due shows itself.
+const Fault* DueFault(const Scene& scene, Function function, const Adapter* adapter) {
+    if (!scene.armed.load(std::memory_order_relaxed))
+        return nullptr;
+    const Fault* due = nullptr;
+    for (const auto& progress : scene.FaultsOf(function)) {
+        const Fault& fault = *progress->fault;
+        if (!Concerns(fault, adapter))
+            continue;
+        const std::uint64_t call = ++progress->calls;
+        const std::uint64_t first = fault.onCall ? fault.onCall : 1;
+        if (!due && !fault.missing && call >= first && call < first + fault.times)
+            due = &fault;
+    }
+    return due;
+}
+
+} // namespace
+
+Call::Call(Function function, const Adapter* adapter) : m_logged(CallLog::Instance().IsOn()) {
+    CallLog::Instance().Count(function);
+    if (m_logged)
+        m_line = function.Name();
+    m_fault = DueFault(Simulation::Instance().Current(), function, adapter);
+    if (!m_fault)
+        return;
+    if (m_fault->delayMs)
+        Sleep(m_fault->delayMs);
+    if (m_fault->throws) {
+        if (m_logged)
+            CallLog::Instance().Write(m_line + " throws");
+        throw ThrownFault(*m_fault, "simulated fault of " + std::string(function.Name()));
+    }
+}
+
+void Call::Append(const char* name, const std::string& value) {
+    m_line += ' ';
+    m_line += name;
+    m_line += '=';
+    m_line += value;
+}
+
+void Call::AppendResult(std::uint64_t result) {
+    m_line += " -> ";
+    m_line += std::to_string(result);
+}
+
+Call::~Call() {
+    if (m_logged)
+        CallLog::Instance().Write(m_line);
+}
+
+} // namespace sim

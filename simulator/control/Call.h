@@ -1,0 +1,79 @@
+// One call of a simulated function, opened at its start: counts it, finds the fault that it has to show and writes its
+// line of the call log.
+//
+//     Call call("ORVAN_GetVlanIdList", adapter);
+//     call.Note("handle", handle);
+//     if (const auto status = call.Status())
+//         return call.Done(*status);
+//     ...
+//     return call.Done(HBA_STATUS_OK);
+#pragma once
+
+#include <cstring>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+
+#include "simulator/control/CallLog.h"
+#include "simulator/control/Simulation.h"
+
+namespace sim {
+
+// What a fault throws; it tells what else the fault says of the call.
+class ThrownFault : public std::runtime_error {
+  public:
+    ThrownFault(const Fault& thrown, const std::string& text) : std::runtime_error(text), fault(thrown) {}
+    const Fault& fault;
+};
+
+class Call {
+  public:
+    // Waits when a fault says so, and throws ThrownFault when one does. adapter: which one the call is about.
+    explicit Call(Function function, const Adapter* adapter = nullptr);
+    ~Call();
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+    // The fault of this call; null: none.
+    const Fault* ActiveFault() const { return m_fault; }
+    // What the fault makes the call return instead of working.
+    std::optional<std::uint32_t> Status() const { return m_fault ? m_fault->status : std::nullopt; }
+    // What the fault makes the call write back as count, otherwise the true one.
+    std::uint32_t Count(std::uint32_t count) const { return m_fault && m_fault->count ? *m_fault->count : count; }
+    // Fills an output with A5h bytes when the fault says so.
+    bool Garbage(void* output, std::size_t size) const {
+        if (!m_fault || !m_fault->garbage || !output)
+            return false;
+        std::memset(output, 0xA5, size);
+        return true;
+    }
+    // What the fault makes follow a text in its array.
+    char TextPadding() const { return m_fault && m_fault->unterminated ? '#' : '\0'; }
+
+    // Adds "name=value" to the log line; value: a number, or a function that makes a text when the line is wanted.
+    template <class Value> void Note(const char* name, Value value) {
+        if (!m_logged)
+            return;
+        if constexpr (std::is_invocable_v<Value>)
+            Append(name, value());
+        else
+            Append(name, std::to_string(value));
+    }
+    // Adds the result to the log line.
+    template <class T> T Done(T result) {
+        if (m_logged)
+            AppendResult(result);
+        return result;
+    }
+
+  private:
+    void Append(const char* name, const std::string& value);
+    void AppendResult(std::uint64_t result);
+
+    const Fault* m_fault = nullptr;
+    bool m_logged;
+    std::string m_line;
+};
+
+} // namespace sim

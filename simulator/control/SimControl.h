@@ -1,0 +1,40 @@
+// Control of the simulated modules by a test or a host in the same process. orvanhapi.dll, CoreAgnt.dll and
+// setupapi.dll export these beside their real boundaries, each for itself; find them with GetProcAddress in the module.
+// Texts are UTF-8.
+#pragma once
+
+extern "C" {
+// Simulates the topology in the text from now on; its virtual-port changes stay in this process and are forgotten with
+// the next load. Returns what is wrong with the text, or null. The text returned stays good until the next load.
+const char* OrvanSim_LoadTopology(const char* json);
+// Loads the configured topology (environment, registry, built-in) anew. Returns what is wrong with it, or null.
+const char* OrvanSim_ReloadTopology(void);
+// What is wrong with the topology in use, or null. While something is, every simulated function fails.
+const char* OrvanSim_TopologyError(void);
+// Lets the faults of the topology in use show themselves (not 0), each with its calls counted from 1 again, or has
+// every function work as without faults. The faults of a loaded topology are armed.
+void OrvanSim_ArmFaults(int armed);
+
+// How often a function of this module was called since the last reset; 0xFFFFFFFF: no function has that name. Handlers
+// go by their names in the table without "Handler".
+unsigned OrvanSim_CallCount(const char* function);
+// Forgets the counts and the recorded lines.
+void OrvanSim_ResetCalls(void);
+// Starts (not 0) or stops recording one line per call in memory.
+void OrvanSim_RecordCalls(int record);
+// Copies the recorded lines into the buffer, cut to its size and terminated. Returns the size that all of them need.
+unsigned OrvanSim_CallLog(char* buffer, unsigned size);
+
+// orvanhapi.dll only: how many adapter handles were opened and not closed yet.
+unsigned OrvanSim_OpenHandles(void);
+}
+
+using PFN_OrvanSim_LoadTopology = decltype(&OrvanSim_LoadTopology);
+using PFN_OrvanSim_ReloadTopology = decltype(&OrvanSim_ReloadTopology);
+using PFN_OrvanSim_TopologyError = decltype(&OrvanSim_TopologyError);
+using PFN_OrvanSim_ArmFaults = decltype(&OrvanSim_ArmFaults);
+using PFN_OrvanSim_CallCount = decltype(&OrvanSim_CallCount);
+using PFN_OrvanSim_ResetCalls = decltype(&OrvanSim_ResetCalls);
+using PFN_OrvanSim_RecordCalls = decltype(&OrvanSim_RecordCalls);
+using PFN_OrvanSim_CallLog = decltype(&OrvanSim_CallLog);
+using PFN_OrvanSim_OpenHandles = decltype(&OrvanSim_OpenHandles);

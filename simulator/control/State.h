@@ -1,0 +1,53 @@
+// The virtual-port changes that were made to the topology: kept in a file that all processes share, or in this process
+// for a topology given as text.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "simulator/control/Simulation.h"
+#include "simulator/topology/Topology.h"
+
+namespace sim {
+
+struct CreatedPort {
+    Wwn portWwn{};
+    std::uint32_t fcId = 0;
+};
+
+struct AdapterChanges {
+    std::vector<CreatedPort> created;
+    std::vector<Wwn> removed; // virtual ports of the topology
+};
+
+// By adapter identifier.
+using State = std::map<std::string, AdapterChanges>;
+
+// What a change is made of: runs on the newest state and says whether it altered it.
+using StateChange = std::function<bool(State&)>;
+
+class StateStore {
+  public:
+    static StateStore& Instance();
+
+    // Both throw TopologyError when the file cannot be read, understood or written.
+    std::shared_ptr<const State> Read(const Scene& scene);
+    void Change(const Scene& scene, const StateChange& change);
+
+  private:
+    StateStore() = default;
+    std::shared_ptr<const State> ReadLocked(const Scene& scene);
+
+    std::mutex m_lock;
+    const Scene* m_scene = nullptr; // what the cached state belongs to
+    std::string m_text;             // of the file, as it was read last
+    std::shared_ptr<const State> m_state;
+};
+
+} // namespace sim

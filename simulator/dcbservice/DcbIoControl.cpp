@@ -1,0 +1,80 @@
+#include "simulator/dcbservice/DcbIoControl.h"
+
+#include <algorithm>
+#include <mutex>
+#include <stdexcept>
+
+#include "simulator/control/Call.h"
+#include "simulator/dcbservice/ClassServer.h"
+
+namespace {
+
+constexpr LONG APPLICATION_FCOE = 0;
+
+std::mutex g_lock;
+
+// Runs one operation under its faults. work: HRESULT(sim::Call&), not called when a fault decides the result.
+template <class Work> HRESULT Run(sim::Function function, const sim::Adapter* adapter, Work work) {
+    try {
+        sim::Call call(function, adapter);
+        const auto status = call.Status();
+        return static_cast<HRESULT>(call.Done(status ? *status : static_cast<std::uint32_t>(work(call))));
+    } catch (const std::runtime_error&) {
+        ClassServer::Crash();
+    }
+}
+
+// Answers a query about an adapter: fill writes the state and returns the result that the topology wants.
+template <class State, class Fill> HRESULT Answer(sim::Function function, BSTR name, State* state, Fill fill) {
+    if (!state)
+        return E_POINTER;
+    *state = {};
+    const std::lock_guard lock(g_lock);
+    const sim::Scene& scene = sim::Simulation::Instance().Current();
+    if (!scene.error.empty())
+        return E_UNEXPECTED;
+    const sim::Adapter* const adapter = scene.topology.FindAdapter({name ? name : L"", SysStringLen(name)});
+    return Run(function, adapter, [&](sim::Call& call) -> HRESULT {
+        call.Note("adapter", [&] { return adapter ? adapter->identifier : std::string("unknown"); });
+        if (!adapter)
+            return HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
+        const auto result = static_cast<HRESULT>(fill(adapter->dcb));
+        call.Garbage(state, sizeof *state);
+        return result;
+    });
+}
+
+} // namespace
+
+HRESULT DcbIoControl::get_pfc_oper_state(BSTR adapter, DCB_PFC_STATE* state) {
+    return Answer("get_pfc_oper_state", adapter, state, [&](const sim::Dcb& dcb) {
+        std::copy(dcb.pfc.begin(), dcb.pfc.end(), state->lEnabled);
+        return dcb.pfcHresult;
+    });
+}
+
+HRESULT DcbIoControl::get_app_oper_state(BSTR adapter, LONG application, DCB_APP_STATE* state) {
+    if (application != APPLICATION_FCOE)
+        return E_INVALIDARG;
+    return Answer("get_app_oper_state", adapter, state, [&](const sim::Dcb& dcb) {
+        state->byPriorityMap = dcb.priorityBitmap;
+        return dcb.appHresult;
+    });
+}
+
+HRESULT DcbIoControl::get_dcb_config(BSTR adapter, DCB_CONFIG* config) {
+    return Answer("get_dcb_config", adapter, config, [&](const sim::Dcb& dcb) {
+        config->lDcbEnabled = dcb.enabled;
+        return dcb.configHresult;
+    });
+}
+
+HRESULT DcbClassFactory::CreateInstance(IUnknown* outer, REFIID iid, void** object) {
+    if (!object)
+        return E_POINTER;
+    *object = nullptr;
+    const std::lock_guard lock(g_lock);
+    sim::Simulation::Instance().LoadIfChanged();
+    return Run("CreateInstance", nullptr,
+               [&](sim::Call&) { return ComClassFactory<DcbIoControl>::CreateInstance(outer, iid, object); });
+}

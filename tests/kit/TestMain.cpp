@@ -1,0 +1,16 @@
+// The main of every test program.
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+
+#include "tests/kit/CrashReport.h"
+
+int main(int argc, char** argv) {
+    InstallCrashReport();
+    // One case runs for seconds; a program that runs all of them may ask for more.
+    const char* limit = std::getenv("FCOE_TEST_WATCHDOG");
+    testing::InitGoogleTest(&argc, argv);
+    const bool single = testing::UnitTest::GetInstance()->total_test_count() == 0 || GTEST_FLAG_GET(filter) != "*";
+    StartWatchdog(limit ? static_cast<unsigned>(std::atoi(limit)) : single ? 80 : 600);
+    return RUN_ALL_TESTS();
+}

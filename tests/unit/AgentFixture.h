@@ -1,0 +1,66 @@
+// What the tests of the agent share: the agent among neighbours of the test's own.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "agent/FcoeAgentWin.h"
+#include "model/FcoeFabric.h"
+#include "model/FcoeLUN.h"
+#include "model/FcoePort.h"
+#include "model/FcoeTarget.h"
+#include "model/FcoeVLAN.h"
+#include "tests/kit/LogCapture.h"
+#include "tests/kit/MovedClock.h"
+#include "tests/kit/PrivateHive.h"
+#include "tests/unit/FakeCoreAgent.h"
+#include "tests/unit/FakeHbaLibrary.h"
+#include "tests/unit/FakeSetupApi.h"
+
+class TestAgent : public CQelFcoeAgentWin {
+  public:
+    using CQelFcoeAgentWin::m_bInitialized;
+    using CQelFcoeAgentWin::m_mapHBAs;
+    using CQelFcoeAgentWin::m_pCoreAgent;
+    using CQelFcoeAgentWin::m_pLibrary;
+};
+
+class AgentFixture : public testing::Test {
+  protected:
+    static constexpr wchar_t AGENT_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\FcoeAgnt";
+    static constexpr wchar_t FEATURES_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\TOLV";
+
+    // The agent is made while there is no key of the suite: it leaves the program's log as it is.
+    AgentFixture() {
+        hive.Set(FEATURES_KEY, L"InstalledTOLV_FCOE", std::wstring(L"1"));
+        core.adapters = {L"{A}", L"{B}"};
+    }
+    void Register() {
+        wchar_t path[MAX_PATH];
+        GetModuleFileNameW(nullptr, path, MAX_PATH);
+        hive.Set(AGENT_KEY, L"InstalledDir", std::wstring(path));
+    }
+    void Start() {
+        Register();
+        ASSERT_TRUE(agent->Initialize());
+        Forget();
+    }
+    void Forget() {
+        fake.ClearCalls();
+        core.calls.clear();
+        log.Clear();
+    }
+    bool Logged(const std::string& message) const { return log.Has(message); }
+
+    PrivateHive hive;
+    LogCapture log;
+    MovedClock clock;
+    FakeHbaLibrary fake;
+    FakeSetupApi setupApi{hive};
+    FakeCoreAgent core;
+    std::unique_ptr<TestAgent> agent = std::make_unique<TestAgent>();
+};

@@ -1,0 +1,171 @@
+#include "model/FcoeBase.h"
+
+#include <atomic>
+#include <thread>
+#include <type_traits>
+
+#include <gtest/gtest.h>
+
+#include "Common/Src/CriticalSection.h"
+#include "tests/kit/MovedClock.h"
+
+namespace {
+
+struct RECORD {
+    int nNumber = 0;
+    CQelString strText;
+};
+using Children = std::vector<std::shared_ptr<int>>;
+
+// An object of the tree with one reader of each kind.
+class Object : public CQelFcoeBase {
+  public:
+    explicit Object(CHBAAPIInt* library = nullptr) : CQelFcoeBase(library, L"{GUID}", L"Adapter 1", 7) {}
+
+    void ReadRecord(RECORD& record) {
+        ++reads;
+        record.nNumber = number;
+        record.strText = L"text";
+    }
+    bool ReadChildren(Children& children) {
+        ++reads;
+        children.push_back(std::make_shared<int>(number));
+        return succeeds;
+    }
+
+    using CQelFcoeBase::AppendCached;
+    using CQelFcoeBase::CopyCached;
+    using CQelFcoeBase::m_bLockInitialised;
+    using CQelFcoeBase::m_csLock;
+    using CQelFcoeBase::m_hAdapter;
+    using CQelFcoeBase::m_pCache;
+    using CQelFcoeBase::m_pLibrary;
+    using CQelFcoeBase::m_strName;
+    using CQelFcoeBase::m_strSecondName;
+    using CQelFcoeBase::m_ulOpened;
+
+    int reads = 0;
+    int number = 1;
+    bool succeeds = true;
+};
+
+constexpr auto RefreshRecord = &CQelFcoeBase::Refresh<Object, RECORD, &Object::ReadRecord>;
+constexpr auto RefreshChildren = &CQelFcoeBase::Refresh<Object, Children, &Object::ReadChildren>;
+
+} // namespace
+
+TEST(FcoeBase, KeepsWhatItIsMadeWith) {
+    auto* const library = reinterpret_cast<CHBAAPIInt*>(0x1000);
+    Object object(library);
+    EXPECT_EQ(library, object.m_pLibrary);
+    EXPECT_TRUE(object.m_strName == L"{GUID}");
+    EXPECT_TRUE(object.m_strSecondName == L"Adapter 1");
+    EXPECT_EQ(7u, object.m_hAdapter);
+    EXPECT_EQ(0u, object.m_ulOpened);
+    EXPECT_TRUE(object.m_bLockInitialised);
+    ASSERT_NE(nullptr, object.m_pCache);
+    EXPECT_TRUE(object.m_pCache->GetName() == L"{GUID}");
+    EXPECT_FALSE(std::is_polymorphic_v<CQelFcoeBase>);
+}
+
+TEST(FcoeBase, RefreshWithoutOwnerIsFalse) {
+    CacheSlot slot;
+    EXPECT_FALSE(RefreshRecord(nullptr, &slot));
+    EXPECT_FALSE(RefreshChildren(nullptr, &slot));
+    EXPECT_EQ(nullptr, slot.load());
+}
+
+TEST(FcoeBase, ReaderWithoutResultNeverFails) {
+    Object object;
+    CacheSlot slot;
+    EXPECT_TRUE(RefreshRecord(static_cast<CQelFcoeBase*>(&object), &slot));
+    EXPECT_EQ(1, static_cast<RECORD*>(slot.load().get())->nNumber);
+}
+
+TEST(FcoeBase, ReadersResultIsTheRoutinesAndTheValueIsStoredAllTheSame) {
+    Object object;
+    CacheSlot slot;
+    object.succeeds = false;
+    EXPECT_FALSE(RefreshChildren(static_cast<CQelFcoeBase*>(&object), &slot));
+    EXPECT_EQ(1u, static_cast<Children*>(slot.load().get())->size());
+}
+
+TEST(FcoeBase, EachRefreshStoresAFreshValue) {
+    Object object;
+    CacheSlot slot;
+    RefreshChildren(static_cast<CQelFcoeBase*>(&object), &slot);
+    const auto first = slot.load();
+    RefreshChildren(static_cast<CQelFcoeBase*>(&object), &slot);
+    EXPECT_NE(first, slot.load());
+    EXPECT_EQ(1u, static_cast<Children*>(first.get())->size());
+}
+
+TEST(FcoeBase, CollectionHandsTheObjectToItsRoutines) {
+    Object object;
+    object.m_pCache->AddCache(11, 10, RefreshRecord);
+    RECORD record;
+    EXPECT_TRUE(object.CopyCached(11, record));
+    EXPECT_EQ(1, record.nNumber);
+    EXPECT_TRUE(record.strText == L"text");
+}
+
+TEST(FcoeBase, CachedRecordIsServedWithinItsPeriod) {
+    MovedClock clock;
+    Object object;
+    object.m_pCache->AddCache(11, 10, RefreshRecord);
+    RECORD record;
+    object.CopyCached(11, record);
+    object.number = 2;
+    clock.Advance(10);
+    object.CopyCached(11, record);
+    EXPECT_EQ(1, record.nNumber);
+    clock.Advance(1);
+    object.CopyCached(11, record);
+    EXPECT_EQ(2, record.nNumber);
+    EXPECT_EQ(2, object.reads);
+}
+
+TEST(FcoeBase, MissingRecordLeavesTheCallersUntouched) {
+    Object object;
+    RECORD record;
+    record.nNumber = 77;
+    EXPECT_FALSE(object.CopyCached(11, record));
+    EXPECT_EQ(77, record.nNumber);
+}
+
+TEST(FcoeBase, ListsAreAppendedToInOrder) {
+    Object object;
+    Children cached{std::make_shared<int>(1), std::make_shared<int>(2)};
+    object.m_pCache->AddCache(18, std::make_shared<Children>(cached));
+    Children out{std::make_shared<int>(0)};
+    EXPECT_TRUE(object.AppendCached(18, out));
+    ASSERT_EQ(3u, out.size());
+    EXPECT_EQ(0, *out[0]);
+    EXPECT_EQ(cached[0], out[1]);
+    EXPECT_EQ(cached[1], out[2]);
+}
+
+TEST(FcoeBase, FailedListLeavesTheCallersUntouched) {
+    Object object;
+    object.succeeds = false;
+    object.m_pCache->AddCache(17, 10, RefreshChildren);
+    Children out;
+    EXPECT_FALSE(object.AppendCached(17, out));
+    EXPECT_TRUE(out.empty());
+}
+
+TEST(FcoeBase, DestructionWaitsForAThreadInsideTheLock) {
+    auto object = std::make_unique<Object>();
+    std::atomic<bool> inside{false}, leaving{false};
+    std::thread thread([&] {
+        CQelCriticalSectionGuard guard(object->m_csLock);
+        inside = true;
+        Sleep(50);
+        leaving = true;
+    });
+    while (!inside)
+        Sleep(0);
+    object.reset();
+    EXPECT_TRUE(leaving);
+    thread.join();
+}

@@ -1,0 +1,332 @@
+#include "model/FcoeFabric.h"
+
+#include "tests/kit/MovedClock.h"
+#include "tests/unit/TreeTest.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr ULONG PHYSICAL = 0;
+constexpr ULONG VIRTUAL = 1;
+
+class FcoeFabricTest : public TreeTest {
+  protected:
+    // An entry with all that the fabric reads, made from one number.
+    static ORVAN_FC_PORT Entry(HBA_UINT8 type, HBA_UINT16 number, HBA_UINT32 word56 = 1) {
+        ORVAN_FC_PORT entry = FcPort(type, 0x2000000000000000 + number);
+        for (HBA_UINT64 i = 0; i < 3; ++i)
+            entry.Identifier[i] = Wwn((0x30 + i) << 56 | number);
+        entry.Word56 = word56;
+        entry.Number = number;
+        entry.Byte62 = static_cast<HBA_UINT8>(number + 100);
+        return entry;
+    }
+    std::unique_ptr<CQelFcoeFabric> Make(ULONG kind) {
+        std::vector<BYTE> memory(sizeof(ORVAN_FC_PORT_LIST) + 64 * ports.size());
+        auto* list = reinterpret_cast<ORVAN_FC_PORT_LIST*>(memory.data());
+        list->NumberOfEntries = static_cast<HBA_UINT32>(ports.size());
+        if (!ports.empty())
+            std::memcpy(list->entry, ports.data(), 64 * ports.size());
+        return std::make_unique<CQelFcoeFabric>(&library, L"{name}", L"second", HANDLE_7, list, kind);
+    }
+    static QEL_FCOE_FABRIC Record(const CQelFcoeFabric& fabric) {
+        QEL_FCOE_FABRIC record;
+        EXPECT_TRUE(fabric.Get(record));
+        return record;
+    }
+    static std::vector<QEL_FCOE_PORT> Ports(const CQelFcoeFabric& fabric) {
+        std::vector<std::shared_ptr<CQelFcoePort>> objects;
+        EXPECT_TRUE(fabric.GetPorts(objects));
+        std::vector<QEL_FCOE_PORT> records(objects.size());
+        for (std::size_t i = 0; i < objects.size(); ++i)
+            EXPECT_TRUE(objects[i]->Get(records[i]));
+        return records;
+    }
+    // A target of the port made from Entry with this number, and a logical unit of it.
+    void AddTarget(HBA_UINT8 type, HBA_UINT16 portNumber, HBA_UINT16 number) {
+        ORVAN_TARGET_ENTRY target = TargetEntry(type, 0x2000000000000000 + portNumber, 0x5000 + number);
+        target.Number = number;
+        fake.targets.push_back(target);
+        fake.mappings.push_back(LunEntry(0x5000 + number, number));
+    }
+    static std::vector<ULONG> Numbers(const std::vector<std::shared_ptr<CQelFcoeTarget>>& targets) {
+        std::vector<ULONG> numbers;
+        for (const auto& target : targets) {
+            QEL_FCOE_TARGET record;
+            target->Get(record);
+            numbers.push_back(record.ulNumber);
+        }
+        return numbers;
+    }
+    static std::vector<ULONG> Numbers(const std::vector<std::shared_ptr<CQelFcoeLUN>>& luns) {
+        std::vector<ULONG> numbers;
+        for (const auto& lun : luns) {
+            QEL_FCOE_LUN record;
+            lun->Get(record);
+            numbers.push_back(record.ulOsLun);
+        }
+        return numbers;
+    }
+
+    std::vector<ORVAN_FC_PORT> ports;
+    std::vector<std::shared_ptr<CQelFcoeTarget>> targets;
+    std::vector<std::shared_ptr<CQelFcoeLUN>> luns;
+};
+
+using FabricRecord = FcoeFabricTest;
+using FabricPorts = FcoeFabricTest;
+using FabricTargets = FcoeFabricTest;
+using FabricLuns = FcoeFabricTest;
+
+} // namespace
+
+// --- Record
+
+TEST_F(FabricRecord, PhysicalHasAllItsFields) {
+    ports = {Entry(0, 5, 0xCAFE)};
+    const QEL_FCOE_FABRIC record = Record(*Make(PHYSICAL));
+    EXPECT_EQ(record.strName, L"Fabric 5");
+    EXPECT_EQ(record.strWWN1, L"30:00:00:00:00:00:00:05");
+    EXPECT_EQ(record.strWWN2, L"31:00:00:00:00:00:00:05");
+    EXPECT_EQ(record.strWWN3, L"32:00:00:00:00:00:00:05");
+    EXPECT_EQ(record.ulEntryWord, 0xCAFEu);
+    EXPECT_EQ(record.strDeviceId, L"{name}");
+    EXPECT_EQ(record.strSecondId, L"second");
+    EXPECT_EQ(record.strKind, L"Physical");
+    EXPECT_EQ(record.ulKind, 0u);
+    EXPECT_EQ(record.ulEntryByte, 105u);
+    EXPECT_EQ(record.ulNumber, 5u);
+}
+
+TEST_F(FabricRecord, VirtualIsNamedFromItsFirstEntryWhateverTheWord) {
+    for (const HBA_UINT8 type : {2, 3}) {
+        ports = {Entry(0, 1), Entry(type, 7, 0), Entry(2, 8, 1)};
+        const QEL_FCOE_FABRIC record = Record(*Make(VIRTUAL));
+        EXPECT_EQ(record.strName, L"Virtual Fabric 7");
+        EXPECT_EQ(record.strKind, L"Virtual");
+        EXPECT_EQ(record.ulKind, 1u);
+        EXPECT_EQ(record.ulNumber, 7u);
+        EXPECT_EQ(record.ulEntryWord, 0u);
+        EXPECT_EQ(record.strWWN1, L"30:00:00:00:00:00:00:07");
+    }
+}
+
+TEST_F(FabricRecord, FirstNamingEntryKeepsTheName) {
+    ports = {Entry(0, 1), Entry(0, 2)};
+    EXPECT_EQ(Record(*Make(PHYSICAL)).ulNumber, 1u);
+}
+
+TEST_F(FabricRecord, LaterEntryThatNamesOverwritesWhatEntriesWithoutNameLeft) {
+    ports = {Entry(0, 1, 0), Entry(0, 2, 9), Entry(0, 3, 9)};
+    const QEL_FCOE_FABRIC record = Record(*Make(PHYSICAL));
+    EXPECT_EQ(record.strName, L"Fabric 2");
+    EXPECT_EQ(record.strWWN1, L"30:00:00:00:00:00:00:02");
+    EXPECT_EQ(record.strWWN2, L"31:00:00:00:00:00:00:02");
+    EXPECT_EQ(record.strWWN3, L"32:00:00:00:00:00:00:02");
+    EXPECT_EQ(record.ulEntryWord, 9u);
+    EXPECT_EQ(record.ulEntryByte, 102u);
+    EXPECT_EQ(record.ulNumber, 2u);
+}
+
+TEST_F(FabricRecord, OverTypeOneAloneHasNoNameAndTheLastIdentifiers) {
+    ports = {Entry(1, 1), Entry(1, 2), Entry(1, 3)};
+    const auto fabric = Make(PHYSICAL);
+    const QEL_FCOE_FABRIC record = Record(*fabric);
+    EXPECT_EQ(record.strName, L"");
+    EXPECT_EQ(record.strWWN1, L"30:00:00:00:00:00:00:03");
+    EXPECT_EQ(record.ulNumber, 3u);
+    EXPECT_EQ(record.ulEntryByte, 103u);
+    EXPECT_EQ(Ports(*fabric).size(), 3u);
+}
+
+TEST_F(FabricRecord, EmptyListGivesAnEmptyRecordAndNoPorts) {
+    const auto fabric = Make(PHYSICAL);
+    const QEL_FCOE_FABRIC record = Record(*fabric);
+    EXPECT_EQ(record.strName, L"");
+    EXPECT_EQ(record.strWWN1, L"");
+    EXPECT_EQ(record.strWWN2, L"");
+    EXPECT_EQ(record.strWWN3, L"");
+    EXPECT_EQ(record.ulEntryWord + record.ulEntryByte + record.ulNumber, 0u);
+    EXPECT_EQ(record.strKind, L"Physical");
+    EXPECT_THAT(Ports(*fabric), IsEmpty());
+    EXPECT_TRUE(fabric->GetTargets(targets));
+    EXPECT_TRUE(fabric->GetLUNs(luns));
+    EXPECT_THAT(targets, IsEmpty());
+    EXPECT_TRUE(fake.calls.empty());
+}
+
+TEST_F(FabricRecord, EntriesOfTheOtherKindDoNotCount) {
+    ports = {Entry(2, 1), Entry(0, 2)};
+    EXPECT_EQ(Record(*Make(PHYSICAL)).strName, L"Fabric 2");
+    ports = {Entry(0, 1)};
+    EXPECT_EQ(Record(*Make(VIRTUAL)).strName, L"");
+    EXPECT_EQ(Record(*Make(VIRTUAL)).strKind, L"Virtual");
+}
+
+TEST_F(FabricRecord, UnknownKindHasNoKindTextAndNoPorts) {
+    ports = {Entry(0, 1), Entry(2, 2)};
+    const auto fabric = Make(2);
+    EXPECT_EQ(Record(*fabric).strKind, L"");
+    EXPECT_EQ(Record(*fabric).ulKind, 2u);
+    EXPECT_THAT(Ports(*fabric), IsEmpty());
+}
+
+TEST_F(FabricRecord, NumberHas16Bits) {
+    ports = {Entry(0, 65535)};
+    EXPECT_EQ(Record(*Make(PHYSICAL)).strName, L"Fabric 65535");
+}
+
+TEST_F(FabricRecord, OperationsAreTraced) {
+    ports = {Entry(0, 1)};
+    Ports(*Make(PHYSICAL));
+    Record(*Make(PHYSICAL));
+    EXPECT_TRUE(Traced("CQelFcoeFabric::CQelFcoeFabric"));
+    EXPECT_TRUE(Traced("CQelFcoeFabric::Get", ", bReturn=true"));
+    EXPECT_TRUE(Traced("CQelFcoeFabric::GetPorts", ", bReturn=true"));
+    EXPECT_TRUE(Traced("CQelFcoeFabric::~CQelFcoeFabric"));
+}
+
+// --- Ports
+
+TEST_F(FabricPorts, AreThoseOfItsKindInTheirOrder) {
+    ports = {Entry(0, 1), Entry(2, 2), Entry(1, 3), Entry(3, 4), Entry(4, 5), Entry(255, 6)};
+    const auto physical = Ports(*Make(PHYSICAL));
+    ASSERT_EQ(physical.size(), 2u);
+    EXPECT_EQ(physical[0].ulPortType, 0u);
+    EXPECT_EQ(physical[1].ulPortType, 1u);
+    const auto virtuals = Ports(*Make(VIRTUAL));
+    ASSERT_EQ(virtuals.size(), 2u);
+    EXPECT_EQ(virtuals[0].ulPortType, 2u);
+    EXPECT_EQ(virtuals[1].ulPortType, 3u);
+    EXPECT_EQ(virtuals[0].strDeviceId, L"{name}");
+    EXPECT_EQ(virtuals[0].strSecondId, L"second");
+}
+
+TEST_F(FabricPorts, CarryTheNameAsItStoodWhenTheyWereMade) {
+    ports = {Entry(0, 1, 0), Entry(0, 2), Entry(0, 3)};
+    const auto records = Ports(*Make(PHYSICAL));
+    ASSERT_EQ(records.size(), 3u);
+    EXPECT_EQ(records[0].strFabricName, L"");
+    EXPECT_EQ(records[1].strFabricName, L"Fabric 2");
+    EXPECT_EQ(records[2].strFabricName, L"Fabric 2");
+}
+
+TEST_F(FabricPorts, AreSharedAndAppended) {
+    ports = {Entry(0, 1), Entry(0, 2)};
+    const auto fabric = Make(PHYSICAL);
+    std::vector<std::shared_ptr<CQelFcoePort>> objects;
+    EXPECT_TRUE(fabric->GetPorts(objects));
+    EXPECT_TRUE(fabric->GetPorts(objects));
+    ASSERT_EQ(objects.size(), 4u);
+    EXPECT_EQ(objects[0], objects[2]);
+    EXPECT_EQ(objects[1], objects[3]);
+}
+
+// --- Targets and logical units
+
+TEST_F(FabricTargets, AreThoseOfEachPortInTurn) {
+    ports = {Entry(0, 1), Entry(0, 2)};
+    AddTarget(0, 2, 20);
+    AddTarget(0, 1, 10);
+    AddTarget(0, 2, 21);
+    EXPECT_TRUE(Make(PHYSICAL)->GetTargets(targets));
+    EXPECT_THAT(Numbers(targets), ElementsAre(10u, 20u, 21u));
+    EXPECT_TRUE(Traced("CQelFcoeFabric::GetTargets", ", bReturn=true"));
+    EXPECT_FALSE(log.Has("ENTRY:  CQelFcoeFabric::GetPorts"));
+}
+
+TEST_F(FabricTargets, AreNotDeduplicated) {
+    ports = {Entry(0, 1), Entry(0, 1)};
+    AddTarget(0, 1, 10);
+    EXPECT_TRUE(Make(PHYSICAL)->GetTargets(targets));
+    EXPECT_THAT(Numbers(targets), ElementsAre(10u, 10u));
+}
+
+TEST_F(FabricTargets, AreAppended) {
+    ports = {Entry(0, 1)};
+    AddTarget(0, 1, 10);
+    const auto fabric = Make(PHYSICAL);
+    EXPECT_TRUE(fabric->GetTargets(targets));
+    EXPECT_TRUE(fabric->GetTargets(targets));
+    EXPECT_EQ(targets.size(), 2u);
+}
+
+TEST_F(FabricLuns, AreThoseOfEachTargetInTurn) {
+    ports = {Entry(0, 1), Entry(0, 2)};
+    AddTarget(0, 2, 20);
+    AddTarget(0, 1, 10);
+    EXPECT_TRUE(Make(PHYSICAL)->GetLUNs(luns));
+    EXPECT_THAT(Numbers(luns), ElementsAre(10u, 20u));
+    EXPECT_TRUE(Traced("CQelFcoeFabric::GetLUNs", ", bReturn=true"));
+    EXPECT_TRUE(Traced("CQelFcoeFabric::GetTargets", ", bReturn=true"));
+}
+
+// A port or target whose refresh failed: its cache has been told so through the base it shares with all objects.
+namespace {
+
+template <class Object> struct Failing : Object {
+    static void Break(Object& object, LONG key) {
+        auto& cache = *(object.*(&Failing::m_pCache));
+        cache.AddCache(key, 0, [](void*, CacheSlot*) { return false; });
+    }
+};
+
+} // namespace
+
+TEST_F(FabricTargets, OneFailingPortMakesItFalseAndTheOthersCount) {
+    ports = {Entry(0, 1), Entry(0, 2)};
+    AddTarget(0, 1, 10);
+    AddTarget(0, 2, 20);
+    const auto fabric = Make(PHYSICAL);
+    std::vector<std::shared_ptr<CQelFcoePort>> objects;
+    fabric->GetPorts(objects);
+    Failing<CQelFcoePort>::Break(*objects[0], CacheKey::PORT_TARGETS);
+    EXPECT_FALSE(fabric->GetTargets(targets));
+    EXPECT_THAT(Numbers(targets), ElementsAre(20u));
+    EXPECT_TRUE(Traced("CQelFcoeFabric::GetTargets", ", bReturn=false"));
+
+    EXPECT_FALSE(fabric->GetLUNs(luns)) << "the level above failed";
+    EXPECT_THAT(luns, IsEmpty());
+    EXPECT_TRUE(Traced("CQelFcoeFabric::GetLUNs", ", bReturn=false"));
+}
+
+TEST_F(FabricLuns, OneFailingTargetMakesItFalseAndTheOthersCount) {
+    MovedClock clock; // the ports keep the targets
+    ports = {Entry(0, 1)};
+    AddTarget(0, 1, 10);
+    AddTarget(0, 1, 20);
+    const auto fabric = Make(PHYSICAL);
+    fabric->GetTargets(targets);
+    ASSERT_EQ(targets.size(), 2u);
+    Failing<CQelFcoeTarget>::Break(*targets[0], CacheKey::TARGET_LUNS);
+    EXPECT_FALSE(fabric->GetLUNs(luns));
+    EXPECT_THAT(Numbers(luns), ElementsAre(20u));
+}
+
+TEST_F(FabricTargets, PortWithoutRecordFailsItsReader) {
+    ports = {Entry(0, 1)};
+    AddTarget(0, 1, 10);
+    const auto fabric = Make(PHYSICAL);
+    std::vector<std::shared_ptr<CQelFcoePort>> objects;
+    fabric->GetPorts(objects);
+    Failing<CQelFcoePort>::Break(*objects[0], CacheKey::PORT_RECORD);
+    EXPECT_FALSE(objects[0]->GetTargets_HBA(targets));
+    EXPECT_FALSE(objects[0]->GetTargets(targets));
+    QEL_FCOE_PORT record;
+    record.strKind = L"untouched";
+    EXPECT_FALSE(objects[0]->Get(record));
+    EXPECT_EQ(record.strKind, L"untouched");
+}
+
+TEST_F(FabricTargets, TargetWithoutRecordHasNoLunsAndSaysSo) {
+    ports = {Entry(0, 1)};
+    AddTarget(0, 1, 10);
+    const auto fabric = Make(PHYSICAL);
+    fabric->GetTargets(targets);
+    Failing<CQelFcoeTarget>::Break(*targets.at(0), CacheKey::TARGET_RECORD);
+    EXPECT_TRUE(targets[0]->GetLUNs_HBA(luns));
+    EXPECT_THAT(luns, IsEmpty());
+    EXPECT_TRUE(log.Has("ERROR:  Unable to retrieve the current target information"));
+}

@@ -1,0 +1,351 @@
+#include "model/FcoeLUN.h"
+
+#include "tests/unit/CAllocatorWatch.h"
+#include "tests/unit/TreeTest.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+class FcoeLunTest : public TreeTest {
+  protected:
+    FcoeLunTest() {
+        entry = LunEntry(0x500601603CE0A1B2, 5);
+        entry.ScsiId.ScsiBusNumber = 2;
+        entry.ScsiId.ScsiTargetNumber = 3;
+        entry.FcpId.FcpLun = 0x0005000000000000;
+        std::strcpy(entry.ScsiId.OSDeviceName, "\\\\.\\PHYSICALDRIVE7");
+        fake.capacityResponse = Capacity16(4096, 512);
+    }
+    std::unique_ptr<CQelFcoeLUN> Make() {
+        return std::make_unique<CQelFcoeLUN>(&library, L"{name}", L"second", HANDLE_7, L"Fabric 1", L"owning",
+                                             L"target", Wwn(0x2000001122334455), entry);
+    }
+    QEL_FCOE_LUN Record() {
+        QEL_FCOE_LUN record;
+        EXPECT_TRUE(Make()->Get(record));
+        return record;
+    }
+    QEL_FCOE_LUN RecordOf(HBA_UINT64 address, HBA_UINT32 blockSize) {
+        fake.capacityResponse = Capacity16(address, blockSize);
+        return Record();
+    }
+    HBA_FCPSCSIENTRY entry{};
+};
+
+using LunRecord = FcoeLunTest;
+using LunCapacity = FcoeLunTest;
+
+class LunMapping : public TreeTest {
+  protected:
+    ~LunMapping() override { std::free(mapping); }
+    BOOL Read() { return CQelFcoeLUN::GetLUNSList_HBA(&library, HANDLE_7, mapping); }
+
+    HBA_FCPTARGETMAPPING* mapping = nullptr;
+};
+
+} // namespace
+
+// --- Record
+
+TEST_F(LunRecord, HasAllItsFields) {
+    const QEL_FCOE_LUN record = Record();
+    EXPECT_EQ(record.ulOsLun, 5u);
+    EXPECT_EQ(record.ulScsiBus, 2u);
+    EXPECT_EQ(record.ulScsiTarget, 3u);
+    EXPECT_EQ(record.ulReserved, 0u);
+    EXPECT_EQ(record.strOsDeviceName, L"\\\\.\\PHYSICALDRIVE7");
+    EXPECT_EQ(record.strCapacity, L"2 MB");
+    EXPECT_EQ(record.strBlockSize, L"512 bytes");
+    EXPECT_EQ(record.strTargetPortWWN, L"target");
+    EXPECT_EQ(record.strOwningPortWWN, L"owning");
+    EXPECT_EQ(record.strInitiatorPortWWN, L"20:00:00:11:22:33:44:55");
+    EXPECT_EQ(record.strFabricName, L"Fabric 1");
+    EXPECT_EQ(record.strDeviceId, L"{name}");
+    EXPECT_EQ(record.strSecondId, L"second");
+}
+
+TEST_F(LunRecord, IsReadOnceAtConstruction) {
+    const auto lun = Make();
+    EXPECT_EQ(fake.calls.size(), 1u);
+    fake.capacityResponse = Capacity16(8192, 512);
+    QEL_FCOE_LUN record;
+    EXPECT_TRUE(lun->Get(record));
+    EXPECT_TRUE(lun->Get(record));
+    EXPECT_EQ(record.strCapacity, L"2 MB");
+    EXPECT_EQ(fake.calls.size(), 1u);
+}
+
+TEST_F(LunRecord, OperationsAreTraced) {
+    Record();
+    EXPECT_TRUE(Traced("CQelFcoeLUN::CQelFcoeLUN"));
+    EXPECT_TRUE(Traced("CQelFcoeLUN::Get", ", bReturn=true"));
+    EXPECT_TRUE(Traced("CQelFcoeLUN::~CQelFcoeLUN"));
+}
+
+TEST_F(LunRecord, DeviceNameWithoutTerminatorEndsWithItsField) {
+    std::memset(entry.ScsiId.OSDeviceName, 'x', sizeof entry.ScsiId.OSDeviceName);
+    entry.ScsiId.ScsiBusNumber = 0x79797979; // "yyyy" right behind it
+    EXPECT_EQ(Record().strOsDeviceName, std::wstring(256, L'x'));
+}
+
+TEST_F(LunRecord, DeviceNameIsInTheSystemsCodePage) {
+    std::strcpy(entry.ScsiId.OSDeviceName, "Gr\xF6\xDF"
+                                           "e");
+    wchar_t expected[16] = {};
+    MultiByteToWideChar(CP_ACP, 0,
+                        "Gr\xF6\xDF"
+                        "e",
+                        -1, expected, 16);
+    EXPECT_EQ(Record().strOsDeviceName, expected);
+}
+
+TEST_F(LunRecord, EmptyDeviceNameIsEmpty) {
+    entry.ScsiId.OSDeviceName[0] = '\0';
+    EXPECT_EQ(Record().strOsDeviceName, L"");
+}
+
+// --- The command
+
+TEST_F(LunCapacity, CommandCarriesInitiatorTargetAndLun) {
+    struct Seen {
+        HBA_UINT64 hba, target, lun;
+        HBA_UINT32 responseSize, senseSize;
+        bool cleared;
+        HBA_UINT8* scsiStatus;
+    } seen{};
+    fake.ScsiReadCapacityV2 = [&](HBA_HANDLE handle, HBA_WWN hba, HBA_WWN target, HBA_UINT64 lun, void* response,
+                                  HBA_UINT32* responseSize, HBA_UINT8* scsiStatus, void* sense,
+                                  HBA_UINT32* senseSize) -> HBA_STATUS {
+        const std::vector<BYTE> zeros(260);
+        EXPECT_EQ(handle, HANDLE_7);
+        EXPECT_EQ(std::memcmp(&hba, Wwn(0x2000001122334455).wwn, 8), 0);
+        EXPECT_EQ(std::memcmp(&target, Wwn(0x500601603CE0A1B2).wwn, 8), 0);
+        seen.lun = lun;
+        seen.responseSize = *responseSize;
+        seen.senseSize = *senseSize;
+        seen.scsiStatus = scsiStatus;
+        seen.cleared = !std::memcmp(response, zeros.data(), 260) && !std::memcmp(sense, zeros.data(), 260);
+        return HBA_STATUS_ERROR;
+    };
+    Make();
+    EXPECT_EQ(seen.lun, 0x0005000000000000u);
+    EXPECT_EQ(seen.responseSize, 260u);
+    EXPECT_EQ(seen.senseSize, 260u);
+    EXPECT_EQ(seen.scsiStatus, nullptr);
+    EXPECT_TRUE(seen.cleared);
+}
+
+TEST_F(LunCapacity, OneCommandAndNoneOfThe16ByteKind) {
+    fake.capacityResponse = Capacity16(0xFFFFFFFFFFFFFFFF, 512); // saturated
+    Make();
+    EXPECT_EQ(fake.CallsOf("ScsiReadCapacityV2"), 1);
+    EXPECT_EQ(fake.CallsOf("SendReadCapacity16"), 0);
+}
+
+TEST_F(LunCapacity, FailedCommandLeavesUnknown) {
+    fake.ScsiReadCapacityV2 = [](auto...) -> HBA_STATUS { return HBA_STATUS_ERROR; };
+    const QEL_FCOE_LUN record = Record();
+    EXPECT_EQ(record.strCapacity, L"Unknown");
+    EXPECT_EQ(record.strBlockSize, L"Unknown");
+    EXPECT_EQ(record.ulOsLun, 5u) << "the rest of the record stands";
+    EXPECT_THAT(log.Messages(), ElementsAre("RetrieveLUNCapacityV2 failed - Status=1"));
+}
+
+TEST_F(LunCapacity, MissingHandlerLeavesUnknown) {
+    library.DeInitHBAAPIMod();
+    fake.missing = {"ScsiReadCapacityV2"};
+    ASSERT_TRUE(library.InitHBAAPIMod());
+    EXPECT_EQ(Record().strCapacity, L"Unknown");
+}
+
+TEST_F(LunCapacity, UnitAttentionIsRetried) {
+    int calls = 0;
+    fake.ScsiReadCapacityV2 = [&](HBA_HANDLE, HBA_WWN, HBA_WWN, HBA_UINT64, void* response, auto...) -> HBA_STATUS {
+        if (++calls < 3)
+            return HBA_STATUS_SCSI_CHECK_CONDITION;
+        std::memcpy(response, fake.capacityResponse.data(), fake.capacityResponse.size());
+        return HBA_STATUS_OK;
+    };
+    EXPECT_EQ(Record().strCapacity, L"2 MB");
+    EXPECT_EQ(calls, 3);
+}
+
+TEST_F(LunCapacity, BothReadersSeeTheResponseIn16ByteLayout) {
+    Record();
+    EXPECT_TRUE(Traced("CDataUtil::FormatLUNDataV2", ", nReturn=0"));
+    EXPECT_TRUE(Traced("CDataUtil::FormatLUNData", ", nReturn=0"));
+    EXPECT_TRUE(log.Has("DeriveCorrectBufSz LBA(16) nRspBufMSB = 7, NoOfIterations = 8"));
+}
+
+TEST_F(LunCapacity, ResponseOfThe10ByteCommandIsReadAs16Bytes) {
+    fake.capacityResponse = {0, 0, 0x10, 0, 0, 0, 0x02, 0};
+    const QEL_FCOE_LUN record = Record();
+    EXPECT_EQ(record.strCapacity, L"0 MB") << "the block size is looked for behind the response";
+    EXPECT_EQ(record.strBlockSize, L"0 bytes");
+}
+
+TEST_F(LunCapacity, UntouchedResponseIsZero) {
+    fake.capacityResponse.clear();
+    const QEL_FCOE_LUN record = Record();
+    EXPECT_EQ(record.strCapacity, L"0 MB");
+    EXPECT_EQ(record.strBlockSize, L"0 bytes");
+}
+
+// --- Texts
+
+TEST_F(LunCapacity, TwoMegabytes) {
+    const QEL_FCOE_LUN record = RecordOf(4096, 512);
+    EXPECT_EQ(record.strCapacity, L"2 MB");
+    EXPECT_EQ(record.strBlockSize, L"512 bytes");
+}
+
+TEST_F(LunCapacity, ThresholdsFromBothSides) {
+    EXPECT_EQ(RecordOf(0, 512).strCapacity, L"0 MB");
+    EXPECT_EQ(RecordOf(2047, 512).strCapacity, L"0 MB");
+    EXPECT_EQ(RecordOf(2048, 512).strCapacity, L"1 MB");
+    EXPECT_EQ(RecordOf((1ull << 30) / 512 - 1, 512).strCapacity, L"1023 MB");
+    EXPECT_EQ(RecordOf((1ull << 30) / 512, 512).strCapacity, L"1 GB");
+    EXPECT_EQ(RecordOf((1ull << 40) / 512 - 1, 512).strCapacity, L"1023 GB");
+    EXPECT_EQ(RecordOf((1ull << 40) / 512, 512).strCapacity, L"1 TB");
+    EXPECT_EQ(RecordOf((1ull << 30) - 1, 1).strCapacity, L"1023 MB");
+    EXPECT_EQ(RecordOf((1ull << 40) - 1, 1).strCapacity, L"1023 GB");
+}
+
+TEST_F(LunCapacity, FractionsAreCutOff) {
+    EXPECT_EQ(RecordOf(4 * 2097152 - 1, 512).strCapacity, L"3 GB");
+    EXPECT_EQ(RecordOf(2 * 2147483648ull - 1, 512).strCapacity, L"1 TB");
+}
+
+TEST_F(LunCapacity, OddBlockSizes) {
+    EXPECT_EQ(RecordOf(4194304, 520).strCapacity, L"2 GB");
+    EXPECT_EQ(RecordOf(4194304, 520).strBlockSize, L"520 bytes");
+    EXPECT_EQ(RecordOf(268435456, 4096).strCapacity, L"1 TB");
+    EXPECT_EQ(RecordOf(268435456, 4096).strBlockSize, L"4096 bytes");
+    EXPECT_EQ(RecordOf(1, 0xFFFFFFFF).strBlockSize, L"4294967295 bytes");
+    EXPECT_EQ(RecordOf(1, 0xFFFFFFFF).strCapacity, L"3 GB");
+}
+
+TEST_F(LunCapacity, LargestPositive) {
+    // 2^63 blocks, as a floating-point number, of 4294967295 bytes.
+    EXPECT_EQ(RecordOf(0x7FFFFFFFFFFFFFFF, 0xFFFFFFFF).strCapacity, L"36028797010575360 TB");
+    EXPECT_EQ(RecordOf(0x7FFFFFFFFFFFFFFF, 1).strCapacity, L"8388608 TB");
+}
+
+TEST_F(LunCapacity, AddressesFromTwoToThe63AreNegativeMegabytes) {
+    EXPECT_EQ(RecordOf(0x8000000000000000, 512).strCapacity, L"-4503599627370496 MB");
+    EXPECT_EQ(RecordOf(0xFFFFFFFFFFFFFFFF, 512).strCapacity, L"0 MB");
+    EXPECT_EQ(RecordOf(0xFFFFFFFFFFFFFFFF, 0x100000).strCapacity, L"-1 MB");
+}
+
+TEST_F(LunCapacity, MegabytesBeyond64BitsAreTheSmallestNumber) {
+    EXPECT_EQ(RecordOf(0x8000000000000000, 0x100000).strCapacity, L"-9223372036854775808 MB") << "fits exactly";
+    EXPECT_EQ(RecordOf(0x8000000000000000, 0x200000).strCapacity, L"-9223372036854775808 MB");
+    EXPECT_EQ(RecordOf(0x8000000000000000, 0xFFFFFFFF).strCapacity, L"-9223372036854775808 MB");
+    EXPECT_EQ(RecordOf(0x8000000000000000, 0xFFFFFFFF).strBlockSize, L"4294967295 bytes");
+}
+
+// --- Mapping
+
+TEST_F(LunMapping, NothingMappedGivesAMappingWithCountZero) {
+    CAllocatorWatch allocator;
+    EXPECT_TRUE(Read());
+    ASSERT_NE(mapping, nullptr);
+    const HBA_FCPTARGETMAPPING zeros{};
+    EXPECT_EQ(std::memcmp(mapping, &zeros, sizeof zeros), 0);
+    EXPECT_THAT(allocator.Sizes(), ElementsAre(312u));
+    EXPECT_THAT(Messages(), ElementsAre("GetTargetsInfo() succeeded, dwNoOfTargets = 0",
+                                        "Looks like there are no targets found on this HBA"));
+    EXPECT_TRUE(Traced("CQelFcoeLUN::GetLUNSList_HBA", ", bReturn=true"));
+    std::free(std::exchange(mapping, nullptr));
+}
+
+TEST_F(LunMapping, OneEntry) {
+    fake.mappings = {LunEntry(0x1234, 9)};
+    CAllocatorWatch allocator;
+    EXPECT_TRUE(Read());
+    ASSERT_NE(mapping, nullptr);
+    EXPECT_EQ(mapping->NumberOfEntries, 1u);
+    EXPECT_EQ(std::memcmp(mapping->entry, fake.mappings.data(), 304), 0);
+    EXPECT_THAT(allocator.Sizes(), ElementsAre(312u));
+    EXPECT_THAT(Messages(),
+                ElementsAre("GetTargetsInfo() succeeded, dwNoOfTargets = 1", "Looks like there is only 1 target"));
+    std::free(std::exchange(mapping, nullptr));
+}
+
+TEST_F(LunMapping, FailedAllocationOfOneEntry) {
+    fake.mappings.resize(1);
+    CAllocatorWatch allocator;
+    allocator.Fail(312);
+    EXPECT_FALSE(Read());
+    EXPECT_EQ(mapping, nullptr);
+    EXPECT_THAT(Messages(),
+                ElementsAre("GetTargetsInfo() succeeded, dwNoOfTargets = 1", "Looks like there is only 1 target",
+                            "Memory Allocation failed - m_pTargetsInfo"));
+    EXPECT_TRUE(Traced("CQelFcoeLUN::GetLUNSList_HBA", ", bReturn=false"));
+}
+
+TEST_F(LunMapping, MoreEntriesAreReadWithTheReportedCount) {
+    for (HBA_UINT32 lun = 0; lun < 4; ++lun)
+        fake.mappings.push_back(LunEntry(0x1234, lun));
+    CAllocatorWatch allocator;
+    EXPECT_TRUE(Read());
+    ASSERT_NE(mapping, nullptr);
+    EXPECT_EQ(mapping->NumberOfEntries, 4u);
+    EXPECT_EQ(std::memcmp(mapping->entry, fake.mappings.data(), 4 * 304), 0);
+    EXPECT_THAT(fake.calls, ElementsAre("GetFcpTargetMapping 7 1", "GetFcpTargetMapping 7 4"));
+    EXPECT_THAT(allocator.Sizes(), ElementsAre(304u * 3 + 312));
+    EXPECT_THAT(Messages(), ElementsAre("GetLUNSList_HBA() failed Inout No of targets = 4, dwNoOfTargets = 4"));
+    std::free(std::exchange(mapping, nullptr));
+}
+
+TEST_F(LunMapping, FailedAllocationForMoreEntries) {
+    fake.mappings.resize(4);
+    CAllocatorWatch allocator;
+    allocator.Fail(304 * 3 + 312);
+    EXPECT_FALSE(Read());
+    EXPECT_EQ(mapping, nullptr);
+    EXPECT_THAT(Messages(), ElementsAre("GetLUNSList_HBA() failed Inout No of targets = 4, dwNoOfTargets = 4",
+                                        "Memory Allocation failed - pTargetsInfo."));
+}
+
+TEST_F(LunMapping, FailedRetryIsTrueWithoutMapping) {
+    fake.GetFcpTargetMapping = [](HBA_HANDLE, HBA_FCPTARGETMAPPING* list) -> HBA_STATUS {
+        const bool probe = list->NumberOfEntries == 1;
+        list->NumberOfEntries = probe ? 3 : 6;
+        return HBA_STATUS_ERROR_MORE_DATA;
+    };
+    EXPECT_TRUE(Read());
+    EXPECT_EQ(mapping, nullptr);
+    EXPECT_THAT(Messages(), ElementsAre("GetLUNSList_HBA() failed Inout No of targets = 3, dwNoOfTargets = 3",
+                                        "GetTargetsInfo() failed Inout No of targets = 6, dwNoOfTargets = 6"));
+}
+
+TEST_F(LunMapping, FailureIsTrueWithoutMapping) {
+    fake.GetFcpTargetMapping = [](auto...) -> HBA_STATUS { return HBA_STATUS_ERROR; };
+    EXPECT_TRUE(Read());
+    EXPECT_EQ(mapping, nullptr);
+    EXPECT_THAT(Messages(), ElementsAre("GetLUNSList_HBA() failed Inout No of targets = 1, dwNoOfTargets = 0"));
+    EXPECT_TRUE(Traced("CQelFcoeLUN::GetLUNSList_HBA", ", bReturn=true"));
+}
+
+TEST_F(LunMapping, SuccessOfTheProbeWithSeveralEntriesGivesNoMapping) {
+    fake.GetFcpTargetMapping = [](HBA_HANDLE, HBA_FCPTARGETMAPPING* list) -> HBA_STATUS {
+        list->NumberOfEntries = 2;
+        return HBA_STATUS_OK;
+    };
+    EXPECT_TRUE(Read());
+    EXPECT_EQ(mapping, nullptr);
+    EXPECT_THAT(Messages(), ElementsAre("GetTargetsInfo() succeeded, dwNoOfTargets = 2"));
+}
+
+TEST_F(LunMapping, MappingPassedInIsFreedFirst) {
+    fake.GetFcpTargetMapping = [](auto...) -> HBA_STATUS { return HBA_STATUS_ERROR; };
+    CAllocatorWatch allocator;
+    mapping = static_cast<HBA_FCPTARGETMAPPING*>(std::malloc(312));
+    EXPECT_TRUE(Read());
+    EXPECT_EQ(mapping, nullptr);
+    EXPECT_EQ(allocator.Live(), 0u);
+    EXPECT_THAT(Messages(), ElementsAre("CQelFcoeLUN::GetLUNSList_HBA() Deleting pLunList",
+                                        "GetLUNSList_HBA() failed Inout No of targets = 1, dwNoOfTargets = 0"));
+}

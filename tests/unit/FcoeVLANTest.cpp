@@ -1,0 +1,273 @@
+#include "model/FcoeVLAN.h"
+
+#include "tests/kit/MovedClock.h"
+#include "tests/unit/CAllocatorWatch.h"
+#include "tests/unit/TreeTest.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+class FcoeVlanTest : public TreeTest {
+  protected:
+    std::unique_ptr<CQelFcoeVLAN> Make(ULONG entry) {
+        return std::make_unique<CQelFcoeVLAN>(&library, L"{name}", L"second", HANDLE_7, entry);
+    }
+    static QEL_FCOE_VLAN Record(const CQelFcoeVLAN& vlan) {
+        QEL_FCOE_VLAN record;
+        EXPECT_TRUE(vlan.Get(record));
+        return record;
+    }
+};
+
+using VlanRecord = FcoeVlanTest;
+using VlanRefresh = FcoeVlanTest;
+
+class VlanList : public TreeTest {
+  protected:
+    ~VlanList() override { std::free(list); }
+    ULONG Read() { return CQelFcoeVLAN::GetVlansList_HBA(&library, HANDLE_7, list); }
+
+    ORVAN_VLAN_LIST* list = nullptr;
+};
+
+} // namespace
+
+// --- Record
+
+TEST_F(VlanRecord, ActiveVlan) {
+    const QEL_FCOE_VLAN record = Record(*Make(0x00010064));
+    EXPECT_EQ(record.strName, L"VLAN 100");
+    EXPECT_EQ(record.ulVlanId, 100u);
+    EXPECT_EQ(record.ulState, 1u);
+    EXPECT_EQ(record.strState, L"Active");
+    EXPECT_EQ(record.strDeviceId, L"{name}");
+    EXPECT_EQ(record.strSecondId, L"second");
+}
+
+TEST_F(VlanRecord, EveryOtherStateIsInactive) {
+    EXPECT_EQ(Record(*Make(0x00020064)).ulState, 2u);
+    EXPECT_EQ(Record(*Make(0x00020064)).strState, L"Inactive");
+    EXPECT_EQ(Record(*Make(0x00000064)).strState, L"Inactive");
+    EXPECT_EQ(Record(*Make(0xFFFF0064)).strState, L"Inactive");
+    EXPECT_EQ(Record(*Make(0xFFFF0064)).ulState, 0xFFFFu);
+}
+
+TEST_F(VlanRecord, IdentifierHas16Bits) {
+    const QEL_FCOE_VLAN record = Record(*Make(0x0001FFFF));
+    EXPECT_EQ(record.strName, L"VLAN 65535");
+    EXPECT_EQ(record.ulVlanId, 65535u);
+}
+
+TEST_F(VlanRecord, ComesFromTheEntryWithoutALibraryCall) {
+    Record(*Make(0x00010064));
+    EXPECT_TRUE(fake.calls.empty());
+}
+
+TEST_F(VlanRecord, OperationsAreTraced) {
+    Record(*Make(0x00010064));
+    EXPECT_TRUE(Traced("CQelFcoeVLAN::CQelFcoeVLAN"));
+    EXPECT_TRUE(Traced("CQelFcoeVLAN::SetupCache"));
+    EXPECT_TRUE(Traced("CQelFcoeVLAN::Get", ", bReturn=true"));
+    EXPECT_TRUE(Traced("CQelFcoeVLAN::~CQelFcoeVLAN"));
+}
+
+// The first record takes the place of the refreshing one.
+TEST_F(VlanRecord, NeverAgesAfterConstruction) {
+    MovedClock clock;
+    const auto vlan = Make(0x00010064);
+    clock.Advance(1000000);
+    fake.vlans = {0x00020064};
+    EXPECT_EQ(Record(*vlan).ulState, 1u);
+    EXPECT_TRUE(fake.calls.empty());
+}
+
+// --- Refresh
+
+TEST_F(VlanRefresh, RereadsTheEntryWithTheSameIdentifier) {
+    const auto vlan = Make(0x00010064);
+    fake.vlans = {0x00010063, 0x00020064, 0x00030064};
+    vlan->SetupCache();
+    const QEL_FCOE_VLAN record = Record(*vlan);
+    EXPECT_EQ(record.ulVlanId, 100u);
+    EXPECT_EQ(record.ulState, 2u) << "the first of two with the same identifier";
+    EXPECT_EQ(record.strName, L"VLAN 100");
+    EXPECT_EQ(record.strState, L"Inactive");
+    EXPECT_EQ(record.strDeviceId, L"{name}");
+    EXPECT_EQ(record.strSecondId, L"second");
+}
+
+TEST_F(VlanRefresh, FoundVlanIsFixedAgain) {
+    MovedClock clock;
+    const auto vlan = Make(0x00010064);
+    fake.vlans = {0x00020064};
+    vlan->SetupCache();
+    Record(*vlan);
+    const auto calls = fake.calls.size();
+    clock.Advance(1000000);
+    fake.vlans.clear();
+    EXPECT_EQ(Record(*vlan).ulState, 2u);
+    EXPECT_EQ(fake.calls.size(), calls);
+}
+
+TEST_F(VlanRefresh, VlanThatIsGoneReadsEmptyUntilItIsBack) {
+    MovedClock clock;
+    const auto vlan = Make(0x00010064);
+    fake.vlans = {0x00010063, 0x00010065};
+    vlan->SetupCache();
+    QEL_FCOE_VLAN record = Record(*vlan);
+    EXPECT_EQ(record.strName, L"");
+    EXPECT_EQ(record.strDeviceId, L"");
+    EXPECT_EQ(record.ulVlanId, 0u);
+    fake.vlans = {0x00010064};
+    clock.Advance(10000);
+    EXPECT_EQ(Record(*vlan).strName, L"") << "not older than its period yet";
+    clock.Advance(1);
+    EXPECT_EQ(Record(*vlan).strName, L"VLAN 100");
+}
+
+TEST_F(VlanRefresh, SuccessOfTheProbeWithSeveralVlansReadsEmpty) {
+    const auto vlan = Make(0x00010064);
+    fake.GetVlanIdList = [](HBA_HANDLE, ORVAN_VLAN_LIST* list) -> HBA_STATUS {
+        list->NumberOfEntries = 2;
+        list->entry[0] = 0x00010064;
+        return HBA_STATUS_OK;
+    };
+    vlan->SetupCache();
+    EXPECT_EQ(Record(*vlan).strName, L"");
+}
+
+TEST_F(VlanRefresh, FailedReadReadsEmpty) {
+    const auto vlan = Make(0x00010064);
+    fake.GetVlanIdList = [](auto...) -> HBA_STATUS { return HBA_STATUS_ERROR; };
+    vlan->SetupCache();
+    EXPECT_EQ(Record(*vlan).strName, L"");
+}
+
+TEST_F(VlanRefresh, ListIsFreed) {
+    const auto vlan = Make(0x00010064);
+    fake.vlans = {0x00010063, 0x00020064};
+    CAllocatorWatch allocator; // expects no live block at its end
+    vlan->SetupCache();
+    EXPECT_EQ(Record(*vlan).ulState, 2u);
+    EXPECT_THAT(allocator.Sizes(), ElementsAre(16u));
+}
+
+// --- List
+
+TEST_F(VlanList, NoVlansGiveNoList) {
+    CAllocatorWatch allocator;
+    EXPECT_EQ(Read(), 0u);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_TRUE(allocator.Sizes().empty());
+    EXPECT_THAT(fake.calls, ElementsAre("GetVlanIdList 7 1"));
+    EXPECT_THAT(Messages(), ElementsAre("GetVLANList() succeeded, dwNoOfVlans = 0",
+                                        "Looks like there are no Vlans found on this HBA"));
+    EXPECT_TRUE(Traced("CQelFcoeVLAN::GetVlansList_HBA", ", nReturn=0"));
+}
+
+TEST_F(VlanList, OneVlan) {
+    fake.vlans = {0x00010064};
+    CAllocatorWatch allocator;
+    EXPECT_EQ(Read(), 1u);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->NumberOfEntries, 1u);
+    EXPECT_EQ(list->entry[0], 0x00010064u);
+    EXPECT_THAT(allocator.Sizes(), ElementsAre(8u));
+    EXPECT_THAT(Messages(), ElementsAre("GetVLANList() succeeded, dwNoOfVlans = 1", "Looks like there is only 1 Vlan"));
+    EXPECT_TRUE(Traced("CQelFcoeVLAN::GetVlansList_HBA", ", nReturn=1"));
+    std::free(std::exchange(list, nullptr));
+}
+
+TEST_F(VlanList, FailedAllocationOfOneVlanKeepsTheCount) {
+    fake.vlans = {0x00010064};
+    CAllocatorWatch allocator;
+    allocator.Fail(8);
+    EXPECT_EQ(Read(), 1u);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_THAT(Messages(), ElementsAre("GetVLANList() succeeded, dwNoOfVlans = 1", "Looks like there is only 1 Vlan",
+                                        "Memory Allocation failed - m_pVlanList"));
+}
+
+TEST_F(VlanList, ThreeVlansTake24BytesAndCarryCountThree) {
+    fake.vlans = {0x00010001, 0x00010002, 0x00020003};
+    CAllocatorWatch allocator;
+    EXPECT_EQ(Read(), 3u);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->NumberOfEntries, 3u);
+    EXPECT_EQ(std::memcmp(list->entry, fake.vlans.data(), 12), 0);
+    EXPECT_THAT(allocator.Sizes(), ElementsAre(24u));
+    EXPECT_THAT(fake.calls, ElementsAre("GetVlanIdList 7 1", "GetVlanIdList 7 3"));
+    EXPECT_THAT(Messages(), ElementsAre("GetVLANList() failed Input No of vlans = 3, dwNoOfVlans = 3"));
+    std::free(std::exchange(list, nullptr));
+}
+
+TEST_F(VlanList, FailedAllocationForMoreVlansKeepsTheCount) {
+    fake.vlans.resize(3);
+    CAllocatorWatch allocator;
+    allocator.Fail(24);
+    EXPECT_EQ(Read(), 3u);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_THAT(Messages(), ElementsAre("GetVLANList() failed Input No of vlans = 3, dwNoOfVlans = 3",
+                                        "Memory Allocation failed - pVlanList."));
+}
+
+TEST_F(VlanList, FailedRetryGivesTheLastCountWithoutList) {
+    fake.GetVlanIdList = [](HBA_HANDLE, ORVAN_VLAN_LIST* vlans) -> HBA_STATUS {
+        const bool probe = vlans->NumberOfEntries == 1;
+        vlans->NumberOfEntries = probe ? 3 : 5;
+        return HBA_STATUS_ERROR_MORE_DATA;
+    };
+    EXPECT_EQ(Read(), 5u);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_THAT(Messages(), ElementsAre("GetVLANList() failed Input No of vlans = 3, dwNoOfVlans = 3",
+                                        "GetVLANList() failed Inout No of Vlans = 5, dwNoOfVlans = 5"));
+}
+
+TEST_F(VlanList, RetryThatFailsOtherwiseCountsNothing) {
+    fake.GetVlanIdList = [](HBA_HANDLE, ORVAN_VLAN_LIST* vlans) -> HBA_STATUS {
+        if (vlans->NumberOfEntries != 1)
+            return HBA_STATUS_ERROR_BUSY;
+        vlans->NumberOfEntries = 3;
+        return HBA_STATUS_ERROR_MORE_DATA;
+    };
+    EXPECT_EQ(Read(), 0u);
+    EXPECT_TRUE(log.Has("GetVLANList() failed Inout No of Vlans = 3, dwNoOfVlans = 0"));
+}
+
+TEST_F(VlanList, FailureGivesNothing) {
+    fake.GetVlanIdList = [](auto...) -> HBA_STATUS { return HBA_STATUS_ERROR; };
+    EXPECT_EQ(Read(), 0u);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_THAT(Messages(), ElementsAre("GetVLANList() failed Input No of vlans = 1, dwNoOfVlans = 0"));
+}
+
+TEST_F(VlanList, SuccessOfTheProbeWithSeveralVlansGivesTheCountWithoutList) {
+    fake.GetVlanIdList = [](HBA_HANDLE, ORVAN_VLAN_LIST* vlans) -> HBA_STATUS {
+        vlans->NumberOfEntries = 2;
+        return HBA_STATUS_OK;
+    };
+    EXPECT_EQ(Read(), 2u);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_THAT(Messages(), ElementsAre("GetVLANList() succeeded, dwNoOfVlans = 2"));
+}
+
+TEST_F(VlanList, CountBeyondTheBufferIsCut) {
+    fake.GetVlanIdList = [](HBA_HANDLE, ORVAN_VLAN_LIST* vlans) -> HBA_STATUS {
+        const bool probe = vlans->NumberOfEntries == 1;
+        vlans->NumberOfEntries = probe ? 3 : 1000;
+        return probe ? HBA_STATUS_ERROR_MORE_DATA : HBA_STATUS_OK;
+    };
+    CAllocatorWatch allocator;
+    EXPECT_EQ(Read(), 3u);
+    EXPECT_EQ(list->NumberOfEntries, 3u);
+    std::free(std::exchange(list, nullptr));
+}
+
+TEST_F(VlanList, PointerPassedInIsNeitherReadNorFreed) {
+    ORVAN_VLAN_LIST local{};
+    list = &local;
+    CAllocatorWatch allocator;
+    Read();
+    EXPECT_EQ(list, nullptr);
+}

@@ -1,0 +1,221 @@
+#include "model/ListRead.h"
+
+#include "tests/unit/CAllocatorWatch.h"
+#include "tests/unit/TreeTest.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+using ListRead = TreeTest;
+
+constexpr CQelListKind<ORVAN_TARGET_LIST> KIND = {
+    .pfnRead = &CHBAAPIInt::GetTargetList,
+    .ullEntrySize = 44,
+    .bEmptyList = true,
+    .pszProbeFailed = L"probe %d %d",
+    .pszNoMemoryForAll = L"no memory for all",
+    .pszRetryFailed = L"retry %d %d",
+    .pszSucceeded = L"succeeded %d",
+    .pszNone = L"none",
+    .nNoneLines = 3,
+    .pszOne = L"one",
+    .pszNoMemoryForOne = L"no memory for one",
+};
+
+// Answers the probe with "more data" and this count, the retry with that status and that count.
+auto Answers(HBA_UINT32 probeCount, HBA_STATUS retryStatus, HBA_UINT32 retryCount) {
+    return [=](HBA_HANDLE, ORVAN_TARGET_LIST* list) -> HBA_STATUS {
+        if (list->NumberOfEntries == 1) {
+            list->NumberOfEntries = probeCount;
+            return HBA_STATUS_ERROR_MORE_DATA;
+        }
+        list->NumberOfEntries = retryCount;
+        return retryStatus;
+    };
+}
+
+} // namespace
+
+TEST_F(ListRead, ProbesWithRoomForOne) {
+    fake.targets.resize(1);
+    ReadList(&library, HANDLE_7, KIND);
+    EXPECT_THAT(fake.calls, ElementsAre("GetTargetList 7 1"));
+}
+
+TEST_F(ListRead, RetriesOnceWithRoomForAll) {
+    fake.targets.resize(5);
+    CAllocatorWatch allocator;
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    EXPECT_THAT(fake.calls, ElementsAre("GetTargetList 7 1", "GetTargetList 7 5"));
+    EXPECT_THAT(allocator.Sizes(), ElementsAre(44u * 4 + 48));
+    EXPECT_EQ(result.ulCount, 5u);
+    EXPECT_EQ(ListEntries(result.list.Get()).size(), 5u);
+    EXPECT_THAT(Messages(), ElementsAre("probe 5 5"));
+}
+
+TEST_F(ListRead, EveryEntryArrives) {
+    for (HBA_UINT32 i = 0; i < 100; ++i) {
+        fake.targets.push_back({});
+        fake.targets.back().FcId = 1000 + i;
+    }
+    CAllocatorWatch allocator;
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    HBA_UINT32 expected = 1000;
+    for (const auto& entry : ListEntries(result.list.Get()))
+        EXPECT_EQ(entry.FcId, expected++);
+    EXPECT_EQ(expected, 1100u);
+}
+
+TEST_F(ListRead, RetryBufferIsClearedAndCarriesTheCount) {
+    std::vector<BYTE> seen;
+    fake.GetTargetList = [&](HBA_HANDLE, ORVAN_TARGET_LIST* list) -> HBA_STATUS {
+        if (list->NumberOfEntries == 1) {
+            list->NumberOfEntries = 3;
+            return HBA_STATUS_ERROR_MORE_DATA;
+        }
+        seen.assign(reinterpret_cast<BYTE*>(list), reinterpret_cast<BYTE*>(list) + 44 * 2 + 48);
+        return HBA_STATUS_OK;
+    };
+    ReadList(&library, HANDLE_7, KIND);
+    std::vector<BYTE> expected(44 * 2 + 48);
+    expected[0] = 3;
+    EXPECT_EQ(seen, expected);
+}
+
+TEST_F(ListRead, ProbeFailureWithoutMoreDataIsFinal) {
+    fake.GetTargetList = [](HBA_HANDLE, ORVAN_TARGET_LIST* list) -> HBA_STATUS {
+        list->NumberOfEntries = 9;
+        return HBA_STATUS_ERROR;
+    };
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    EXPECT_FALSE(result.list);
+    EXPECT_TRUE(result.bMemory);
+    EXPECT_EQ(result.ulCount, 0u);
+    EXPECT_EQ(fake.CallsOf("GetTargetList"), 1);
+    EXPECT_THAT(Messages(), ElementsAre("probe 9 0"));
+}
+
+TEST_F(ListRead, MoreDataWithoutACountIsFinal) {
+    fake.GetTargetList = Answers(0, HBA_STATUS_OK, 0);
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    EXPECT_FALSE(result.list);
+    EXPECT_EQ(fake.CallsOf("GetTargetList"), 1);
+}
+
+TEST_F(ListRead, SuccessOfTheProbeWithMoreThanOneEntryGivesNoList) {
+    fake.GetTargetList = [](HBA_HANDLE, ORVAN_TARGET_LIST* list) -> HBA_STATUS {
+        list->NumberOfEntries = 2;
+        return HBA_STATUS_OK;
+    };
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    EXPECT_FALSE(result.list);
+    EXPECT_TRUE(result.bMemory);
+    EXPECT_EQ(result.ulCount, 2u);
+    EXPECT_EQ(fake.CallsOf("GetTargetList"), 1);
+    EXPECT_THAT(Messages(), ElementsAre("succeeded 2"));
+}
+
+TEST_F(ListRead, NoEntriesGiveAnEmptyListWhenTheKindSaysSo) {
+    CAllocatorWatch allocator;
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    ASSERT_TRUE(result.list);
+    EXPECT_EQ(result.list.Get()->NumberOfEntries, 0u);
+    EXPECT_THAT(allocator.Sizes(), ElementsAre(48u));
+    EXPECT_THAT(Messages(), ElementsAre("succeeded 0", "none", "none", "none"));
+}
+
+TEST_F(ListRead, FailedAllocationOfTheEmptyList) {
+    CAllocatorWatch allocator;
+    allocator.Fail(48);
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    EXPECT_FALSE(result.list);
+    EXPECT_FALSE(result.bMemory);
+    EXPECT_THAT(Messages(), ElementsAre("succeeded 0", "none", "none", "none"));
+}
+
+TEST_F(ListRead, TheOneEntryIsCopied) {
+    fake.targets = {TargetEntry(2, 0x11, 0x22)};
+    CAllocatorWatch allocator;
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    ASSERT_EQ(ListEntries(result.list.Get()).size(), 1u);
+    EXPECT_EQ(std::memcmp(&ListEntries(result.list.Get())[0], &fake.targets[0], 44), 0);
+    EXPECT_THAT(Messages(), ElementsAre("succeeded 1", "one"));
+}
+
+TEST_F(ListRead, CountThatGrewBetweenProbeAndRetryIsFinal) {
+    fake.GetTargetList = Answers(3, HBA_STATUS_ERROR_MORE_DATA, 8);
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    EXPECT_FALSE(result.list);
+    EXPECT_TRUE(result.bMemory);
+    EXPECT_EQ(result.ulCount, 8u);
+    EXPECT_EQ(fake.CallsOf("GetTargetList"), 2);
+    EXPECT_THAT(Messages(), ElementsAre("probe 3 3", "retry 8 8"));
+}
+
+TEST_F(ListRead, CountThatShrankIsTheCount) {
+    fake.GetTargetList = Answers(3, HBA_STATUS_OK, 2);
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    EXPECT_EQ(result.ulCount, 2u);
+    EXPECT_EQ(ListEntries(result.list.Get()).size(), 2u);
+}
+
+TEST_F(ListRead, RetryThatFindsNothingGivesAListWithoutEntries) {
+    fake.GetTargetList = Answers(3, HBA_STATUS_OK, 0);
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    EXPECT_TRUE(result.list);
+    EXPECT_EQ(result.ulCount, 0u);
+    EXPECT_THAT(Messages(), ElementsAre("probe 3 3"));
+}
+
+TEST_F(ListRead, CountBeyondTheBufferIsCutToTheBuffer) {
+    CAllocatorWatch allocator;
+    for (const HBA_UINT32 claimed : {4u, 100000u, 0xFFFFFFFFu}) {
+        fake.GetTargetList = Answers(3, HBA_STATUS_OK, claimed);
+        const auto result = ReadList(&library, HANDLE_7, KIND);
+        EXPECT_EQ(result.ulCount, 3u);
+        unsigned sum = 0;
+        for (const auto& entry : ListEntries(result.list.Get()))
+            sum += entry.FcId + 1;
+        EXPECT_EQ(sum, 3u);
+    }
+}
+
+TEST_F(ListRead, FailedAllocationForTheRetry) {
+    fake.targets.resize(3);
+    CAllocatorWatch allocator;
+    allocator.Fail(44 * 2 + 48);
+    const auto result = ReadList(&library, HANDLE_7, KIND);
+    EXPECT_FALSE(result.list);
+    EXPECT_FALSE(result.bMemory);
+    EXPECT_EQ(result.ulCount, 3u);
+    EXPECT_EQ(fake.CallsOf("GetTargetList"), 1);
+    EXPECT_THAT(Messages(), ElementsAre("probe 3 3", "no memory for all"));
+}
+
+TEST_F(ListRead, SizeBeyond32BitsIsAFailedAllocation) {
+    CAllocatorWatch allocator;
+    // The size for the first count is 44 in 32 bits: one that wrapped would be granted.
+    for (const HBA_UINT32 count : {97612894u, 0xFFFFFFFFu}) {
+        fake.GetTargetList = Answers(count, HBA_STATUS_OK, count);
+        const auto result = ReadList(&library, HANDLE_7, KIND);
+        EXPECT_FALSE(result.list);
+        EXPECT_FALSE(result.bMemory);
+    }
+    EXPECT_TRUE(allocator.Sizes().empty());
+    EXPECT_EQ(fake.CallsOf("GetTargetList"), 2);
+    EXPECT_EQ(log.Count("no memory for all"), 2);
+}
+
+TEST(ListSize, LargestSizeIsTheLargestThatFits32Bits) {
+    CAllocatorWatch allocator;
+    allocator.Fail(0xFFFFFFF8);
+    AllocateList<ORVAN_VLAN_LIST>(0x1FFFFFFF, 8); // 8 * 0x1FFFFFFF
+    EXPECT_THAT(allocator.Sizes(), ElementsAre(0xFFFFFFF8));
+    EXPECT_FALSE(AllocateList<ORVAN_VLAN_LIST>(0x20000000, 8));
+    EXPECT_EQ(allocator.Sizes().size(), 1u);
+}
+
+TEST(ListEntries, NoListHasNone) {
+    EXPECT_TRUE(ListEntries(static_cast<const ORVAN_VLAN_LIST*>(nullptr)).empty());
+}

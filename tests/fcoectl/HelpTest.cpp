@@ -1,0 +1,155 @@
+// The command line and the help.
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/fcoectl/Host.h"
+#include "tools/fcoectl/Examples.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+std::vector<std::string> Words(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+Answer Typed(const std::string& commandLine) {
+    return Host().RunPlain(Words(commandLine));
+}
+
+std::vector<std::string> CommandNames() {
+    std::vector<std::string> names;
+    for (const auto& command : fcoectl::Commands())
+        names.emplace_back(command.name);
+    return names;
+}
+
+std::string TestName(std::string name) {
+    for (char& c : name)
+        if (c == ' ')
+            c = '_';
+    return name.empty() ? "main" : name;
+}
+
+} // namespace
+
+class Help : public testing::TestWithParam<std::string> {};
+
+INSTANTIATE_TEST_SUITE_P(Commands, Help, testing::ValuesIn(CommandNames()),
+                         [](const auto& info) { return TestName(info.param); });
+
+TEST_P(Help, HasPurposeUsageOptionsAndExitCodes) {
+    const Answer answer = Typed(GetParam() + " --help");
+    EXPECT_EQ(0, answer.exit);
+    EXPECT_EQ("", answer.err);
+    EXPECT_THAT(answer.out, HasSubstr("\nUsage: fcoectl " + GetParam()));
+    EXPECT_THAT(answer.out, HasSubstr("\nOutput:\n  --json "));
+    EXPECT_THAT(answer.out, HasSubstr("\nExit codes:\n   0  "));
+    EXPECT_THAT(answer.out, Not(HasSubstr("\n\n\n")));
+}
+
+TEST_P(Help, EveryOptionButHelpTellsItsDefault) {
+    std::istringstream help(Typed(GetParam() + " --help").out);
+    int options = 0;
+    for (std::string line; std::getline(help, line) && line != "Exit codes:";)
+        if (line.starts_with("  --")) {
+            ++options;
+            EXPECT_THAT(line, HasSubstr("(default: "));
+        }
+    EXPECT_GT(options, 0);
+}
+
+TEST_P(Help, UsageErrorIsTwoLinesWithTheHint) {
+    const Answer answer = Typed(GetParam() + " --nonsense");
+    EXPECT_EQ(2, answer.exit);
+    EXPECT_EQ("", answer.out);
+    EXPECT_EQ(2, std::count(answer.err.begin(), answer.err.end(), '\n')) << answer.err;
+    EXPECT_TRUE(answer.err.ends_with("Try 'fcoectl " + GetParam() + " --help'.\n")) << answer.err;
+}
+
+class HelpExample : public testing::TestWithParam<std::string> {};
+
+INSTANTIATE_TEST_SUITE_P(Commands, HelpExample, testing::ValuesIn([] {
+                             auto names = CommandNames();
+                             std::erase(names, "version"); // its output depends on the machine
+                             names.emplace_back();         // of the program itself
+                             return names;
+                         }()),
+                         [](const auto& info) { return TestName(info.param); });
+
+TEST_P(HelpExample, IsWhatTheCommandPrints) {
+    const fcoectl::Example* example = fcoectl::FindExample(GetParam());
+    ASSERT_NE(nullptr, example);
+    std::vector<std::string> arguments = Words(std::string(example->command));
+    ASSERT_EQ("fcoectl", arguments.front());
+    arguments.erase(arguments.begin());
+    Host host;
+    const Answer answer = GetParam() == "explain" ? host.RunPlain(arguments) : host.Run(arguments);
+    EXPECT_EQ(0, answer.exit);
+    EXPECT_EQ(example->output, answer.out);
+    EXPECT_THAT(Typed(GetParam() + " --help").out, HasSubstr("\nExample:\n  > " + std::string(example->command)));
+}
+
+TEST(MainHelp, TeachesTheProgram) {
+    const Answer answer = Typed("--help");
+    EXPECT_EQ(0, answer.exit);
+    for (const char* part : {"Usage: fcoectl [OPTIONS] COMMAND\n", "\nCommands:\n", "--adapter ID", "--json",
+                             "--agent FILE", "(default: all)", "\nExit codes:\n", "\nExample:\n  > fcoectl tree\n"})
+        EXPECT_THAT(answer.out, HasSubstr(part));
+    for (const auto& exit : fcoectl::ExitCodes())
+        EXPECT_THAT(answer.out, HasSubstr(std::to_string(static_cast<int>(exit.value)) + "  " + exit.meaning));
+}
+
+TEST(MainHelp, ReadingCommandsDoNotListRefusals) {
+    EXPECT_THAT(Typed("ports --help").out, Not(HasSubstr("WWPN is already in use")));
+    EXPECT_THAT(Typed("vport create --help").out, HasSubstr("WWPN is already in use"));
+}
+
+TEST(Usage, UnknownAndMissingCommands) {
+    EXPECT_EQ("fcoectl: There is no command 'hba'.\nTry 'fcoectl --help'.\n", Typed("hba").err);
+    EXPECT_EQ("fcoectl: There is no command 'vport make'.\nTry 'fcoectl vport --help'.\n", Typed("vport make").err);
+    EXPECT_EQ("fcoectl: A command is needed.\nTry 'fcoectl --help'.\n", Typed("").err);
+    EXPECT_EQ("fcoectl: A command is needed.\nTry 'fcoectl vport --help'.\n", Typed("vport").err);
+    EXPECT_EQ(2, Typed("").exit);
+}
+
+TEST(Usage, WrongValuesOfWatch) {
+    for (const char* value : {"0", "-1", "x", "5s", "nan", "1e9"})
+        EXPECT_EQ(2, Typed(std::string("stats --watch=") + value).exit) << value;
+    EXPECT_EQ(2, Typed("stats --count 2").exit);
+    EXPECT_EQ(2, Typed("stats --watch --count 0").exit);
+    EXPECT_THAT(Typed("stats --watch --json").out, HasSubstr("needs --count"));
+    EXPECT_EQ(2, Typed("stats --watch --long").exit);
+}
+
+TEST(Usage, InJsonIsADocument) {
+    for (const char* line : {"nonsense --json", "--json", "ports --json --nonsense", "vport delete --json"}) {
+        const Answer answer = Typed(line);
+        EXPECT_EQ(2, answer.exit) << line;
+        EXPECT_EQ("", answer.err) << line;
+        const auto document = answer.Json();
+        EXPECT_EQ("fcoectl/usage", document["schema"]) << line;
+        EXPECT_EQ("usage", document["error"]["name"]) << line;
+    }
+}
+
+TEST(Explain, TakesEveryWayToWriteACode) {
+    for (const char* code : {"0x370000CB", "0X370000cb", "922747083", "203"})
+        EXPECT_THAT(Typed(std::string("explain ") + code).out, HasSubstr("CODE       0x370000CB\n")) << code;
+    EXPECT_THAT(Typed("explain 5").out, HasSubstr("adapter_unknown"));
+    EXPECT_EQ(0, Typed("explain 5").exit);
+}
+
+TEST(Explain, UnknownCodesAreRefused) {
+    for (const char* code : {"99", "x", "0x", "12x", "-1", "99999999999"})
+        EXPECT_EQ(2, Typed(std::string("explain ") + code).exit) << code;
+}
+
+TEST(Explain, WithoutACodeListsThemAll) {
+    EXPECT_EQ(fcoectl::ExitCodes().size() + fcoectl::AgentErrors().size(),
+              Typed("explain --json").Json()["codes"].size());
+}

@@ -1,0 +1,44 @@
+// Runs fcoectl against the scripted agent, inside the test's process or as a program of its own.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/kit/TempFolder.h"
+#include "tools/fcoectl/CommandLine.h"
+
+// A file beside the test program, where all programs and modules are.
+std::filesystem::path Beside(const wchar_t* name);
+
+struct Answer {
+    int exit = -1;
+    std::string out;
+    std::string err;
+
+    // The whole standard output as one document; fails the test when it is anything else.
+    nlohmann::ordered_json Json() const;
+};
+
+class Host {
+  public:
+    // script: of the scripted agent, see fakeagent/FakeAgent.cpp.
+    explicit Host(const std::wstring& script = L"");
+    ~Host();
+
+    // In this process; --agent is added.
+    Answer Run(std::vector<std::string> arguments);
+    // The same without --agent.
+    Answer RunPlain(const std::vector<std::string>& arguments);
+    // fcoectl.exe with this command line; nothing is added but what the environment scripts.
+    Answer RunProgram(const std::wstring& commandLine);
+
+    // The calls that the scripted agent got so far, one a line.
+    std::vector<std::string> Calls() const;
+    std::wstring FakeAgent() const { return Beside(L"FakeFcoeAgent.dll").wstring(); }
+
+  private:
+    TempFolder m_folder;
+};

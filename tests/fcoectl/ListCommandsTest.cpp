@@ -1,0 +1,211 @@
+// The commands that read, against the scripted agent.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/fcoectl/Host.h"
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+constexpr char FIRST[] = "{0B6C7E1A-5D24-4F8B-9C11-000000000001}";
+constexpr char SECOND[] = "{0B6C7E1A-5D24-4F8B-9C11-000000000002}";
+
+struct List {
+    const char* command;
+    const char* member; // of the document
+    const wchar_t* script;
+    std::size_t records; // with two adapters
+};
+
+const List LISTS[] = {
+    {"hbas", "hbas", L"hbas", 2},
+    {"fabrics", "fabrics", L"fabrics", 3},
+    {"ports", "ports", L"ports", 3},
+    {"targets", "targets", L"targets", 3},
+    {"luns", "luns", L"luns", 5},
+    {"vlans", "vlans", L"vlans", 4},
+    {"stats", "statistics", L"statistics", 30},
+};
+
+} // namespace
+
+class Lists : public testing::TestWithParam<List> {};
+
+INSTANTIATE_TEST_SUITE_P(All, Lists, testing::ValuesIn(LISTS),
+                         [](const auto& info) { return std::string(info.param.command); });
+
+TEST_P(Lists, TableHasOneLineARecord) {
+    const Answer answer = Host(L"two").Run({GetParam().command});
+    EXPECT_EQ(0, answer.exit);
+    EXPECT_EQ("", answer.err);
+    EXPECT_EQ(GetParam().records + 2, std::count(answer.out.begin(), answer.out.end(), '\n'));
+}
+
+TEST_P(Lists, JsonIsOneDocumentWithAllRecords) {
+    const Answer answer = Host(L"two").Run({GetParam().command, "--json"});
+    EXPECT_EQ(0, answer.exit);
+    EXPECT_EQ("", answer.err);
+    const auto document = answer.Json();
+    EXPECT_EQ(std::string("fcoectl/") + GetParam().command, document["schema"]);
+    EXPECT_EQ(1, document["version"]);
+    EXPECT_EQ(true, document["complete"]);
+    EXPECT_EQ(GetParam().records, document[GetParam().member].size());
+    EXPECT_FALSE(document.contains("error"));
+}
+
+TEST_P(Lists, OneAdapterOnlyGivesItsOwn) {
+    const auto document = Host(L"two").Run({GetParam().command, "--json", "--adapter", SECOND}).Json();
+    ASSERT_FALSE(document[GetParam().member].empty());
+    for (const auto& record : document[GetParam().member])
+        EXPECT_EQ(SECOND, record["device_id"]);
+}
+
+TEST_P(Lists, PartialAnswerIsPrintedAndHasItsOwnExitCode) {
+    const Answer answer = Host(L"two false:" + std::wstring(GetParam().script)).Run({GetParam().command});
+    EXPECT_EQ(1, answer.exit);
+    EXPECT_EQ(3, std::count(answer.out.begin(), answer.out.end(), '\n')) << "header, dashes, the one record";
+    EXPECT_THAT(answer.err, StartsWith("fcoectl: The agent could not read everything"));
+    EXPECT_THAT(answer.err, HasSubstr("log"));
+}
+
+TEST_P(Lists, PartialAnswerInJsonIsIncompleteWithItsRecords) {
+    const Answer answer = Host(L"two false:" + std::wstring(GetParam().script)).Run({GetParam().command, "--json"});
+    EXPECT_EQ(1, answer.exit);
+    EXPECT_EQ("", answer.err);
+    const auto document = answer.Json();
+    EXPECT_EQ(false, document["complete"]);
+    EXPECT_EQ(1u, document[GetParam().member].size());
+    EXPECT_EQ(1, document["error"]["code"]);
+    EXPECT_EQ("partial", document["error"]["name"]);
+}
+
+TEST_P(Lists, NothingFoundIsCompleteAndSaysSo) {
+    const Answer answer = Host(L"empty:" + std::wstring(GetParam().script)).Run({GetParam().command});
+    EXPECT_EQ(0, answer.exit);
+    EXPECT_EQ(2, std::count(answer.out.begin(), answer.out.end(), '\n'));
+    EXPECT_THAT(answer.err, HasSubstr("fcoectl: "));
+}
+
+TEST_P(Lists, ExhaustedMemoryInTheAgentIsReported) {
+    const Answer answer = Host(L"memory:" + std::wstring(GetParam().script)).Run({GetParam().command, "--json"});
+    EXPECT_EQ(6, answer.exit);
+    const auto document = answer.Json();
+    EXPECT_EQ(false, document["complete"]);
+    EXPECT_TRUE(document[GetParam().member].is_array()) << "the list is there on failure, too";
+    EXPECT_EQ("agent_threw", document["error"]["name"]);
+}
+
+TEST_P(Lists, UnknownExceptionOfTheAgentIsReported) {
+    const Answer answer = Host(L"odd:" + std::wstring(GetParam().script)).Run({GetParam().command});
+    EXPECT_EQ(6, answer.exit);
+    EXPECT_EQ("fcoectl: The agent ended the call with an unknown exception.\n", answer.err);
+}
+
+TEST_P(Lists, LongFormShowsEveryField) {
+    const Answer answer = Host().Run({GetParam().command, "--long"});
+    EXPECT_EQ(0, answer.exit);
+    EXPECT_THAT(answer.out, HasSubstr("DEVICE ID"));
+    EXPECT_THAT(answer.out, HasSubstr(FIRST));
+}
+
+TEST(Adapter, IsFoundInAnyLetterCase) {
+    Host host(L"two");
+    std::string lower = SECOND;
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
+    EXPECT_EQ(0, host.Run({"ports", "--adapter", lower}).exit);
+    EXPECT_THAT(host.Calls(), Contains(std::string("Enumerate ports ") + SECOND)) << "as the agent spells it";
+}
+
+TEST(Adapter, UnknownOneIsRefusedWithTheKnownOnes) {
+    Host host(L"two");
+    const Answer answer = host.Run({"ports", "--adapter", "{nobody}"});
+    EXPECT_EQ(5, answer.exit);
+    EXPECT_EQ("", answer.out);
+    EXPECT_EQ("fcoectl: The adapter '{nobody}' is unknown.\n"
+              "  --adapter {0B6C7E1A-5D24-4F8B-9C11-000000000001}  ORVAN CNA Port 1\n"
+              "  --adapter {0B6C7E1A-5D24-4F8B-9C11-000000000002}  ORVAN CNA Port 2\n",
+              answer.err);
+    const auto error = host.Run({"ports", "--json", "--adapter", "{nobody}"}).Json()["error"];
+    EXPECT_EQ("adapter_unknown", error["name"]);
+    EXPECT_EQ((nlohmann::ordered_json{FIRST, SECOND}), error["arguments"]);
+}
+
+TEST(Adapter, IsTakenAsTypedWhileNotAllCanBeListed) {
+    Host host(L"unread");
+    EXPECT_EQ(0, host.Run({"ports", "--adapter", "{typed}"}).exit);
+    EXPECT_THAT(host.Calls(), Contains("Enumerate ports {typed}"));
+}
+
+TEST(Adapter, WithoutOneTheAgentIsAskedForAllAtOnce) {
+    Host host(L"two");
+    host.Run({"luns"});
+    EXPECT_EQ((std::vector<std::string>{"GetFcoeAgent", "Enumerate luns ", "Uninstall"}), host.Calls());
+}
+
+TEST(Hbas, AdapterThatCouldNotBeReadIsPointedOut) {
+    const Answer answer = Host(L"two unread").Run({"hbas"});
+    EXPECT_EQ(0, answer.exit);
+    EXPECT_THAT(answer.err, StartsWith("fcoectl: 1 adapter could not be read and has an empty record."));
+    const auto document = Host(L"two unread").Run({"hbas", "--json"}).Json();
+    EXPECT_EQ(1u, document["notes"].size());
+}
+
+TEST(Hbas, NoAdapterSaysWhyThatMayBe) {
+    EXPECT_THAT(Host(L"none").Run({"hbas"}).err,
+                HasSubstr("FCoE is not installed, or the core agent knows no adapter"));
+}
+
+TEST(TreeCommand, DrawsAndNests) {
+    Host host(L"two");
+    EXPECT_THAT(host.Run({"tree"}).out, HasSubstr("└─ "));
+    EXPECT_THAT(host.Run({"tree", "--ascii"}).out, Not(HasSubstr("└─ ")));
+    const auto document = host.Run({"tree", "--json"}).Json();
+    EXPECT_EQ("fcoectl/tree", document["schema"]);
+    EXPECT_EQ(2u, document["adapters"].size());
+}
+
+TEST(TreeCommand, TellsWhichListIsNotComplete) {
+    const Answer answer = Host(L"false:targets").Run({"tree"});
+    EXPECT_EQ(1, answer.exit);
+    EXPECT_THAT(answer.out, HasSubstr("Fabric 1"));
+    EXPECT_THAT(answer.err, StartsWith("fcoectl: The targets are not complete.\n"));
+}
+
+TEST(DcbCommand, ExplainsEachLink) {
+    const auto links = Host(L"two").Run({"dcb", "--json"}).Json()["links"];
+    ASSERT_EQ(2u, links.size());
+    EXPECT_EQ("usable", links[0]["state"]);
+    EXPECT_EQ("pfc_mismatch", links[1]["state"]);
+    EXPECT_THAT(Host(L"two").Run({"dcb"}).out, HasSubstr("Enable priority flow control"));
+}
+
+TEST(StatsWatch, ShowsRatesFromTheSecondReadingOn) {
+    const Answer answer = Host(L"grow").Run({"stats", "--watch", "0.1", "--count", "2", "--json"});
+    EXPECT_EQ(0, answer.exit);
+    const auto samples = answer.Json()["samples"];
+    ASSERT_EQ(2u, samples.size());
+    EXPECT_TRUE(samples[0]["statistics"][0]["per_second"].is_null());
+    const double rate = samples[1]["statistics"][0]["per_second"];
+    const double seconds = samples[1]["seconds"];
+    EXPECT_NEAR(1000, rate * seconds, 1) << "each counter grew by 1000";
+    EXPECT_FALSE(answer.Json().contains("statistics"));
+}
+
+TEST(StatsWatch, PrintsATableForEachReading) {
+    const Answer answer = Host(L"grow").Run({"stats", "--watch=0.1", "--count", "2"});
+    EXPECT_EQ(0, answer.exit);
+    EXPECT_THAT(answer.out, StartsWith("After 0.0 s\nADAPTER"));
+    EXPECT_THAT(answer.out, HasSubstr("PER SECOND"));
+    EXPECT_THAT(answer.out, HasSubstr("\n\nAfter 0.1 s\n"));
+}
+
+TEST(VportList, LeavesPhysicalPortsOut) {
+    const auto document = Host(L"two").Run({"vport", "list", "--json"}).Json();
+    EXPECT_EQ("fcoectl/vport-list", document["schema"]);
+    ASSERT_EQ(1u, document["ports"].size());
+    EXPECT_EQ(2, document["ports"][0]["port_type"]);
+}

@@ -1,0 +1,81 @@
+// The manual says what the program does.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/fcoectl/Host.h"
+#include "tools/fcoectl/Examples.h"
+
+using testing::HasSubstr;
+
+namespace {
+
+std::string Manual() {
+    const std::string text = ReadFileBytes(std::filesystem::path(FCOE_TEST_DATA) / "../../docs/fcoectl.md");
+    EXPECT_FALSE(text.empty()) << "docs/fcoectl.md cannot be read";
+    return text;
+}
+
+// As the manual shows a transcript: indented, empty lines empty.
+std::string Block(std::string_view command, std::string_view output) {
+    std::string block = "    > " + std::string(command) + '\n';
+    while (!output.empty()) {
+        const auto end = output.find('\n');
+        block += end ? "    " : "";
+        block += output.substr(0, end + 1);
+        output.remove_prefix(end + 1);
+    }
+    return block;
+}
+
+void ExpectTranscript(Host&& host, const std::vector<std::string>& arguments) {
+    const Answer answer = host.Run(arguments);
+    std::string command = "fcoectl";
+    for (const std::string& argument : arguments)
+        command += ' ' + argument;
+    EXPECT_THAT(Manual(), HasSubstr(Block(command, answer.out + answer.err)));
+}
+
+} // namespace
+
+TEST(Manual, TranscriptsAreWhatIsPrinted) {
+    for (const char* command : {"tree", "ports", "dcb"})
+        ExpectTranscript(Host(), {command});
+    ExpectTranscript(Host(), {"hbas", "--long"});
+    ExpectTranscript(Host(), {"vlans", "--json"});
+    ExpectTranscript(Host(L"refuse:203"), {"vport", "create", "20:01:00:1B:21"});
+    ExpectTranscript(Host(L"refuse:203"), {"vport", "create", "20:01:00:1B:21", "--json"});
+    const fcoectl::Example* explain = fcoectl::FindExample("explain");
+    ASSERT_NE(nullptr, explain);
+    EXPECT_THAT(Manual(), HasSubstr(Block(explain->command, explain->output)));
+}
+
+TEST(Manual, ListsEveryCode) {
+    const std::string manual = Manual();
+    for (const auto& exit : fcoectl::ExitCodes())
+        EXPECT_THAT(manual, HasSubstr("| " + std::to_string(static_cast<int>(exit.value)) + " | `" + exit.name +
+                                      "` | " + exit.meaning + " | " + exit.advice + " |"));
+    for (const auto& error : fcoectl::AgentErrors()) {
+        char code[16];
+        std::snprintf(code, sizeof code, "0x%08X", error.code);
+        EXPECT_THAT(manual,
+                    HasSubstr("| " + std::string(code) + " | " + std::to_string(static_cast<int>(error.exit)) + " | "));
+    }
+}
+
+TEST(Manual, ListsEveryCommandAndKey) {
+    const std::string manual = Manual();
+    for (const auto& command : fcoectl::Commands()) {
+        EXPECT_THAT(manual, HasSubstr("`" + std::string(command.name)));
+        if (!command.list)
+            continue;
+        Host host;
+        const std::string name = command.name;
+        std::vector<std::string> arguments{name, "--json"};
+        if (name == "vport list")
+            arguments = {"vport", "list", "--json"};
+        const auto document = name == "explain" ? host.RunPlain(arguments).Json() : host.Run(arguments).Json();
+        ASSERT_FALSE(document[command.list].empty()) << name;
+        for (const auto& [key, value] : document[command.list][0].items())
+            EXPECT_THAT(manual, HasSubstr("`" + key + "`")) << name;
+    }
+}

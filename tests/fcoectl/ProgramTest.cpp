@@ -1,0 +1,86 @@
+// fcoectl.exe as a program: bytes and exit codes.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/fcoectl/Host.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+std::wstring WithAgent(const std::wstring& commandLine, const Host& host) {
+    return commandLine + L" --agent \"" + host.FakeAgent() + L"\"";
+}
+
+} // namespace
+
+TEST(Program, WritesUtf8WithLineFeeds) {
+    Host host;
+    const Answer answer = host.RunProgram(WithAgent(L"tree", host));
+    EXPECT_EQ(0, answer.exit);
+    EXPECT_THAT(answer.out, HasSubstr("\xE2\x94\x9C\xE2\x94\x80 Fabric 1  Physical\n"));
+    EXPECT_THAT(answer.out, Not(HasSubstr("\r")));
+}
+
+TEST(Program, SamePrintsSameBytes) {
+    Host host(L"two");
+    const Answer first = host.RunProgram(WithAgent(L"tree --json", host));
+    EXPECT_EQ(first.out, host.RunProgram(WithAgent(L"tree --json", host)).out);
+    EXPECT_EQ(2u, first.Json()["adapters"].size());
+    EXPECT_EQ('\n', first.out.back());
+}
+
+TEST(Program, PartialAnswerEndsWithOne) {
+    Host host(L"two false:ports");
+    const Answer answer = host.RunProgram(WithAgent(L"ports", host));
+    EXPECT_EQ(1, answer.exit);
+    EXPECT_THAT(answer.out, HasSubstr("Fabric 1"));
+    EXPECT_THAT(answer.err, HasSubstr("could not read everything"));
+}
+
+TEST(Program, RefusedChangeTellsItsKindByExitCode) {
+    Host host(L"refuse:205");
+    EXPECT_EQ(11, host.RunProgram(WithAgent(L"vport create 20:01:00:1B:21:00:00:09", host)).exit);
+}
+
+TEST(Program, MissingAgentInJson) {
+    const Answer answer = Host().RunProgram(L"hbas --json --agent C:\\nowhere.dll");
+    EXPECT_EQ(3, answer.exit);
+    EXPECT_EQ("", answer.err);
+    EXPECT_EQ("agent_missing", answer.Json()["error"]["name"]);
+}
+
+TEST(Program, ArgumentsMayBeUnicode) {
+    Host host(L"two");
+    const Answer answer = host.RunProgram(WithAgent(L"ports --adapter \"{\u20AC}\"", host));
+    EXPECT_EQ(5, answer.exit);
+    EXPECT_THAT(answer.err, HasSubstr("'{\xE2\x82\xAC}' is unknown"));
+}
+
+TEST(Program, WrongUsageEndsWithTwo) {
+    EXPECT_EQ(2, Host().RunProgram(L"nonsense").exit);
+}
+
+TEST(Program, LostOutputIsAFailure) {
+    // A standard output that can only be read stands for a full disk.
+    const auto name = Beside(L"fcoectl.exe");
+    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = CreateFileW(name.c_str(), GENERIC_READ, FILE_SHARE_READ, &inherit, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(INVALID_HANDLE_VALUE, startup.hStdOutput);
+    PROCESS_INFORMATION process{};
+    std::wstring line = L"\"" + name.wstring() + L"\" explain";
+    const BOOL started =
+        CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+    CloseHandle(startup.hStdOutput);
+    ASSERT_TRUE(started);
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process.hProcess, 60000));
+    DWORD exit = 0;
+    GetExitCodeProcess(process.hProcess, &exit);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    EXPECT_EQ(7u, exit);
+}

@@ -1,0 +1,167 @@
+#include "tools/fcoectl/Agent.h"
+
+#include <fmt/format.h>
+
+#include "tools/fcoectl/Registry.h"
+#include "tools/fcoectl/Text.h"
+
+namespace fcoectl {
+namespace {
+
+constexpr wchar_t AGENT_NAME[] = L"FcoeAgnt";
+constexpr wchar_t CORE_AGENT_NAME[] = L"CoreAgnt";
+
+bool FileExists(const std::wstring& file) {
+    return GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+// Why a module that was tried did not load, as a sentence.
+std::string LoadProblem(const char* what, const std::wstring& file, DWORD error) {
+    if (!FileExists(file))
+        return fmt::format("The {} file \"{}\" does not exist.", what, ToUtf8(file));
+    std::string text = fmt::format("The {} file \"{}\" cannot be loaded: {}", what, ToUtf8(file), SystemMessage(error));
+    if (error == ERROR_MOD_NOT_FOUND)
+        text += " A module that it needs is missing; QelColib.dll and the C++ run time belong beside it.";
+    return text;
+}
+
+// Why the agent has no core agent.
+std::string CoreAgentProblem() {
+    const RegistryText core = RegisteredAgent(CORE_AGENT_NAME);
+    // As the agent does: without its registered file the core agent is left to the system's search.
+    std::wstring file = core.Found() ? core.text : CORE_AGENT_NAME;
+    if (file.size() < 4 || !EqualIgnoringCase(file.substr(file.size() - 4), L".DLL"))
+        file += L".DLL";
+    if (GetModuleHandleW(file.c_str()))
+        return fmt::format("The core agent \"{}\" was loaded but gave the agent no interface.", ToUtf8(file));
+    const HMODULE module = LoadLibraryW(file.c_str());
+    const DWORD error = GetLastError();
+    if (module) {
+        FreeLibrary(module);
+        return fmt::format("The agent did not keep the core agent \"{}\", although that file loads.", ToUtf8(file));
+    }
+    if (!core.Found())
+        return "The core agent is not registered, and the system's search finds none. " + core.Problem();
+    return LoadProblem("core agent's", file, error);
+}
+
+// Why GetFcoeAgent answered null. The agent tells no reason, so its own conditions are checked one by one.
+std::string RefusalReason(HMODULE module, const std::wstring& file) {
+    const RegistryText agent = RegisteredAgent(AGENT_NAME);
+    if (!agent.Found())
+        return "The agent cannot find itself. " + agent.Problem();
+    if (GetModuleHandleW(agent.text.c_str()) != module)
+        return fmt::format("The agent cannot find itself: the registry value \"{}\" under \"HKEY_LOCAL_MACHINE\\{}\" "
+                           "names \"{}\", but \"{}\" was loaded.",
+                           ToUtf8(agent.name), ToUtf8(agent.key), ToUtf8(agent.text), ToUtf8(file));
+    return CoreAgentProblem();
+}
+
+std::vector<ErrorDetail> Details(const std::vector<QEL_ERROR_ENTRY>& entries) {
+    std::vector<ErrorDetail> details;
+    for (const QEL_ERROR_ENTRY& entry : entries) {
+        ErrorDetail detail;
+        detail.code = entry.ulCode;
+        for (const CQelString& argument : entry.vecArguments)
+            detail.arguments.push_back(ToUtf8(argument));
+        const std::string first = detail.arguments.empty() ? "" : detail.arguments.front();
+        const AgentError* known = FindAgentError(entry.ulCode);
+        detail.text =
+            known ? Insert(known->sentence, first) : "The agent refused for a reason unknown to this program.";
+        detail.source = ToUtf8(entry.strSource);
+        details.push_back(std::move(detail));
+    }
+    return details;
+}
+
+[[noreturn]] void ThrowRefusal(const std::vector<QEL_ERROR_ENTRY>& entries) {
+    if (entries.empty())
+        throw Failure(Exit::Refused, "The agent refused the change without giving a reason.",
+                      {Describe(Exit::Refused).advice, LogHint()});
+    const AgentError* known = FindAgentError(entries.front().ulCode);
+    throw Failure(known ? known->exit : Exit::Refused, Details(entries));
+}
+
+} // namespace
+
+std::wstring AgentFile(const std::wstring& file) {
+    if (file.empty()) {
+        const RegistryText agent = RegisteredAgent(AGENT_NAME);
+        if (!agent.Found())
+            throw Failure(Exit::AgentMissing, "The agent is not installed. " + agent.Problem(),
+                          {"Install the agent, or name its file with --agent FILE."});
+        return agent.text;
+    }
+    std::wstring full(GetFullPathNameW(file.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(GetFullPathNameW(file.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full.empty() ? file : full;
+}
+
+Agent::Agent(const std::wstring& file) {
+    const std::wstring path = AgentFile(file);
+    // What the agent imports is looked for beside the agent, not beside this program.
+    m_module.reset(LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+    if (!m_module)
+        throw Failure(Exit::AgentMissing, LoadProblem("agent's", path, GetLastError()),
+                      {file.empty() ? "The registry names this file; reinstall the agent, or pass --agent FILE."
+                                    : "Check the path after --agent."});
+    const auto get =
+        reinterpret_cast<PFN_GetFcoeAgent>(reinterpret_cast<void*>(GetProcAddress(m_module.get(), "GetFcoeAgent")));
+    if (!get)
+        throw Failure(Exit::AgentMissing,
+                      fmt::format("\"{}\" does not export GetFcoeAgent; it is not the FCoE agent.", ToUtf8(path)));
+    // Asked once: after a null that only the core agent caused, a second call would succeed without a core agent.
+    Call([&] { m_interface = get(); });
+    if (!m_interface)
+        throw Failure(Exit::AgentRefused, RefusalReason(m_module.get(), path), {LogHint()});
+}
+
+Agent::~Agent() {
+    // Lets the vendor library go here rather than while the module is unloaded under the loader's lock.
+    try {
+        m_interface->Uninstall(0);
+    } catch (...) { // the answer is printed already; there is nothing left to report
+    }
+}
+
+void Agent::CreateVPort(const CQelString& adapter, CQelString& wwpn) {
+    CQelString copy(adapter);
+    std::vector<QEL_ERROR_ENTRY> errors;
+    ULONG owner = GetCurrentProcessId();
+    BOOL done = FALSE;
+    Call([&] { done = m_interface->CreateVPort(copy, wwpn, errors, owner); });
+    if (!done)
+        ThrowRefusal(errors);
+}
+
+void Agent::DeleteVPort(const CQelString& adapter, const CQelString& wwpn) {
+    CQelString copy(adapter);
+    CQelString name(wwpn);
+    std::vector<QEL_ERROR_ENTRY> errors;
+    BOOL done = FALSE;
+    Call([&] { done = m_interface->DeleteVPort(copy, name, errors, QEL_LOCK_REQUEST{GetCurrentProcessId(), 0, 0}); });
+    if (!done)
+        ThrowRefusal(errors);
+}
+
+CQelString Agent::GenerateWWPN(const CQelString& adapter) {
+    CQelString copy(adapter);
+    CQelString wwpn;
+    std::vector<QEL_ERROR_ENTRY> unused; // never filled by this operation
+    BOOL done = FALSE;
+    Call([&] { done = m_interface->GenerateVPortWWPN(copy, wwpn, unused, 0); });
+    if (!done)
+        throw Failure(Exit::NotGenerated, Describe(Exit::NotGenerated).meaning,
+                      {Describe(Exit::NotGenerated).advice, LogHint()});
+    return wwpn;
+}
+
+void Agent::RefreshTargets(const CQelString& adapter) {
+    CQelString copy(adapter);
+    BOOL done = FALSE;
+    Call([&] { done = m_interface->RefreshTargets(copy, 0); });
+    if (!done)
+        throw Failure(Exit::LibraryRefused, "The adapter's HBA library did not rescan the targets.", {LogHint()});
+}
+
+} // namespace fcoectl

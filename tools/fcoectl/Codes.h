@@ -1,0 +1,54 @@
+// The program's exit codes and the agent's error codes: one table each, for messages, help, `explain` and JSON.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace fcoectl {
+
+// Below 256, since some shells keep no more of an exit code.
+enum class Exit : int {
+    Complete = 0,
+    Partial = 1,
+    Usage = 2,
+    AgentMissing = 3,
+    AgentRefused = 4,
+    AdapterUnknown = 5,
+    AgentThrew = 6,
+    OutputFailed = 7,
+    InvalidWWPN = 10,
+    WWPNInUse = 11,
+    PortLimit = 12,
+    PortNotFound = 13,
+    PhysicalPort = 14,
+    NotGenerated = 15,
+    LibraryRefused = 16,
+    Refused = 17,
+};
+
+// Which commands can end with a code.
+enum class EndsOf { All, AgentUsers, Readers, Changers };
+
+struct ExitCode {
+    Exit value;
+    EndsOf commands;
+    const char* name;    // for JSON
+    const char* meaning; // one line
+    const char* advice;  // what an administrator does about it
+};
+
+// An error entry of a virtual-port operation.
+struct AgentError {
+    std::uint32_t code;
+    Exit exit;
+    const char* sentence; // %1 is the entry's first argument
+    const char* advice;
+};
+
+std::span<const ExitCode> ExitCodes();
+std::span<const AgentError> AgentErrors();
+
+const ExitCode& Describe(Exit exit);
+const AgentError* FindAgentError(std::uint32_t code); // null when unknown
+
+} // namespace fcoectl

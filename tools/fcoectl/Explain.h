@@ -1,0 +1,11 @@
+// The commands that tell of the program itself: `explain` and `version`.
+#pragma once
+
+#include "tools/fcoectl/Commands.h"
+
+namespace fcoectl {
+
+void ExplainCodes(Context& context);
+void ShowVersion(Context& context);
+
+} // namespace fcoectl

@@ -1,0 +1,43 @@
+#include "tools/fcoectl/LinkStatus.h"
+
+#include "FcoeAgent/QelResource.h"
+
+namespace fcoectl {
+namespace {
+
+struct KnownStatus {
+    UINT resource; // of the common library's text
+    LinkStatus status;
+};
+
+constexpr KnownStatus STATUSES[] = {
+    {IDS_QEL_LINK_UP, {"usable", "FCoE can be used: priority flow control is on for its priority."}},
+    {IDS_QEL_LINK_PORT_OFFLINE, {"offline", "The port is not online: check cable, switch port and driver."}},
+    {IDS_QEL_LINK_QUERY_FAILED, {"query_failed", "The DCB service failed: see the agent's log, restart OrvanDCB."}},
+    {IDS_QEL_LINK_REASON_1_OR_2, {"reserved", "DCB holds the link back for a reason without further explanation."}},
+    {IDS_QEL_LINK_REASON_UNKNOWN, {"unknown", "DCB cannot tell: check that the switch speaks DCBX on this port."}},
+    {IDS_QEL_LINK_NO_USER_PRIORITY, {"no_priority", "FCoE has no user priority: configure it on the switch."}},
+    {IDS_QEL_LINK_DCB_DISABLED, {"dcb_off", "DCB is off, or its service does not run: enable DCB, start OrvanDCB."}},
+    {IDS_QEL_LINK_REASON_5, {"reserved", "DCB holds the link back for a reason without further explanation."}},
+    {IDS_QEL_LINK_REASON_6, {"reserved", "DCB holds the link back for a reason without further explanation."}},
+    {IDS_QEL_LINK_PFC_MISMATCH, {"pfc_mismatch", "Enable priority flow control for the FCoE priority on the switch."}},
+    {IDS_QEL_LINK_APP_DISABLED_BY_PEER, {"application_off_remote", "Enable the FCoE application TLV on the switch."}},
+    {IDS_QEL_LINK_PFC_DISABLED_LOCALLY, {"pfc_off_local", "Enable priority flow control on the adapter."}},
+    {IDS_QEL_LINK_APP_DISABLED_LOCALLY,
+     {"application_off_local", "Enable the DCB application feature on the adapter."}},
+};
+
+} // namespace
+
+LinkStatus ExplainLinkStatus(const CQelString& status) {
+    if (status.empty())
+        return {"unread", "The adapter could not be read; the agent's log tells why."};
+    for (const KnownStatus& known : STATUSES) {
+        CQelString text;
+        if (text.LoadCommonResString(known.resource) > 0 && text == status)
+            return known.status;
+    }
+    return {"unrecognized", "This program does not know the status."};
+}
+
+} // namespace fcoectl

@@ -1,0 +1,19 @@
+// What the FCoE link status of an adapter means to an administrator.
+#pragma once
+
+#include <string>
+
+#include "FcoeAgent/QelString.h"
+
+namespace fcoectl {
+
+struct LinkStatus {
+    const char* state;   // for JSON
+    const char* meaning; // a sentence
+};
+
+// The agent tells the status as a text of the common library; the text is looked up there. An empty text has the state
+// "unread", one that is not among them "unrecognized".
+LinkStatus ExplainLinkStatus(const CQelString& status);
+
+} // namespace fcoectl

@@ -1,0 +1,30 @@
+// Where the program writes: UTF-8 with LF, on a terminal through its own wide functions.
+#pragma once
+
+#include <string_view>
+
+#include <windows.h>
+
+namespace fcoectl {
+
+class Output {
+  public:
+    virtual ~Output() = default;
+    virtual void Write(std::string_view text) = 0;
+    virtual void WriteError(std::string_view text) = 0;
+    // Whether something written before was lost.
+    virtual bool Failed() const = 0;
+};
+
+// The process's standard output and error.
+class StandardOutput : public Output {
+  public:
+    void Write(std::string_view text) override;
+    void WriteError(std::string_view text) override;
+    bool Failed() const override { return m_failed; }
+
+  private:
+    bool m_failed = false;
+};
+
+} // namespace fcoectl

@@ -1,0 +1,76 @@
+// One description per record type: what every rendering (table, blocks, JSON) knows of its fields.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <variant>
+
+#include <nlohmann/json.hpp>
+
+#include "FcoeAgent/FcoeRecords.h"
+
+namespace fcoectl {
+
+enum class Format {
+    Plain,
+    Hex, // tables show a number as 0x and at least six digits; JSON keeps the number
+};
+
+enum class Shown {
+    Always,
+    Detail, // only in blocks and JSON
+};
+
+template <class Record> struct Field {
+    const char* key;   // of the JSON member
+    const char* title; // of the column
+    std::variant<CQelString Record::*, ULONG Record::*, LONG64 Record::*, BYTE (Record::*)[8]> member;
+    Format format = Format::Plain;
+    Shown shown = Shown::Always;
+
+    bool IsNumber() const {
+        return std::holds_alternative<ULONG Record::*>(member) || std::holds_alternative<LONG64 Record::*>(member);
+    }
+};
+
+template <class Record> struct RecordType {
+    const char* list; // JSON member that holds the records
+    std::span<const Field<Record>> fields;
+};
+
+// The descriptions, in the order of the record's fields.
+template <class Record> const RecordType<Record>& Describe();
+template <> const RecordType<QEL_FCOE_HBA>& Describe();
+template <> const RecordType<QEL_FCOE_STATISTIC>& Describe();
+template <> const RecordType<QEL_FCOE_FABRIC>& Describe();
+template <> const RecordType<QEL_FCOE_PORT>& Describe();
+template <> const RecordType<QEL_FCOE_TARGET>& Describe();
+template <> const RecordType<QEL_FCOE_LUN>& Describe();
+template <> const RecordType<QEL_FCOE_VLAN>& Describe();
+
+// A field's value: a text as it is (UTF-8), a number, or eight bytes as a World Wide Name.
+using Value = std::variant<std::string, std::int64_t>;
+std::string ValueText(const Value& value, Format format);
+std::string WwnText(const BYTE (&bytes)[8]);
+std::string FieldText(const CQelString& text);
+
+template <class Record> Value ValueOf(const Field<Record>& field, const Record& record) {
+    if (const auto* text = std::get_if<CQelString Record::*>(&field.member))
+        return FieldText(record.**text);
+    if (const auto* number = std::get_if<ULONG Record::*>(&field.member))
+        return static_cast<std::int64_t>(record.**number);
+    if (const auto* number = std::get_if<LONG64 Record::*>(&field.member))
+        return static_cast<std::int64_t>(record.**number);
+    return WwnText(record.**std::get_if<BYTE(Record::*)[8]>(&field.member));
+}
+
+// All fields of a record as a JSON object, in the record's order.
+template <class Record> nlohmann::ordered_json ToJson(const Record& record) {
+    auto object = nlohmann::ordered_json::object();
+    for (const Field<Record>& field : Describe<Record>().fields)
+        std::visit([&](const auto& value) { object[field.key] = value; }, ValueOf(field, record));
+    return object;
+}
+
+} // namespace fcoectl

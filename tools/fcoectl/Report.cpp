@@ -1,0 +1,72 @@
+#include "tools/fcoectl/Report.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "tools/fcoectl/Text.h"
+
+namespace fcoectl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int SCHEMA_VERSION = 1;
+constexpr std::uint32_t FIRST_AGENT_CODE = 256; // above the exit codes
+
+Json ErrorObject(const ErrorDetail& detail, Exit exit) {
+    const AgentError* known = FindAgentError(detail.code);
+    Json object;
+    object["code"] = detail.code;
+    object["name"] = Describe(known ? known->exit : exit).name;
+    object["text"] = detail.text;
+    object["arguments"] = detail.arguments;
+    object["source"] = detail.source;
+    object["exit_code"] = static_cast<int>(exit);
+    return object;
+}
+
+} // namespace
+
+std::string Document(const std::string& command, const Report& report, const Failure* failure) {
+    std::string schema = command;
+    std::ranges::replace(schema, ' ', '-');
+    Json document;
+    document["schema"] = "fcoectl/" + schema;
+    document["version"] = SCHEMA_VERSION;
+    document["complete"] = report.complete && !failure;
+    for (const auto& [key, value] : report.body.items())
+        document[key] = value;
+    if (!report.notes.empty())
+        document["notes"] = report.notes;
+    if (failure) {
+        const auto& details = failure->Details();
+        document["error"] = ErrorObject(details.front(), failure->Code());
+        if (!failure->Hints().empty())
+            document["error"]["hints"] = failure->Hints();
+        for (std::size_t i = 1; i < details.size(); ++i)
+            document["more_errors"].push_back(ErrorObject(details[i], failure->Code()));
+    }
+    return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string Messages(const Failure& failure) {
+    std::string text;
+    for (const ErrorDetail& detail : failure.Details()) {
+        text += fmt::format("fcoectl: {}\n", Printable(detail.text));
+        if (detail.code < FIRST_AGENT_CODE)
+            continue;
+        text += fmt::format("  error 0x{:08X}", detail.code);
+        if (!detail.arguments.empty())
+            text += fmt::format(", arguments: {}", Printable(fmt::format("{}", fmt::join(detail.arguments, ", "))));
+        if (!detail.source.empty())
+            text += fmt::format(", adapter: {}", Printable(detail.source));
+        text += '\n';
+    }
+    for (const std::string& hint : failure.Hints())
+        text += fmt::format("  {}\n", Printable(hint));
+    return text;
+}
+
+} // namespace fcoectl

@@ -1,0 +1,83 @@
+// The agent in processes of its own: how they end, and several at once.
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/kit/CrashReport.h"
+#include "tests/system/SuiteHost.h"
+
+namespace {
+
+HANDLE Start(const std::wstring& mode) {
+    std::wstring command = L"\"" + (ModuleFolder() / L"exit_child.exe").wstring() + L"\" " + mode;
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    EXPECT_TRUE(
+        CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process))
+        << GetLastError();
+    CloseHandle(process.hThread);
+    return process.hProcess;
+}
+
+DWORD Finish(HANDLE process) {
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process, 60000));
+    DWORD code = 0;
+    GetExitCodeProcess(process, &code);
+    CloseHandle(process);
+    return code;
+}
+
+TEST(ProcessExit, WithoutUnloadingComesToItsEnd) {
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(0u, Finish(Start(L"idle")));
+}
+
+TEST(ProcessExit, WhileAThreadIsInsideAnEnumerationComesToItsEnd) {
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(0u, Finish(Start(L"enumerating")));
+}
+
+TEST(ProcessExit, WhileAThreadHoldsTheMutexInsideTheLibraryComesToItsEnd) {
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(0u, Finish(Start(L"in-library")));
+}
+
+TEST(Processes, TwoAtOnceBothGetTheirAnswers) {
+    const HANDLE first = Start(L"log"), second = Start(L"log");
+    EXPECT_EQ(0u, Finish(first));
+    EXPECT_EQ(0u, Finish(second));
+}
+
+TEST(Processes, ThatCreateAndDeletePortsAtOnceLoseNoneAndDoubleNone) {
+    SuiteHost host;
+    const auto topology = host.Folder() / L"topology.json";
+    host.Hive().Set(L"SOFTWARE\\ORVAN\\Simulator", L"State", topology.wstring() + L".state");
+    host.Simulate(R"({"adapters": [{"identifier": "{11111111-2222-4333-8444-555555555501}", "mac": "00:1B:21:00:00:01",
+        "port": {"node_wwn": "20:00:00:1B:21:00:00:01", "port_wwn": "20:01:00:1B:21:00:00:01"}}]})");
+    SetEnvironmentVariableW(L"FCOE_CHILD_TOPOLOGY", topology.c_str());
+    const std::wstring name = L"fcoe-test-stop-" + std::to_wstring(GetCurrentProcessId());
+    const HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, name.c_str());
+
+    const HANDLE watcher = Start(L"watch " + name);
+    const HANDLE first = Start(L"change 1"), second = Start(L"change 2");
+    EXPECT_EQ(0u, Finish(first));
+    EXPECT_EQ(0u, Finish(second));
+    SetEvent(stop);
+    EXPECT_EQ(0u, Finish(watcher));
+    CloseHandle(stop);
+    SetEnvironmentVariableW(L"FCOE_CHILD_TOPOLOGY", nullptr);
+
+    std::vector<QEL_FCOE_PORT> ports;
+    CQelString adapter(L"{11111111-2222-4333-8444-555555555501}");
+    EXPECT_TRUE(host.GetAgent()->EnumeratePorts(adapter, ports, 0));
+    std::set<std::wstring> left;
+    for (const auto& port : ports)
+        left.insert(port.strPortWWN);
+    EXPECT_EQ(
+        (std::set<std::wstring>{L"20:01:00:1B:21:00:00:01", L"20:65:00:1B:21:00:01:01", L"20:65:00:1B:21:00:02:01"}),
+        left);
+}
+
+} // namespace

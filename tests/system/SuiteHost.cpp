@@ -1,0 +1,110 @@
+#include "tests/system/SuiteHost.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "simulator/control/SimControl.h"
+
+namespace {
+
+template <class F> F Find(HMODULE module, const char* name) {
+    const auto function = reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+    EXPECT_TRUE(function) << name;
+    return function;
+}
+
+} // namespace
+
+std::filesystem::path ModuleFolder() {
+    wchar_t file[MAX_PATH];
+    GetModuleFileNameW(nullptr, file, MAX_PATH);
+    return std::filesystem::path(file).parent_path();
+}
+
+SuiteHost::SuiteHost() {
+    const auto bin = ModuleFolder();
+    m_hive.Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2", L"InstalledDir", m_folder.Path().wstring());
+    m_hive.Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2", L"TRACE", DWORD{1});
+    m_hive.Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\FcoeAgnt", L"InstalledDir",
+               (bin / L"FcoeAgnt.dll").wstring());
+    m_hive.Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\CoreAgnt", L"InstalledDir",
+               (bin / L"CoreAgnt.dll").wstring());
+    m_hive.Set(L"SOFTWARE\\ORVAN\\Network_Services\\TOLV", L"InstalledTOLV_FCOE", L"1");
+    m_hive.Set(L"SOFTWARE\\ORVAN\\Network_Services\\TOLV", L"InstalledTOLV_DCB", L"1");
+    m_hive.Set(L"SOFTWARE\\ORVAN\\Simulator", L"State", (m_folder.Path() / L"state.json").wstring());
+}
+
+SuiteHost::~SuiteHost() {
+    Unload();
+    if (m_library)
+        FreeLibrary(m_library);
+}
+
+HMODULE SuiteHost::Library() {
+    if (!m_library) {
+        m_library = LoadLibraryW(L"orvanhapi.dll");
+        EXPECT_TRUE(m_library);
+    }
+    return m_library;
+}
+
+void SuiteHost::Simulate(const std::string& topology) {
+    // As a file, which every simulated module finds; the vendor library may be loaded already and reads it again.
+    const auto file = m_folder.Path() / L"topology.json";
+    const HANDLE handle = CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    DWORD written = 0;
+    ASSERT_TRUE(WriteFile(handle, topology.data(), static_cast<DWORD>(topology.size()), &written, nullptr));
+    CloseHandle(handle);
+    m_hive.Set(L"SOFTWARE\\ORVAN\\Simulator", L"Topology", file.wstring());
+    const char* error = Find<decltype(&OrvanSim_ReloadTopology)>(Library(), "OrvanSim_ReloadTopology")();
+    ASSERT_EQ(nullptr, error) << error;
+}
+
+unsigned long long SuiteHost::Calls(const char* function) {
+    return Find<decltype(&OrvanSim_CallCount)>(Library(), "OrvanSim_CallCount")(function);
+}
+
+void SuiteHost::ResetCalls() {
+    Find<decltype(&OrvanSim_ResetCalls)>(Library(), "OrvanSim_ResetCalls")();
+}
+
+CQelFcoeAgentIntf* SuiteHost::GetAgent() {
+    if (!m_agentModule)
+        m_agentModule = LoadLibraryW((ModuleFolder() / L"FcoeAgnt.dll").c_str());
+    EXPECT_TRUE(m_agentModule) << "error " << GetLastError();
+    return m_agentModule ? Find<PFN_GetFcoeAgent>(m_agentModule, "GetFcoeAgent")() : nullptr;
+}
+
+void SuiteHost::Unload() {
+    if (m_agentModule) {
+        EXPECT_TRUE(FreeLibrary(m_agentModule));
+    }
+    m_agentModule = nullptr;
+}
+
+std::vector<std::string> SuiteHost::LogLines() const {
+    std::vector<std::string> lines;
+    const std::string all = ReadFileBytes(LogFile());
+    for (std::size_t at = 0; at < all.size();) {
+        const std::size_t end = std::min(all.find("\r\n", at), all.size());
+        const std::string line = all.substr(at, end - at);
+        const std::size_t tier = line.find("\tTIER ");
+        const std::size_t message = tier == std::string::npos ? tier : line.find("\t\t", tier);
+        lines.push_back(message == std::string::npos ? line : line.substr(message + 2));
+        at = end + 2;
+    }
+    return lines;
+}
+
+std::vector<std::string> SuiteHost::LogMessages() const {
+    auto lines = LogLines();
+    std::erase_if(lines,
+                  [](const std::string& line) { return line.starts_with("ENTRY:  ") || line.starts_with("EXIT:  "); });
+    return lines;
+}
+
+bool SuiteHost::Logged(const std::string& message) const {
+    const auto lines = LogLines();
+    return std::find(lines.begin(), lines.end(), message) != lines.end();
+}

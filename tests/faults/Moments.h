@@ -1,0 +1,41 @@
+// When a declared fault shows itself, and in what state it finds the agent.
+#pragma once
+
+#include <string>
+
+#include <fmt/format.h>
+
+#include "tests/faults/FaultHost.h"
+#include "tests/faults/Matrix.h"
+
+struct Moment {
+    const char* name;
+    const char* members; // of the fault's entry
+    bool cold;           // the agent has just been started
+};
+
+inline constexpr Moment MOMENTS[] = {
+    {"each call, just started", "", true},
+    {"each call", "", false},
+    {"first call", R"(, "on_call": 1)", false},
+    {"second call", R"(, "on_call": 2)", false},
+};
+
+struct FaultKind {
+    std::string name;
+    std::string members; // of the fault's entry
+};
+
+// The cells of one function and one kind of fault: every operation at every moment.
+inline void RunMoments(FaultHost& host, Matrix& matrix, FaultHost::Neighbour neighbour, const std::string& function,
+                       const FaultKind& kind, bool lasting = false) {
+    const bool always = kind.name == "missing";
+    for (const Moment& moment : MOMENTS) {
+        if (always && *moment.members)
+            continue; // what is missing is missing at every call
+        const std::string fault = fmt::format(R"({{"function": "{}", {}{}}})", function, kind.members, moment.members);
+        for (const auto& operation : FaultHost::Operations())
+            matrix.Cell(fmt::format("{}, {}, {}", kind.name, moment.name, operation.name),
+                        [&] { return host.CheckFault(neighbour, fault, operation, moment.cold, lasting); });
+    }
+}

@@ -82,11 +82,12 @@ void DieHere() {
     Die(context);
 }
 
-HANDLE g_stopWatch;
+HANDLE g_stopWatch, g_watch;
+// Taken before a test can redirect the import: the watchdog's thread may start late.
+decltype(&WaitForSingleObject) g_wait;
 
 DWORD WINAPI Watch(void* seconds) {
-    if (WaitForSingleObject(g_stopWatch, static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(seconds)) * 1000) ==
-        WAIT_OBJECT_0)
+    if (g_wait(g_stopWatch, static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(seconds)) * 1000) == WAIT_OBJECT_0)
         return 0;
     std::fprintf(stderr, "HANG: no end in %lu s\n", static_cast<unsigned long>(reinterpret_cast<ULONG_PTR>(seconds)));
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
@@ -125,12 +126,17 @@ void InstallCrashReport() {
 }
 
 void StartWatchdog(unsigned seconds) {
-    if (g_stopWatch) {
+    if (g_watch) {
+        // To its end: a thread that is still starting when the process ends takes the process's exit code with it.
         SetEvent(g_stopWatch);
-        g_stopWatch = nullptr;
+        WaitForSingleObject(g_watch, INFINITE);
+        CloseHandle(g_watch);
+        CloseHandle(g_stopWatch);
+        g_watch = g_stopWatch = nullptr;
     }
     if (seconds == 0)
         return;
+    g_wait = &WaitForSingleObject;
     g_stopWatch = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    CloseHandle(CreateThread(nullptr, 0, Watch, reinterpret_cast<void*>(static_cast<ULONG_PTR>(seconds)), 0, nullptr));
+    g_watch = CreateThread(nullptr, 0, Watch, reinterpret_cast<void*>(static_cast<ULONG_PTR>(seconds)), 0, nullptr);
 }

@@ -12,5 +12,7 @@ int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     const bool single = testing::UnitTest::GetInstance()->total_test_count() == 0 || GTEST_FLAG_GET(filter) != "*";
     StartWatchdog(limit ? static_cast<unsigned>(std::atoi(limit)) : single ? 80 : 600);
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    StartWatchdog(0);
+    return result;
 }

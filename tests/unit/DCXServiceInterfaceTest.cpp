@@ -238,6 +238,15 @@ TEST_F(DcbClient, ConnectsInOrderAndDisconnectsInReverse) {
     EXPECT_EQ(1, services.Count("query OrvanDCB"));
 }
 
+TEST_F(DcbClient, ServiceThatStartsStopsOrPausesIsNotConnectedTo) {
+    for (const DWORD state : {SERVICE_START_PENDING, SERVICE_STOP_PENDING, SERVICE_CONTINUE_PENDING, SERVICE_PAUSED}) {
+        services[L"OrvanDCB"].state = state;
+        const CDCX_ServiceInterface client(ADAPTER, FALSE);
+        EXPECT_FALSE(client.IsInitialized()) << state;
+    }
+    EXPECT_THAT(service.calls, IsEmpty());
+}
+
 TEST_F(DcbClient, StoppedServiceIsNotConnectedTo) {
     services[L"OrvanDCB"].state = SERVICE_STOPPED;
     {

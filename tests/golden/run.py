@@ -67,17 +67,25 @@ class Suite:
     def __init__(self, build: Path):
         self.build = build
         self.state = build / "golden-state.json"
+        self.log_file = build / "log/FcoeAgnt.txt"
 
     def fcoectl(self, topology: Path, *arguments: str) -> str:
         environment = dict(os.environ, WINEPREFIX=str(self.build / "suite"), ORVAN_SIM_TOPOLOGY=windows_path(topology),
                            ORVAN_SIM_STATE=windows_path(self.state))
-        done = subprocess.run([ROOT / "cmake/wine-run", self.build / "bin/fcoectl.exe", *arguments], env=environment,
-                              stdin=subprocess.DEVNULL, capture_output=True, timeout=60)
+        for _ in range(3):
+            done = subprocess.run([ROOT / "cmake/wine-run", self.build / "bin/fcoectl.exe", *arguments], env=environment,
+                                  stdin=subprocess.DEVNULL, capture_output=True, timeout=60)
+            # fcoectl always says something; when nothing came, Wine lost the process.
+            if done.stdout or done.stderr:
+                break
         text = done.stdout.decode() + done.stderr.decode()
+        # Where the suite lies is no part of the transcript.
+        folder = windows_path(self.build)
+        text = text.replace(folder.replace("\\", "\\\\"), "<build>").replace(folder, "<build>")
         return text.replace("\r\n", "\n") + f"[exit {done.returncode}]\n"
 
     def log(self) -> str:
-        raw = (self.build / "log/FcoeAgnt.txt").read_bytes().decode("cp1252").replace("\r\n", "\n")
+        raw = self.log_file.read_bytes().decode("cp1252").replace("\r\n", "\n")
         lines = (re.sub(r"^.*\tTIER (\d+)\t\t", r"\1 ", line) for line in raw.split("\n"))
         # The last error of a call that failed inside the library is whatever Windows left there.
         return "\n".join(re.sub(r"(failed with error: )\d+", r"\1N", line) for line in lines)
@@ -91,6 +99,8 @@ def transcripts(suite: Suite, topology: Path):
                               for name in LISTS + ("tree",))
     log = ""
     for name in LOGGED:
+        # The program before may still be about to close its log; a new file is nobody else's.
+        suite.log_file.unlink(missing_ok=True)
         suite.fcoectl(topology, name)
         log += f"$ fcoectl {name}\n{suite.log()}\n"
     yield "log.txt", log

@@ -3,6 +3,7 @@
 #include "bench/Floor.h"
 #include "bench/Measure.h"
 #include "bench/Topology.h"
+#include "tests/kit/HeapUse.h"
 
 namespace {
 

@@ -20,9 +20,6 @@ Pair MeasureInTurn(const std::function<void()>& prepare, const std::function<voi
 // The median time of one run, in seconds, over runs of so many at once.
 double MeasureOne(int atOnce, const std::function<void()>& run);
 
-// Bytes in busy blocks of all heaps of the process.
-std::size_t BusyHeapBytes();
-
 // What every line of the log has to read: the local time and the performance counter.
 void ReadLineTime();
 

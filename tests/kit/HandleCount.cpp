@@ -1,6 +1,5 @@
 #include "tests/kit/HandleCount.h"
 
-#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -31,19 +30,4 @@ std::size_t CountHandles() {
         own += entry.pid == GetCurrentProcessId();
     }
     return own;
-}
-
-std::size_t BusyHeapBytes() {
-    HANDLE heaps[64];
-    const DWORD count = std::min<DWORD>(GetProcessHeaps(64, heaps), 64);
-    std::size_t bytes = 0;
-    for (DWORD i = 0; i < count; ++i) {
-        HeapLock(heaps[i]);
-        PROCESS_HEAP_ENTRY entry{};
-        while (HeapWalk(heaps[i], &entry))
-            if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY)
-                bytes += entry.cbData;
-        HeapUnlock(heaps[i]);
-    }
-    return bytes;
 }

@@ -8,8 +8,8 @@
 
 extern const FuzzedFamilies FUZZED_FAMILIES;
 
-// Called once for every input. library: the adapter's.
-void Fuzz(VendorLibrary& library, CQelFcoeHBA& hba);
+// Called once for every input. access: what the adapter asks the library through.
+void Fuzz(VendorLibrary& library, CHBAAPIInt& access, CQelFcoeHBA& hba);
 
 // The entries that make one port, target or unit of a well-behaved library.
 ORVAN_FC_PORT UsualPort(unsigned uNumber, HBA_UINT8 byType = 0);

@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pbyData, std::size_t n
         VendorLibrary library(input, FUZZED_FAMILIES);
         CHBAAPIInt access;
         CQelFcoeHBA hba(&access, L"{12345678-1234-1234-1234-123456789ABC}", L"second");
-        Fuzz(library, hba);
+        Fuzz(library, access, hba);
     }
     FUZZ_CHECK(native::OpenHandles() == 0);
     return 0;

@@ -140,7 +140,7 @@ void FuzzVirtualPorts(VendorLibrary& library, CQelFcoeHBA& hba) {
 
 } // namespace
 
-void Fuzz(VendorLibrary& library, CQelFcoeHBA& hba) {
+void Fuzz(VendorLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
     FuzzWwn(library);
     FuzzNumber(library);
     FuzzRecord(library, hba);

@@ -111,9 +111,23 @@ void FuzzReaders(VendorLibrary& library) {
     }
 }
 
+// READ CAPACITY (16), into buffers of any size: what the library is told of is there.
+void FuzzCapacity16(VendorLibrary& library, CHBAAPIInt& access) {
+    const HBA_UINT32 ulSize = library.DrawByte(), ulSenseSize = library.DrawByte();
+    const auto pbyResponse = std::make_unique<HBA_UINT8[]>(ulSize),
+               pbySense = std::make_unique<HBA_UINT8[]>(ulSenseSize);
+    if (access.RetrieveLUNCapacity16(7, UsualWwn(0), 0, pbyResponse.get(), ulSize, pbySense.get(), ulSenseSize) &&
+        ulSize >= 12) {
+        double dCapacity = 0;
+        LONG64 llBlockSize = 0;
+        FUZZ_CHECK(CDataUtil().FormatLUNData(pbyResponse.get(), 1, dCapacity, llBlockSize) == CDataUtil::DONE);
+        FUZZ_CHECK(llBlockSize == static_cast<LONG64>(BigEndian(pbyResponse.get() + 8, 4)));
+    }
+}
+
 } // namespace
 
-void Fuzz(VendorLibrary& library, CQelFcoeHBA& hba) {
+void Fuzz(VendorLibrary& library, CHBAAPIInt& access, CQelFcoeHBA& hba) {
     library.vecPorts = {UsualPort(0)};
     library.vecTargets = {UsualTarget(0, library.vecPorts[0])};
     for (HBA_UINT64 ullLun = 0; ullLun < UNITS; ++ullLun)
@@ -131,4 +145,5 @@ void Fuzz(VendorLibrary& library, CQelFcoeHBA& hba) {
         CheckUnit(library, record.ulOsLun, record);
 
     FuzzReaders(library);
+    FuzzCapacity16(library, access);
 }

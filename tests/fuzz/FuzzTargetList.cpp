@@ -27,7 +27,7 @@ bool WasListed(const VendorLibrary& library, const QEL_FCOE_TARGET& record) {
 
 } // namespace
 
-void Fuzz(VendorLibrary& library, CQelFcoeHBA& hba) {
+void Fuzz(VendorLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
     for (unsigned uType = 0; uType < 4; ++uType)
         library.vecPorts.push_back(UsualPort(uType, static_cast<HBA_UINT8>(uType)));
 

@@ -59,7 +59,7 @@ VendorLibrary::VendorLibrary(FuzzedDataProvider& input, const FuzzedFamilies& fa
     : m_input(input), m_families(families) {
     FUZZ_CHECK(!g_pCurrent);
     g_pCurrent = this;
-    if (families.bBinding && DrawByte() >= FIRST_UNUSUAL)
+    if (families.bBinding && !DrawUsual())
         m_ulMissing = m_input.ConsumeIntegral<HBA_UINT32>();
 }
 
@@ -70,6 +70,10 @@ VendorLibrary::~VendorLibrary() {
 VendorLibrary& VendorLibrary::Current() {
     FUZZ_CHECK(g_pCurrent);
     return *g_pCurrent;
+}
+
+bool VendorLibrary::DrawUsual() {
+    return DrawByte() < FIRST_UNUSUAL;
 }
 
 HBA_UINT32 VendorLibrary::DrawNumber() {
@@ -115,10 +119,11 @@ HBA_WWN VendorLibrary::DrawWwn() {
 }
 
 // A text of any length up to its array's, without a terminator when what follows it is no null.
-void VendorLibrary::FillText(char* pszText, std::size_t nSize) {
+void VendorLibrary::FillText(char* pszText, std::size_t nSize, std::string_view strStart) {
     const HBA_UINT8 byKind = DrawByte();
     std::memset(pszText, byKind < FIRST_UNUSUAL ? 0 : byKind, nSize);
-    const std::string strText = DrawText(nSize);
+    std::string strText(DrawUsual() ? strStart : std::string_view());
+    strText += DrawText(nSize - strText.size());
     std::ranges::copy(strText, pszText);
 }
 
@@ -194,8 +199,9 @@ VendorLibrary& Library() {
 }
 
 HBA_STATUS Status() {
-    return Library().MayAnswer() ? Library().Families().bProperties ? Library().DrawStatus() : HBA_STATUS_OK
-                                 : HBA_STATUS_ERROR_BUSY;
+    if (!Library().MayAnswer())
+        return HBA_STATUS_ERROR_BUSY;
+    return !Library().Families().bProperties || Library().DrawUsual() ? HBA_STATUS_OK : Library().DrawStatus();
 }
 
 // --- Handlers of the table
@@ -298,7 +304,7 @@ HBA_STATUS RegisterLibraryV2(HBA_ENTRYPOINTSV2* pTable) {
 }
 
 HBA_STATUS InitializeLibrary() {
-    return Library().Families().bBinding ? Library().DrawStatus() : HBA_STATUS_OK;
+    return !Library().Families().bBinding || Library().DrawUsual() ? HBA_STATUS_OK : Library().DrawStatus();
 }
 
 HBA_STATUS GetFCoEControllerInfo(const wchar_t*, HBA_UINT32* pulController, char* pszName) {
@@ -308,12 +314,12 @@ HBA_STATUS GetFCoEControllerInfo(const wchar_t*, HBA_UINT32* pulController, char
     }
     *pulController = Library().DrawNumber();
     Library().FillText(pszName, ORVAN_NAME_SIZE);
-    return Library().DrawStatus();
+    return Library().DrawUsual() ? HBA_STATUS_OK : Library().DrawStatus();
 }
 
 HBA_HANDLE GetFCoEControllerHandle(const char* pszName) {
     FUZZ_CHECK(strnlen(pszName, ORVAN_NAME_SIZE) < ORVAN_NAME_SIZE);
-    return Library().Families().bBinding ? Library().DrawNumber() : 7;
+    return !Library().Families().bBinding || Library().DrawUsual() ? 7 : Library().DrawNumber();
 }
 
 HBA_STATUS GetFCAndNICProperties(HBA_HANDLE, ORVAN_FC_NIC_PROPERTIES* pProperties) {
@@ -321,7 +327,7 @@ HBA_STATUS GetFCAndNICProperties(HBA_HANDLE, ORVAN_FC_NIC_PROPERTIES* pPropertie
     record = {};
     if (Library().Families().bProperties) {
         std::memset(&record, Library().DrawByte(), sizeof record);
-        Library().FillText(record.NetworkInstance, sizeof record.NetworkInstance);
+        Library().FillText(record.NetworkInstance, sizeof record.NetworkInstance, "\\DEVICE\\{");
     }
     *pProperties = record;
     return Status();
@@ -394,7 +400,7 @@ FARPROC native::LibraryFunction(const char* pszName) {
 }
 
 bool native::MutexIsFree() {
-    return !Library().Families().bBinding || Library().DrawByte() < FIRST_UNUSUAL;
+    return !Library().Families().bBinding || Library().DrawUsual();
 }
 
 // --- The system's data on the adapter's device
@@ -404,7 +410,7 @@ bool native::DeviceExists(DWORD dwIndex) {
 }
 
 bool native::DeviceHasKey() {
-    return Library().DrawByte() < FIRST_UNUSUAL;
+    return Library().DrawUsual();
 }
 
 bool native::ReadDeviceText(std::vector<wchar_t>& vecText) {
@@ -424,5 +430,5 @@ bool native::ReadDeviceText(std::vector<wchar_t>& vecText) {
 
 bool native::ReadDeviceNumber(DWORD& dwNumber) {
     dwNumber = Library().DrawNumber();
-    return Library().DrawByte() < FIRST_UNUSUAL;
+    return Library().DrawUsual();
 }

@@ -8,6 +8,7 @@
 #include <array>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -77,6 +78,8 @@ class VendorLibrary {
 
     // --- Drawing
     HBA_UINT8 DrawByte() { return m_input.ConsumeIntegral<HBA_UINT8>(); }
+    // True most of the time, and when the input is used up.
+    bool DrawUsual();
     HBA_UINT32 DrawNumber();
     HBA_STATUS DrawStatus();
     std::string DrawText(std::size_t nMaximum);
@@ -87,7 +90,7 @@ class VendorLibrary {
     bool Has(int nFunction) const { return (m_ulMissing >> nFunction & 1) == 0; }
     // False once so many calls were made that every further one is refused: lists that multiply each other end.
     bool MayAnswer() { return ++m_nCalls <= MAXIMUM_CALLS; }
-    void FillText(char* pszText, std::size_t nSize);
+    void FillText(char* pszText, std::size_t nSize, std::string_view strStart = {});
     template <class Record> void FillRecord(Record& record) { m_input.ConsumeData(&record, sizeof record); }
     void FillResponse(void* pResponse, HBA_UINT32 ulRoom);
     template <class List, class Entry>

@@ -5,7 +5,10 @@
 // of is used to its last byte, so that the address sanitizer judges every size that the caller hands over.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstring>
 #include <map>
 #include <string>
 #include <string_view>
@@ -16,6 +19,7 @@
 #include <windows.h>
 
 #include "FcoeAgent/OrvanHbaApi.h"
+#include "tests/fuzz/Check.h"
 
 // Which answers are drawn; the others are those of a well-behaved library with the contents of the lists below.
 struct FuzzedFamilies {
@@ -99,6 +103,8 @@ class VendorLibrary {
 
   private:
     static constexpr int MAXIMUM_CALLS = 300;
+    // Lists are that long at most, or so long that no memory is to be had for them.
+    static constexpr HBA_UINT32 LONGEST_LIST = 24;
 
     HBA_UINT32 DrawCount(HBA_UINT32 ulRoom);
     void Draw(ORVAN_FC_PORT& port);
@@ -111,6 +117,34 @@ class VendorLibrary {
     HBA_UINT32 m_ulMissing = 0; // functions that the library lacks, a bit each
     int m_nCalls = 0;
 };
+
+template <class List, class Entry>
+HBA_STATUS VendorLibrary::AnswerList(List* pList, bool bFuzzed, const std::vector<Entry>& vecExisting,
+                                     std::vector<ListCall<Entry>>& vecCalls) {
+    const HBA_UINT32 ulRoom = pList->NumberOfEntries;
+    // No caller has room for a count that takes more memory than there is.
+    FUZZ_CHECK(ulRoom <= LONGEST_LIST + 1);
+    ListCall<Entry> call{HBA_STATUS_ERROR_BUSY, ulRoom, ulRoom, std::vector<Entry>(ulRoom)};
+    auto* const pEntries = reinterpret_cast<HBA_UINT8*>(pList) + offsetof(List, entry);
+    if (MayAnswer()) {
+        if (bFuzzed) {
+            for (Entry& entry : call.vecEntries)
+                Draw(entry);
+            call.ulStatus = DrawStatus();
+            call.ulCount = DrawCount(ulRoom);
+        } else {
+            std::copy_n(vecExisting.begin(), std::min<std::size_t>(ulRoom, vecExisting.size()),
+                        call.vecEntries.begin());
+            call.ulStatus = vecExisting.size() > ulRoom ? HBA_STATUS_ERROR_MORE_DATA : HBA_STATUS_OK;
+            call.ulCount = static_cast<HBA_UINT32>(vecExisting.size());
+        }
+    }
+    if (ulRoom != 0)
+        std::memcpy(pEntries, call.vecEntries.data(), ulRoom * sizeof(Entry));
+    pList->NumberOfEntries = call.ulCount;
+    vecCalls.push_back(call);
+    return call.ulStatus;
+}
 
 // Identifiers that drawn entries have most of the time, so that they match each other.
 HBA_WWN UsualWwn(unsigned uNumber);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 #include <sys/stat.h>
 
@@ -279,8 +280,13 @@ int _fileno(FILE* pFile) {
 
 int _write(int, const void* pData, unsigned uSize) {
     // Whole lines, whatever is in them.
-    FUZZ_CHECK(uSize > 0 && static_cast<const char*>(pData)[uSize - 1] == '\n');
+    const std::string_view bytes(static_cast<const char*>(pData), uSize);
+    FUZZ_CHECK(bytes.ends_with("\r\n"));
     return static_cast<int>(uSize);
+}
+
+int _setmode(int, int) {
+    return 0;
 }
 
 long long _filelengthi64(int nFile) {

@@ -13,6 +13,7 @@ void Fuzz(VendorLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
     library.vecPorts = {UsualPort(0)};
     for (unsigned i = 0; i < 3; ++i)
         library.vecTargets.push_back(UsualTarget(i, library.vecPorts[0]));
+    library.vecTargets[1].ScsiBusNumber = 1; // behind the device name in the record, and no terminator to it
     library.vecTargets[2].FcId = 1;
 
     std::vector<std::shared_ptr<CQelFcoeTarget>> vecTargets;

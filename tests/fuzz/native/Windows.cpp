@@ -217,7 +217,8 @@ LONG RegQueryValueExW(HKEY hKey, const wchar_t*, DWORD*, DWORD* pdwType, BYTE* p
     *pdwSize = dwStored;
     if (!bFits)
         return ERROR_MORE_DATA;
-    std::memcpy(pbyData, vecText.data(), dwStored);
+    if (dwStored != 0)
+        std::memcpy(pbyData, vecText.data(), dwStored);
     return ERROR_SUCCESS;
 }
 

@@ -71,6 +71,7 @@ void FuzzStatistics(VendorLibrary& library, CQelFcoeHBA& hba) {
 
 // Three more neighbours of the text: the parser, the formatter and the comparison agree.
 void FuzzWwn(VendorLibrary& library) {
+    constexpr wchar_t BORDERS[] = L"/09:;@AFG`afg"; // and the null
     const HBA_WWN wwn = library.DrawWwn();
     const CQelString strText = WwnText(wwn);
     FUZZ_CHECK(strText.size() == 23);
@@ -80,8 +81,8 @@ void FuzzWwn(VendorLibrary& library) {
     CQelString strDrawn = strText;
     if (library.DrawByte() & 1)
         strDrawn = Widened(library.DrawText(40));
-    else if (const HBA_UINT8 byPlace = library.DrawByte(); byPlace < strDrawn.size())
-        strDrawn[byPlace] = library.DrawByte();
+    else if (const int nPlace = library.DrawByte() % 32; nPlace < static_cast<int>(strDrawn.size()))
+        strDrawn[nPlace] = library.DrawUsual() ? BORDERS[library.DrawByte() % std::size(BORDERS)] : library.DrawByte();
     CQelString strUpper = strDrawn;
     strUpper.MakeUpper();
     if (const auto parsed = ParseWwn(strDrawn))

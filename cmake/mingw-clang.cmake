@@ -13,5 +13,6 @@ set(CMAKE_C_FLAGS_INIT "-nostdlibinc -isystem /usr/x86_64-w64-mingw32/include")
 set(CMAKE_CXX_FLAGS_INIT "-nostdlibinc -isystem ${gcc}/include/c++ -isystem ${gcc}/include/c++/x86_64-w64-mingw32 \
 -isystem ${gcc}/include/c++/backward -isystem /usr/x86_64-w64-mingw32/include")
 foreach(kind EXE SHARED MODULE)
-  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-B${gcc} -L${gcc}")
+  # The compile flags are given to the linker, too.
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-B${gcc} -L${gcc} -Wno-unused-command-line-argument")
 endforeach()

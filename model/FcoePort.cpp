@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelResource.h"
@@ -9,6 +10,12 @@
 #include "model/ResourceText.h"
 #include "model/WwnMatch.h"
 #include "model/WwnText.h"
+
+namespace {
+
+constexpr int NO_PORT_TYPE = 0xFF; // of an entry that belongs to no fabric
+
+} // namespace
 
 CQelFcoePort::CQelFcoePort(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
                            HBA_HANDLE hAdapter, const CQelString& strFabricName, const ORVAN_FC_PORT& entry)
@@ -101,6 +108,8 @@ LONG CQelFcoePort::GetPortsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, O
     ULONG ulCount = 0;
     if (pLibrary->GetPorts(hAdapter, pList, ulCount))
         nReturn = static_cast<LONG>(std::min(ulCount, ulCapacity));
+    else if (ulCount == 0) // nothing was read, and the count stands: what the memory held is not to pass for ports
+        std::memset(pList->entry, NO_PORT_TYPE, ulCapacity * sizeof(ORVAN_FC_PORT));
     // Ports may have been added since they were counted; nobody is to look for them in this buffer.
     pList->NumberOfEntries = std::min<ULONG>(pList->NumberOfEntries, ulCapacity);
     return nReturn;

@@ -59,6 +59,7 @@ class Child {
 
     bool Run() {
         TakeGeneration();
+        ConnectAtOnce();
         for (unsigned load = 0; !m_shared.stop || load <= WARM_UPS; ++load) {
             if (!Work())
                 return false;
@@ -69,7 +70,23 @@ class Child {
     }
 
   private:
+    // The system keeps connections to its COM services: it gets to as many here as it will need.
+    static void ConnectAtOnce() {
+        CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+        std::vector<std::thread> threads;
+        for (unsigned t = 0; t < 2 * WORKERS; ++t)
+            threads.emplace_back([] {
+                for (int i = 0; i < 10; ++i)
+                    DcbAnswers();
+            });
+        for (auto& thread : threads)
+            thread.join();
+        CoUninitialize();
+    }
+
     bool Work() {
+        // COM ends with each load of the agent: it may keep something for every service that went away during a call.
+        CoInitializeEx(nullptr, COINIT_MULTITHREADED);
         m_history.AgentLoaded();
         CQelFcoeAgentIntf* const agent = m_host.GetAgent();
         if (!agent) {
@@ -85,6 +102,7 @@ class Child {
         while (!m_crew.IsResting())
             Watch();
         m_host.Unload();
+        CoUninitialize();
         return true;
     }
 
@@ -184,10 +202,7 @@ int RunChild(const std::wstring& memory, const std::wstring& folder, unsigned ch
     InstallCrashReport();
     SharedMemory shared(memory);
     SetEnvironmentVariableW(L"ORVAN_SIM_STATE", (folder + L"\\state.json").c_str());
-    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    const bool done = std::make_unique<Child>(*shared, folder, child, seed)->Run();
-    CoUninitialize();
-    return done ? 0 : 1;
+    return std::make_unique<Child>(*shared, folder, child, seed)->Run() ? 0 : 1;
 }
 
 } // namespace soak

@@ -59,7 +59,6 @@ template <> struct Kind<QEL_FCOE_TARGET> {
     static bool IsVirtual(const QEL_FCOE_TARGET& record) { return record.ulPortType != 0; }
     static inline const Groups groups = {{"node_wwn", "port_wwn", "scsi_bus", "scsi_target", "fc_id", "number",
                                           "initiator_port_wwn", "initiator_port_bytes", "port_type", "device_id"},
-                                         {"owning_port_wwn", "fabric_name"},
                                          {"vendor"},
                                          {"serial"}};
 };
@@ -73,7 +72,6 @@ template <> struct Kind<QEL_FCOE_LUN> {
     }
     static inline const Groups groups = {{"os_lun", "scsi_bus", "scsi_target", "reserved", "os_device_name"},
                                          {"target_port_wwn", "initiator_port_wwn", "device_id"},
-                                         {"owning_port_wwn", "fabric_name"},
                                          {"capacity", "block_size"}};
 };
 template <> struct Kind<QEL_FCOE_VLAN> {
@@ -82,6 +80,12 @@ template <> struct Kind<QEL_FCOE_VLAN> {
     static bool IsVirtual(const QEL_FCOE_VLAN&) { return false; }
     static inline const Groups groups = {{"name", "vlan_id", "state_code", "state", "device_id"}};
 };
+
+// What a target or a logical unit has from its port was read with the adapter's ports, at a moment of its own.
+template <class Record> bool HasItsPorts(const Record& record, const QEL_FCOE_PORT& port) {
+    return record.strInitiatorPortWWN == port.strPortWWN && record.strOwningPortWWN == port.strWWN3 &&
+           record.strFabricName == port.strFabricName;
+}
 
 // The FC address of a virtual port is the library's choice.
 bool IsLeftToTheLibrary(const QEL_FCOE_PORT& record, std::string_view field) {
@@ -173,10 +177,11 @@ template <class Record> std::string JudgeNames(const Situation& situation, const
 
 template <class Record> using Lists = std::vector<std::vector<Record>>; // by the adapter's state
 
-// Every group of a record's fields must be of one moment. lists: those whose list the record may be of; narrowed.
+// Every group of a record's fields must be of one moment. ports: the adapter's, at all moments. lists: those whose list
+// the record may be of; narrowed.
 template <class Record>
-std::string JudgeRecord(const Situation& situation, const Lists<Record>& expected, const Record& record,
-                        std::set<std::size_t>& lists) {
+std::string JudgeRecord(const Situation& situation, const Lists<Record>& expected,
+                        const std::vector<QEL_FCOE_PORT>& ports, const Record& record, std::set<std::size_t>& lists) {
     const std::string key = Kind<Record>::Key(record);
     const auto& groups = Kind<Record>::groups;
     std::vector<bool> found(groups.size());
@@ -203,6 +208,9 @@ std::string JudgeRecord(const Situation& situation, const Lists<Record>& expecte
     for (std::size_t g = 0; g < groups.size(); ++g)
         if (!found[g])
             return fmt::format("a wrong {}: {}", groups[g].front(), Text(record));
+    if constexpr (std::is_same_v<Record, QEL_FCOE_TARGET> || std::is_same_v<Record, QEL_FCOE_LUN>)
+        if (std::ranges::none_of(ports, [&](const QEL_FCOE_PORT& port) { return HasItsPorts(record, port); }))
+            return "a wrong port: " + Text(record);
     if (!IsAddressGood(record, situation.adapter))
         return "a wrong address: " + Text(record);
     if (lists.empty())
@@ -247,13 +255,19 @@ template <class Record> std::string PortOf(const Record&) {
     return {};
 }
 
-template <class Record> Lists<Record> ExpectedLists(const Situation& situation, const std::vector<Record>& records) {
+// The names of the virtual ports that there may have been.
+template <class Record>
+std::vector<std::string> VirtualPorts(const Situation& situation, const std::vector<Record>& records) {
     std::vector<std::string> ports = situation.ports;
     for (const Record& record : records)
         if (situation.isPortUnknown && Kind<Record>::IsVirtual(record) && IsPortName(PortOf(record)))
             ports.push_back(PortOf(record));
     std::sort(ports.begin(), ports.end());
     ports.erase(std::unique(ports.begin(), ports.end()), ports.end());
+    return ports;
+}
+
+template <class Record> Lists<Record> ExpectedLists(const Situation& situation, const std::vector<std::string>& ports) {
     Lists<Record> lists;
     // Without handlers also what is not there is read for good: as zeros.
     constexpr bool IS_READ_AS_ZEROS =
@@ -281,7 +295,11 @@ template <class Record> std::string Judge(const Situation& situation, const std:
     if (std::string problem = JudgeNames(situation, records); !problem.empty())
         return problem;
 
-    const auto expected = ExpectedLists(situation, records);
+    const auto virtualPorts = VirtualPorts(situation, records);
+    const auto expected = ExpectedLists<Record>(situation, virtualPorts);
+    std::vector<QEL_FCOE_PORT> ports;
+    for (const auto& list : ExpectedLists<QEL_FCOE_PORT>(situation, virtualPorts))
+        ports.insert(ports.end(), list.begin(), list.end());
     std::map<std::string, std::set<std::size_t>> lists; // those that a list of the answer can be
     std::set<std::string> keys;
     for (const Record& record : records) {
@@ -289,7 +307,7 @@ template <class Record> std::string Judge(const Situation& situation, const std:
         if (of.empty())
             for (std::size_t i = 0; i < expected.size(); ++i)
                 of.insert(i);
-        if (std::string problem = JudgeRecord(situation, expected, record, of); !problem.empty())
+        if (std::string problem = JudgeRecord(situation, expected, ports, record, of); !problem.empty())
             return problem;
         if (!keys.insert(Kind<Record>::Key(record)).second)
             return "twice the same: " + Text(record);

@@ -9,6 +9,7 @@
 
 #include <windows.h>
 
+#include "Common/Src/Helper.h"
 #include "tests/kit/CrashReport.h"
 #include "tests/kit/TempFolder.h"
 #include "tests/soak/Report.h"
@@ -21,6 +22,7 @@ namespace {
 constexpr ULONGLONG PROGRESS_INTERVAL = 10000;
 constexpr ULONGLONG SILENCE_LIMIT = 180000; // of a child that does not even watch its threads
 constexpr ULONGLONG END_LIMIT = 240000;     // from the stop to the end of the last child
+constexpr int STOP_WAITS = 1200;            // of 50 ms, for the DCB service
 constexpr unsigned KEPT_TOPOLOGIES = 100;   // files; a child may be behind
 
 void Say(const std::string& line) {
@@ -55,6 +57,8 @@ class Parent {
         m_shared->stop = 1;
         dcb.join();
         EndChildren();
+        if (!m_dcbFailure.empty())
+            m_failures.push_back(m_dcbFailure);
         return Report(*m_shared, {m_seed, (GetTickCount64() - start) / 1000, m_generation.number + 1, m_dcbRestarts},
                       m_failures);
     }
@@ -146,7 +150,14 @@ class Parent {
         };
         while (Rest(8000), !m_shared->stop) {
             TakeDcbStep();
-            m_dcb.Stop();
+            CHelper().QelStopService(CHelper::SERVICE_DCB); // may give up before the service does
+            for (int i = 0; DcbSystem::State() != SERVICE_STOPPED; ++i) {
+                if (i == STOP_WAITS) {
+                    m_dcbFailure = "the DCB service does not stop";
+                    return;
+                }
+                Sleep(50);
+            }
             TakeDcbStep();
             Rest(3000);
             TakeDcbStep();
@@ -185,6 +196,7 @@ class Parent {
     Generation m_generation;
     HANDLE m_children[CHILDREN] = {};
     std::atomic<long long> m_dcbRestarts{0};
+    std::string m_dcbFailure; // written before its thread ends
     std::vector<std::string> m_failures;
 };
 

@@ -312,6 +312,29 @@ TEST_F(PortList, FailureKeepsTheFirstCountAndTheList) {
     EXPECT_NE(list, nullptr);
 }
 
+// Such as one whose handle another thread is reopening.
+TEST_F(PortList, ThatCouldNotBeReadHoldsNoPorts) {
+    Answer(2, HBA_STATUS_ERROR_INVALID_HANDLE, 2);
+    CAllocatorWatch allocator;
+    EXPECT_EQ(Read(), 2);
+    ASSERT_NE(list, nullptr);
+    for (ULONG i = 0; i < 2; ++i)
+        EXPECT_EQ(list->entry[i].PortType, 0xFF) << "what the memory held before";
+    std::free(std::exchange(list, nullptr));
+}
+
+TEST_F(PortList, ThatHasGrownKeepsThePortsThatCouldBeRead) {
+    fake.GetFCPortList = [this](HBA_HANDLE, ORVAN_FC_PORT_LIST* ports) {
+        fake.ports.push_back(FcPort(3, fake.ports.size() + 1));
+        return FakeHbaLibrary::FillList(ports, fake.ports);
+    };
+    fake.ports = {FcPort(0, 1)};
+    EXPECT_EQ(Read(), 2);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->entry[0].PortType, 0);
+    EXPECT_EQ(list->entry[1].PortType, 3);
+}
+
 TEST_F(PortList, PortsAddedSinceTheCountAreNotLookedFor) {
     Answer(3, HBA_STATUS_ERROR_MORE_DATA, 9);
     EXPECT_EQ(Read(), 3);

@@ -10,7 +10,7 @@ using namespace std::string_literals;
 void RunCoreAgentCells(FaultHost& host, Matrix& matrix) {
     std::vector<FaultKind> kinds = {
         {"exception", R"("throw": true)"},
-        {"slow", R"("delay_ms": 3)"},
+        {"slow", R"("delay_ms": 3)", Harm::None},
         {"success without work", R"("status": 0)"},
     };
     for (const unsigned status : {1u, 2u, 5u, 255u, 0x80004005u, 0xFFFFFFFFu})

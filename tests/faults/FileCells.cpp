@@ -18,7 +18,7 @@ std::string CheckLog(FaultHost& host, const std::wstring& folder) {
         problem = host.CheckHealth(true);
     host.Unload();
     hive.Set(SUITE, L"InstalledDir", host.Suite().Folder().wstring());
-    hive.Set(SUITE, L"TRACE", DWORD{2});
+    hive.Set(SUITE, L"TRACE", DWORD{1});
     if (!host.Load())
         return "afterwards there is no agent";
     return problem.empty() ? host.CheckHealth(true) : problem;

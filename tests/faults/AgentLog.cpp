@@ -2,25 +2,37 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <string_view>
 
 namespace {
 
 // Static: a cell may have every allocation fail while lines are written.
-char g_text[4 << 20];
+char g_text[64 << 20]; // for lists whose lying counts have thousands of entries read
 std::size_t g_size;
 unsigned long long g_writes;
 AgentLog::Disk g_disk = AgentLog::Disk::None;
 using PFN_write = int (*)(int, const void*, unsigned);
 PFN_write g_write;
 
+// The line without its header.
+std::string_view Message(std::string_view line) {
+    const std::size_t tier = line.find("\tTIER ");
+    const std::size_t message = tier == line.npos ? tier : line.find("\t\t", tier);
+    if (message != line.npos)
+        line.remove_prefix(message + 2);
+    return line;
+}
+
+void Keep(std::string_view message) {
+    if (message.starts_with("ENTRY:  ") || message.starts_with("EXIT:  "))
+        return;
+    g_size += message.copy(g_text + g_size, sizeof g_text - g_size);
+}
+
 // The agent holds its log's lock meanwhile.
 int Write(int file, const void* bytes, unsigned size) {
     ++g_writes;
-    const std::size_t kept = std::min<std::size_t>(size, sizeof g_text - g_size);
-    std::memcpy(g_text + g_size, bytes, kept);
-    g_size += kept;
+    Keep(Message({static_cast<const char*>(bytes), size}));
     switch (g_disk) {
     case AgentLog::Disk::None:
         return static_cast<int>(size);
@@ -62,14 +74,8 @@ std::vector<std::string> AgentLog::Messages() const {
     std::string_view all(g_text, g_size);
     while (!all.empty()) {
         const std::size_t end = std::min(all.find('\n'), all.size());
-        std::string_view line = all.substr(0, end);
+        messages.emplace_back(all.substr(0, end));
         all.remove_prefix(std::min(end + 1, all.size()));
-        const std::size_t tier = line.find("\tTIER ");
-        const std::size_t message = tier == line.npos ? tier : line.find("\t\t", tier);
-        if (message != line.npos)
-            line.remove_prefix(message + 2);
-        if (!line.starts_with("ENTRY:  ") && !line.starts_with("EXIT:  "))
-            messages.emplace_back(line);
     }
     return messages;
 }

@@ -267,16 +267,15 @@ std::string CheckVirtualPort(const Operation& operation, const std::string& work
 std::string CheckResult(const Operation& operation, Harm harm, const Outcome& outcome,
                         const std::vector<std::string>& messages, const std::vector<NEIGHBOUR_CALL>& library,
                         const std::vector<NEIGHBOUR_CALL>& core) {
-    const std::string_view name = operation.name;
     if (operation.failure)
         return CheckEnumeration(operation, outcome, messages, library, core);
-    if (name == "CreateVPort")
+    if (operation.Is("CreateVPort"))
         return CheckVirtualPort(operation, "ORVAN_CreateVPort", outcome, messages, library, core);
-    if (name == "DeleteVPort")
+    if (operation.Is("DeleteVPort"))
         return CheckVirtualPort(operation, "ORVAN_RemoveVPort", outcome, messages, library, core);
-    if (name == "Uninstall")
+    if (operation.Is("Uninstall"))
         return outcome.result ? "" : "failed";
-    const bool rescans = name == "RefreshTargets";
+    const bool rescans = operation.Is("RefreshTargets");
     const NEIGHBOUR_CALL* call = Last(library, rescans ? "ORVAN_RescanScsiBus" : "ORVAN_GeneratePortWWN");
     const bool nothingToAsk = rescans && !call && harm == Harm::Missing;
     if (outcome.result != (nothingToAsk || Succeeded(call)))

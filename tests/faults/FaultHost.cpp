@@ -4,11 +4,13 @@
 #include <new>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 #include <fmt/format.h>
 
 #include "simulator/control/SimControl.h"
 #include "tests/kit/HandleCount.h"
+#include "tools/fcoectl/Records.h"
 
 namespace {
 
@@ -33,10 +35,6 @@ constexpr char TOPOLOGY[] = R"({"adapters": [
   {"identifier": "{11111111-2222-4333-8444-555555555502}", "display_name": "Adapter two", "mac": "02:05:7C:00:00:02",
    "port": {"node_wwn": "10:00:02:05:7C:00:00:02", "port_wwn": "20:00:02:05:7C:00:00:02", "state": 3}}],
   "faults": [)";
-
-std::string Topology(const std::string& faults) {
-    return TOPOLOGY + faults + "]}";
-}
 
 template <class F> F Find(HMODULE module, const char* name) {
     const auto function = reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(module, name)));
@@ -86,15 +84,23 @@ std::string CheckMutex() {
 
 } // namespace
 
+std::string FaultHost::TopologyText(const std::string& faults, bool online) {
+    std::string text = TOPOLOGY + faults + "]}";
+    constexpr std::string_view STATE = R"("state": 3)"; // of the adapters' ports
+    for (std::size_t at = 0; online && (at = text.find(STATE, at)) != text.npos; at += STATE.size())
+        text.replace(at, STATE.size(), R"("state": 2)");
+    return text;
+}
+
 FaultHost::FaultHost() {
     m_suite.Hive().Set(SUITE_KEY, L"TRACE", DWORD{1});
     m_suite.Hive().Set(SIMULATOR_KEY, L"LockWait", std::wstring(L"200"));
     m_suite.Hive().Set(SIMULATOR_KEY, L"Instance", std::to_wstring(GetCurrentProcessId())); // a lock of its own
-    m_suite.Simulate(Topology(""));
+    m_suite.Simulate(TopologyText(""));
     m_library = m_suite.Library();
     m_coreAgent = LoadLibraryW((ModuleFolder() / L"CoreAgnt.dll").c_str());
     m_core = Find<PFN_GetCoreAgentPvt>(m_coreAgent, "GetCoreAgentPvt")();
-    SIM(m_library, OrvanSim_LoadTopology)(Topology("").c_str());
+    SIM(m_library, OrvanSim_LoadTopology)(TopologyText("").c_str());
     if (!Load())
         throw std::runtime_error("there is no agent");
     m_clock->Advance(EVERYTHING_IS_OLD);
@@ -140,7 +146,8 @@ void FaultHost::Declare(Neighbour neighbour, const std::string& faults) {
         const bool faulty = module == (neighbour == Neighbour::Library ? m_library : m_coreAgent);
         if (!faulty && m_neighbour == neighbour)
             continue;
-        if (const char* error = SIM(module, OrvanSim_LoadTopology)(Topology(faulty ? faults : "").c_str()))
+        if (const char* error =
+                SIM(module, OrvanSim_LoadTopology)(TopologyText(faulty ? faults : "", m_online).c_str()))
             throw std::runtime_error(error);
     }
     m_neighbour = neighbour;
@@ -293,12 +300,90 @@ std::string FaultHost::CheckMemory(const Operation& operation, bool cold, unsign
     });
 }
 
-std::string FaultHost::CheckAllOperations() {
+void FaultHost::ShowOnline(bool online) {
+    m_online = online;
+    m_declared = "nothing yet";
+    Declare(Neighbour::CoreAgent, "");
+    Declare(Neighbour::Library, "");
+    Restart();
+    m_clock->Advance(EVERYTHING_IS_OLD);
+    m_healthy = {};
+    if (!Ask(*m_agent, m_healthy))
+        throw std::runtime_error("the healthy agent fails");
+}
+
+std::string FaultHost::CheckService(const Operation& operation, bool cold, const std::function<void()>& hurt,
+                                    const std::function<void()>& heal, const LinkStatusTest& isExpected) {
+    return Examine(operation, true, false, [&] {
+        Prepare(operation, cold);
+        hurt();
+        Outcome outcome;
+        std::string problem = Run(operation, outcome);
+        // Whatever the service does, only the link status tells of it. The record is cached: it is the one just made.
+        std::vector<QEL_FCOE_HBA> hbas;
+        const bool asksService = operation.Is("EnumerateHBAs");
+        if (asksService && !m_agent->EnumerateHBAs(CQelString(), hbas, 7))
+            problem = "the adapters cannot be told";
+        heal();
+        CleanUp(operation);
+        if (!problem.empty())
+            return problem;
+        if (!asksService)
+            return outcome.whole ? problem : "did not give the full answer";
+        if (!outcome.result || hbas.size() != m_healthy.hbas.size())
+            return fmt::format("returned {} with {} adapters", outcome.result, hbas.size());
+        Answers answers = m_healthy;
+        for (std::size_t i = 0; i < hbas.size(); ++i) {
+            if (!isExpected(i, hbas[i].strFcoeLinkStatus))
+                problem = fmt::format("adapter {}: \"{}\"", i, fcoectl::FieldText(hbas[i].strFcoeLinkStatus));
+            hbas[i].strFcoeLinkStatus = m_healthy.hbas[i].strFcoeLinkStatus;
+        }
+        answers.hbas = hbas;
+        return problem.empty() ? Compare(m_healthy, answers) : problem;
+    });
+}
+
+std::string FaultHost::CheckHealthy(const Operation& operation, bool cold) {
+    Declare(Neighbour::Library, "");
+    Prepare(operation, cold);
+    m_log->Clear();
+    Outcome outcome;
+    const std::string problem = Run(operation, outcome);
+    CleanUp(operation);
+    return problem.empty() && !outcome.whole ? "did not give its full answer" : problem;
+}
+
+std::string FaultHost::CheckWithoutCoreAgent(const Operation& operation) {
+    m_clock->Advance(EVERYTHING_IS_OLD);
+    m_log->Clear();
+    Outcome outcome;
+    const std::string problem = Run(operation, outcome);
+    // Only what needs the adapter list or the lock is hurt.
+    const bool right = operation.failure           ? outcome.result && outcome.records == 0
+                       : operation.locks           ? !outcome.result && outcome.errors == 0
+                       : operation.Is("Uninstall") ? outcome.result && !outcome.whole
+                                                   : outcome.whole;
+    if (!problem.empty() || !right)
+        return problem.empty() ? fmt::format("returned {} with {} records", outcome.result, outcome.records) : problem;
+    const auto messages = m_log->Messages();
+    const auto Logged = [&](const std::string& message) {
+        return std::ranges::find(messages, message) != messages.end();
+    };
+    if (operation.failure && !Logged("CQelFcoeAgentWin::GetAdaptersThatSupportFCOE - EnumerateAdapters failed!"))
+        return "did not log that there is no adapter list";
+    if (operation.locks && !Logged(fmt::format("CQelFcoeAgentWin::{} - StartLock failed", operation.name)))
+        return "did not log that there is no lock";
+    return {};
+}
+
+std::string FaultHost::CheckAllOperations(bool whole) {
     for (const Operation& operation : Operations()) {
-        m_clock->Advance(EVERYTHING_IS_OLD);
+        Prepare(operation, false);
         Outcome outcome;
         if (const auto problem = Run(operation, outcome); !problem.empty())
             return fmt::format("{} {}", operation.name, problem);
+        if (whole && !outcome.whole)
+            return fmt::format("{} did not give its full answer", operation.name);
         CleanUp(operation);
     }
     return {};

@@ -1,6 +1,7 @@
 // A host whose neighbours are made to fail, and what it checks after each failure.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,6 +29,10 @@ class FaultHost {
         bool lasting = false; // what the neighbour said counts until the agent is started again
     };
 
+    // What the neighbours show, with these entries in the list of faults. online: the adapters' ports are, which has
+    // the agent ask the DCB service.
+    static std::string TopologyText(const std::string& faults, bool online = false);
+
     // Loads the agent and notes its full answers.
     FaultHost();
     FaultHost(const FaultHost&) = delete;
@@ -44,6 +49,9 @@ class FaultHost {
     // Ends the agent and starts it again in the loaded module.
     void Restart();
 
+    // Has the adapters' ports come and go; the full answers are then others.
+    void ShowOnline(bool online);
+
     // The operation while the fault shows: does it come back as agreed, and is all as it was afterwards?
     // What went wrong; empty for nothing.
     std::string CheckFault(const Fault& fault, const Operation& operation);
@@ -52,8 +60,18 @@ class FaultHost {
                             Allocations::Failing failing);
     // Allocations that the operation makes.
     unsigned long long CountAllocations(const Operation& operation, bool cold);
-    // Every operation, with any outcome; for neighbours that are asked while the agent is loaded.
-    std::string CheckAllOperations();
+    // The operation among healthy neighbours: it has to give its full answer.
+    std::string CheckHealthy(const Operation& operation, bool cold);
+    // The operation of an agent that was loaded without a core agent.
+    std::string CheckWithoutCoreAgent(const Operation& operation);
+    // Every operation; for neighbours that are asked while the agent is loaded. whole: each has to give its full
+    // answer, else any outcome will do.
+    std::string CheckAllOperations(bool whole);
+    // The operation between hurt and heal, which concern a service that tells of the adapters' link status. isExpected:
+    // whether an adapter's status is right meanwhile.
+    using LinkStatusTest = std::function<bool(std::size_t adapter, const CQelString& status)>;
+    std::string CheckService(const Operation& operation, bool cold, const std::function<void()>& hurt,
+                             const std::function<void()>& heal, const LinkStatusTest& isExpected);
     // Whether every enumeration gives the full answer, and no lock is held.
     std::string CheckHealth(bool locks);
 
@@ -84,6 +102,7 @@ class FaultHost {
     std::optional<AgentLog> m_log;
     Neighbour m_neighbour = Neighbour::Library;
     std::string m_declared; // of that neighbour
+    bool m_online = false;
     Answers m_healthy;
     std::vector<long long> m_usualGrowth[2]; // without faults, by operation; [1]: cold
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "FcoeAgent/FcoeAgentIntf.h"
@@ -35,6 +36,8 @@ struct Operation {
     bool locks;          // works inside the core agent's configuration lock
     void (*run)(FaultHost& host, Outcome& outcome);
     void (*prepare)(FaultHost& host) = nullptr; // what it needs to have something to do
+
+    bool Is(std::string_view wanted) const { return wanted == name; }
 };
 
 const std::vector<Operation>& Operations();

@@ -11,7 +11,8 @@
 #include "tests/kit/GuardHeap.h"
 
 int main(int argc, char** argv) {
-    GuardHeap::InstallIfAsked();
+    if (GuardHeap::InstallIfAsked())
+        std::fputs("on the guard-page heap\n", stderr);
     Matrix::Options options;
     CLI::App app("The agent's answers to failing neighbours", "fcoefaults");
     app.add_option("--sample", options.every, "Run every Nth cell")->check(CLI::PositiveNumber)->option_text("N");

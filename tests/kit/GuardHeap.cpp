@@ -98,26 +98,35 @@ void* Take(std::size_t size) {
     return block;
 }
 
-void Release(void* address) {
-    auto* const block = static_cast<BYTE*>(address);
+// What is wrong with the block; null: nothing, and it is gone.
+const char* TryRelease(BYTE* block, std::size_t& size) {
     const std::size_t first = FirstPage(block);
     BYTE* const start = g_area + first * PAGE;
     const Locked locked;
-    const std::size_t pages = g_pages[first], size = g_sizes[first];
+    const std::size_t pages = g_pages[first];
+    size = g_sizes[first];
     if (pages == 0)
-        Die("freed twice", block, size);
+        return "freed twice";
     const std::size_t rounded = std::max(ALIGNMENT, (size + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT);
     BYTE* const end = start + (pages - 1) * PAGE;
     if (pages == INNER || block != end - rounded)
-        Die("freed, but none", block, size);
+        return "freed, but none";
     const auto Unwritten = [](BYTE byte) { return byte == WATCHED; };
     if (!std::all_of(block + size, end, Unwritten))
-        Die("written behind its end", block, size);
+        return "written behind its end";
     if (!std::all_of(std::max(start, block - WATCHED_BEFORE), block, Unwritten))
-        Die("written before its start", block, size);
+        return "written before its start";
     VirtualFree(start, (pages - 1) * PAGE, MEM_DECOMMIT);
     std::fill_n(g_pages + first, pages, 0);
     --g_live;
+    return nullptr;
+}
+
+// Without the lock when it dies: the crash report allocates.
+void Release(void* block) {
+    std::size_t size = 0;
+    if (const char* problem = TryRelease(static_cast<BYTE*>(block), size))
+        Die(problem, block, size);
 }
 
 bool Reserve() {

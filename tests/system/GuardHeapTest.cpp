@@ -65,17 +65,15 @@ TEST(GuardHeapChild, DISABLED_WriteBeforeABlock) {
 }
 
 TEST(GuardHeapChild, DISABLED_ReadAFreedBlock) {
-    char* const block = Block(64);
-    std::free(block);
-    const volatile char* freed = block;
+    const volatile char* volatile freed = Block(64);
+    std::free(const_cast<char*>(freed));
     ADD_FAILURE() << freed[0];
 }
 
 TEST(GuardHeapChild, DISABLED_FreeTwice) {
-    char* const block = Block(64);
+    char* volatile block = Block(64);
     std::free(block);
-    char* volatile freed = block;
-    std::free(freed);
+    std::free(block);
 }
 
 TEST(GuardHeapChild, DISABLED_ReadBehindANewObject) {
@@ -137,19 +135,31 @@ TEST(GuardHeapChild, DISABLED_ModulesThatAreLoadedLaterUseIt) {
 
 } // namespace
 
-TEST(GuardHeap, FaultsWhereABlockIsOverrun) {
+TEST(GuardHeap, FaultsWhereABlockIsReadBehindItsEnd) {
     EXPECT_EQ(DWORD{EXIT_CRASHED}, RunOnGuardHeap(L"ReadBehindABlock"));
+}
+
+TEST(GuardHeap, FaultsWhereABlockIsWrittenBehindItsEnd) {
     EXPECT_EQ(DWORD{EXIT_CRASHED}, RunOnGuardHeap(L"WriteBehindABlock"));
+}
+
+TEST(GuardHeap, FaultsWhereANewObjectIsReadBehindItsEnd) {
     EXPECT_EQ(DWORD{EXIT_CRASHED}, RunOnGuardHeap(L"ReadBehindANewObject"));
 }
 
-TEST(GuardHeap, FindsWritesBesideABlockWhenItIsFreed) {
+TEST(GuardHeap, FindsAWriteJustBehindABlockWhenItIsFreed) {
     EXPECT_EQ(DWORD{EXIT_CRASHED}, RunOnGuardHeap(L"WriteJustBehindAnOddBlock"));
+}
+
+TEST(GuardHeap, FindsAWriteBeforeABlockWhenItIsFreed) {
     EXPECT_EQ(DWORD{EXIT_CRASHED}, RunOnGuardHeap(L"WriteBeforeABlock"));
 }
 
-TEST(GuardHeap, FaultsWhereAFreedBlockIsUsed) {
+TEST(GuardHeap, FaultsWhereAFreedBlockIsRead) {
     EXPECT_EQ(DWORD{EXIT_CRASHED}, RunOnGuardHeap(L"ReadAFreedBlock"));
+}
+
+TEST(GuardHeap, EndsTheProgramThatFreesABlockTwice) {
     EXPECT_EQ(DWORD{EXIT_CRASHED}, RunOnGuardHeap(L"FreeTwice"));
 }
 

@@ -3,12 +3,15 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <stdexcept>
 
 #include <fmt/format.h>
 
+#include "FcoeAgent/OrvanDcb.h"
 #include "tests/faults/Cells.h"
 #include "tests/faults/FaultHost.h"
 #include "tests/faults/Matrix.h"
+#include "tests/kit/HandleCount.h"
 #include "tests/system/dcbservice/DcbSystem.h"
 
 namespace {
@@ -102,20 +105,46 @@ class Service {
         else
             m_system->Stop();
     }
+    // After a kill: until the service manager has seen it, and the service is not taken for running.
     void Settle() {
-        // One that was killed may still be taken for running.
-        DcbSystem::WaitFor(SERVICE_STOPPED);
+        constexpr int TRIES = 10; // of ten seconds
+        for (int i = 0; i < TRIES; ++i)
+            if (DcbSystem::WaitFor(SERVICE_STOPPED))
+                return;
+        throw std::runtime_error("the killed service still counts as running");
     }
 
   private:
     std::optional<DcbSystem> m_system;
 };
 
+// Handles that the run time keeps of a connection whose service was killed: of a call that the agent has no part in.
+std::size_t HandlesOfAKilledCall(Service& service) {
+    std::size_t kept = 0;
+    for (int i = 0; i < 2; ++i) { // the first leaves more
+        service.Bring(SERVICE_RUNNING);
+        service.Simulate(R"({"function": "CreateInstance", "throw": true})");
+        const std::size_t before = CountHandles();
+        CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+        IUnknown* object = nullptr;
+        if (SUCCEEDED(CoCreateInstance(__uuidof(OrvanDcbIoControl), nullptr, CLSCTX_LOCAL_SERVER, __uuidof(IUnknown),
+                                       reinterpret_cast<void**>(&object))))
+            object->Release();
+        CoUninitialize();
+        service.Settle();
+        service.Simulate("");
+        service.Bring(SERVICE_RUNNING);
+        const std::size_t after = CountHandles();
+        kept = after > before ? after - before : 0;
+    }
+    return kept;
+}
+
 // The operation in that state of the service, then with a healthy one.
 std::string Check(FaultHost& host, Service& service, DWORD state, const std::string& fault, const EXPECTED& expected,
-                  bool dies, const Operation& operation, bool cold) {
+                  bool dies, std::size_t keptHandles, const Operation& operation, bool cold) {
     return host.CheckService(
-        operation, cold,
+        operation, cold, dies ? keptHandles : 0,
         [&] {
             service.Bring(SERVICE_RUNNING);
             service.Simulate(fault);
@@ -137,14 +166,14 @@ std::string Check(FaultHost& host, Service& service, DWORD state, const std::str
 
 void RunDcbCells(FaultHost& host, Matrix& matrix) {
     Service service;
-    service.Bring(SERVICE_RUNNING);
+    const std::size_t kept = HandlesOfAKilledCall(service);
     host.ShowOnline(true);
     matrix.Row("DCB service", "itself");
     for (const auto& [name, state] : {std::pair("absent", DWORD{0}), std::pair("stopped", DWORD{SERVICE_STOPPED})})
         for (const bool cold : {true, false})
             for (const Operation& operation : Operations())
                 matrix.Cell(fmt::format("{}, {}{}", name, cold ? "just started, " : "", operation.name), [&] {
-                    return Check(host, service, state, "", {UNAVAILABLE, UNAVAILABLE}, false, operation, cold);
+                    return Check(host, service, state, "", {UNAVAILABLE, UNAVAILABLE}, false, 0, operation, cold);
                 });
     for (const FUNCTION& function : FUNCTIONS) {
         matrix.Row("DCB service", function.name);
@@ -159,7 +188,8 @@ void RunDcbCells(FaultHost& host, Matrix& matrix) {
                     fmt::format(R"({{"function": "{}", {}{}}})", function.name, kind.members, moment.members);
                 for (const Operation& operation : Operations())
                     matrix.Cell(fmt::format("{}, {}, {}", kind.name, moment.name, operation.name), [&] {
-                        return Check(host, service, SERVICE_RUNNING, fault, expected, kind.dies, operation, false);
+                        return Check(host, service, SERVICE_RUNNING, fault, expected, kind.dies, kept, operation,
+                                     false);
                     });
             }
         }

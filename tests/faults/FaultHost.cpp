@@ -192,7 +192,8 @@ void FaultHost::CleanUp(const Operation& operation) {
 }
 
 template <class Work>
-std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, bool lasting, Work work) {
+std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, bool lasting, std::size_t keptHandles,
+                               Work work) {
     std::string problem;
     for (int attempt = 0; attempt < 2; ++attempt) {
         const std::size_t handles = CountHandles();
@@ -209,7 +210,7 @@ std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, 
         }
         const std::size_t handlesNow = CountHandles();
         const unsigned openNow = SIM(m_library, OrvanSim_OpenHandles)();
-        if (handlesNow == handles && (openNow == open || !closesAdapters))
+        if (handlesNow >= handles && handlesNow <= handles + keptHandles && (openNow == open || !closesAdapters))
             return {};
         problem =
             fmt::format("{} handles instead of {}, {} adapters open instead of {}", handlesNow, handles, openNow, open);
@@ -257,7 +258,7 @@ std::string FaultHost::CheckFault(const Fault& fault, const Operation& operation
     Declare(fault.neighbour, fmt::format(R"({{"function": "{}", {}}})", fault.function, fault.members));
     const bool closesAdapters = fault.function != "CloseAdapter";
     const long long usual = m_usualGrowth[fault.cold][static_cast<std::size_t>(&operation - Operations().data())];
-    return Examine(operation, closesAdapters, fault.lasting, [&] {
+    return Examine(operation, closesAdapters, fault.lasting, 0, [&] {
         Prepare(operation, fault.cold);
         Arm(true);
         std::string problem = RunObserved(fault, operation);
@@ -282,7 +283,7 @@ unsigned long long FaultHost::CountAllocations(const Operation& operation, bool 
 std::string FaultHost::CheckMemory(const Operation& operation, bool cold, unsigned long long number,
                                    Allocations::Failing failing) {
     Declare(Neighbour::Library, "");
-    return Examine(operation, true, cold, [&] {
+    return Examine(operation, true, cold, 0, [&] {
         Prepare(operation, cold);
         std::string problem;
         Outcome outcome;
@@ -312,9 +313,10 @@ void FaultHost::ShowOnline(bool online) {
         throw std::runtime_error("the healthy agent fails");
 }
 
-std::string FaultHost::CheckService(const Operation& operation, bool cold, const std::function<void()>& hurt,
-                                    const std::function<void()>& heal, const LinkStatusTest& isExpected) {
-    return Examine(operation, true, false, [&] {
+std::string FaultHost::CheckService(const Operation& operation, bool cold, std::size_t keptHandles,
+                                    const std::function<void()>& hurt, const std::function<void()>& heal,
+                                    const LinkStatusTest& isExpected) {
+    return Examine(operation, true, false, keptHandles, [&] {
         Prepare(operation, cold);
         hurt();
         Outcome outcome;

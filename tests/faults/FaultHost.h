@@ -68,10 +68,11 @@ class FaultHost {
     // answer, else any outcome will do.
     std::string CheckAllOperations(bool whole);
     // The operation between hurt and heal, which concern a service that tells of the adapters' link status. isExpected:
-    // whether an adapter's status is right meanwhile.
+    // whether an adapter's status is right meanwhile. keptHandles: so many may be open more than before.
     using LinkStatusTest = std::function<bool(std::size_t adapter, const CQelString& status)>;
-    std::string CheckService(const Operation& operation, bool cold, const std::function<void()>& hurt,
-                             const std::function<void()>& heal, const LinkStatusTest& isExpected);
+    std::string CheckService(const Operation& operation, bool cold, std::size_t keptHandles,
+                             const std::function<void()>& hurt, const std::function<void()>& heal,
+                             const LinkStatusTest& isExpected);
     // Whether every enumeration gives the full answer, and no lock is held.
     std::string CheckHealth(bool locks);
 
@@ -87,7 +88,9 @@ class FaultHost {
     void CleanUp(const Operation& operation);
     // Does the work, then checks the agent's health and that as many handles are open as before. What the first of two
     // runs leaves is what all later ones use; what the second adds is a leak.
-    template <class Work> std::string Examine(const Operation& operation, bool closesAdapters, bool lasting, Work work);
+    template <class Work>
+    std::string Examine(const Operation& operation, bool closesAdapters, bool lasting, std::size_t keptHandles,
+                        Work work);
     std::string CompareAnswers();
     // Blocks that a round of the operation leaves.
     long long Growth(const Operation& operation, bool cold, std::string& problem);

@@ -10,7 +10,7 @@
 #include "model/WwnMatch.h"
 #include "model/WwnText.h"
 
-CQelFcoePort::CQelFcoePort(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
+CQelFcoePort::CQelFcoePort(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
                            HBA_HANDLE hAdapter, const CQelString& strFabricName, const ORVAN_FC_PORT& entry)
     : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_strFabricName(strFabricName) {
     CQelDebugScope trace(L"CQelFcoePort::CQelFcoePort");
@@ -24,7 +24,7 @@ CQelFcoePort::~CQelFcoePort() {
 
 void CQelFcoePort::SetupCache() {
     CQelDebugScope trace(L"CQelFcoePort::SetupCache");
-    m_pCache->AddCache(
+    m_cache.AddCache(
         CacheKey::PORT_TARGETS, CachePeriod::LIST,
         Refresh<CQelFcoePort, std::vector<std::shared_ptr<CQelFcoeTarget>>, &CQelFcoePort::GetTargets_HBA>);
 }
@@ -44,7 +44,7 @@ void CQelFcoePort::SetupPort(const CQelString& strFabricName, const ORVAN_FC_POR
     pRecord->strSecondId = m_strSecondName;
     pRecord->strWWN3 = WwnText(entry.Identifier[0]);
     pRecord->strFabricName = strFabricName;
-    m_pCache->AddCache(CacheKey::PORT_RECORD, std::move(pRecord));
+    m_cache.AddCache(CacheKey::PORT_RECORD, std::move(pRecord));
 }
 
 BOOL CQelFcoePort::Get(QEL_FCOE_PORT& port) const {
@@ -72,6 +72,8 @@ BOOL CQelFcoePort::GetTargets_HBA(std::vector<std::shared_ptr<CQelFcoeTarget>>& 
         bReturn = FALSE;
         return bReturn;
     }
+    const CQelSharedText strFabricName(port.strFabricName);
+    const CQelSharedText strOwningPortWWN(port.strWWN3);
     CQelWwnMatch portWWN(port.strPortWWN, false);
     for (const ORVAN_TARGET_ENTRY& entry : ListEntries(list.Get())) {
         if (entry.InitiatorPortType != port.ulPortType ||
@@ -79,7 +81,7 @@ BOOL CQelFcoePort::GetTargets_HBA(std::vector<std::shared_ptr<CQelFcoeTarget>>& 
             !portWWN.Matches(entry.InitiatorPortWWN))
             continue;
         vecTargets.push_back(std::make_shared<CQelFcoeTarget>(m_pLibrary, m_strName, m_strSecondName, m_hAdapter,
-                                                              port.strFabricName, port.strWWN3, entry));
+                                                              strFabricName, strOwningPortWWN, entry));
     }
     return bReturn;
 }

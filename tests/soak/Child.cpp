@@ -145,8 +145,8 @@ class Child {
         ++m_figures.generations;
     }
 
-    // The service stops and starts between calls that ask it: the service manager of Wine 8 loses a stop that falls
-    // into them now and then, and the service is neither running nor stopped for good.
+    // The service stops and starts between calls that ask it: a server that ends beside a call of it may wait for ever
+    // in the RPC of Wine 8.
     void FollowDcb() {
         const long step = m_shared.dcbStep;
         if (step == m_dcbStep && m_dcbSettled)

@@ -145,18 +145,30 @@ class Child {
         ++m_figures.generations;
     }
 
+    // The service stops and starts between calls that ask it: a server that ends beside a call of it may wait for ever
+    // in the RPC of Wine 8.
     void FollowDcb() {
         const long step = m_shared.dcbStep;
+        if (step == m_dcbStep && m_dcbSettled)
+            return;
+        const Dcb state = DcbOf(step);
         if (step != m_dcbStep) {
-            m_history.DcbIs(DcbOf(step) == Dcb::Running ? Dcb::Starting : DcbOf(step));
-            m_dcbSettled = DcbOf(step) != Dcb::Running;
+            if (!m_dcbHeld)
+                m_crew.HoldDcbCalls();
+            m_dcbHeld = true;
+            m_history.DcbIs(state == Dcb::Running ? Dcb::Starting : state);
+            m_dcbSettled = state != Dcb::Running;
             m_dcbStep = step;
             m_figures.dcbStep = step;
         }
-        if (m_dcbSettled || !DcbAnswers())
-            return;
-        m_history.DcbIs(Dcb::Running);
-        m_dcbSettled = true;
+        if (state == Dcb::Running && DcbAnswers()) {
+            m_history.DcbIs(Dcb::Running);
+            m_dcbSettled = true;
+        }
+        if (m_dcbSettled && (state == Dcb::Running || state == Dcb::Stopped)) {
+            m_crew.ReleaseDcbCalls();
+            m_dcbHeld = false;
+        }
     }
 
     // With the agent unloaded: its log, the modules that it loaded, and what the process holds.
@@ -173,8 +185,11 @@ class Child {
             return;
         Footprint now = Measure();
         const ULONGLONG start = GetTickCount64();
-        while (m_figures.measured && (now.handles > m_figures.first.handles || now.threads > m_figures.first.threads) &&
-               GetTickCount64() - start < SETTLE_TIME) {
+        const auto HasSettled = [&] {
+            return m_figures.measured ? now.handles <= m_figures.first.handles && now.threads <= m_figures.first.threads
+                                      : GetTickCount64() - start >= SETTLE_TIME / 2;
+        };
+        while (!HasSettled() && GetTickCount64() - start < SETTLE_TIME) {
             Watch();
             now = Measure();
         }
@@ -194,6 +209,7 @@ class Child {
     long long m_generation = -1;
     long m_dcbStep = -1;
     bool m_dcbSettled = true;
+    bool m_dcbHeld = false;
 };
 
 } // namespace

@@ -189,7 +189,11 @@ void Crew::Enumerate(Thread& self, Place& place, Op op) {
     using I = CQelFcoeAgentIntf;
     switch (op) {
     case Op::EnumerateHBAs:
-        return EnumerateRecords<QEL_FCOE_HBA, const CQelString>(self, place, op, &I::EnumerateHBAs);
+        if (!TryAcquireSRWLockShared(&m_dcbCalls))
+            return;
+        EnumerateRecords<QEL_FCOE_HBA, const CQelString>(self, place, op, &I::EnumerateHBAs);
+        ReleaseSRWLockShared(&m_dcbCalls);
+        return;
     case Op::EnumerateFabrics:
         return EnumerateRecords(self, place, op, &I::EnumerateFabrics);
     case Op::EnumeratePorts:

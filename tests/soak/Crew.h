@@ -29,6 +29,10 @@ class Crew {
     void Rest() { ResetEvent(m_work); }
     bool IsResting() const { return m_resting == WORKERS + 1; }
 
+    // While held, no call that asks the DCB service is under way, and none begins. Held and released by one thread.
+    void HoldDcbCalls() { AcquireSRWLockExclusive(&m_dcbCalls); }
+    void ReleaseDcbCalls() { ReleaseSRWLockExclusive(&m_dcbCalls); }
+
     // The operation that has been running for longer than any may; null: none.
     const char* Blocked() const;
 
@@ -85,6 +89,7 @@ class Crew {
     const std::function<CQelFcoeAgentIntf*()> m_getAgent;
     CQelFcoeAgentIntf* m_agent = nullptr;
     SRWLOCK m_adapters[ADAPTERS] = {};
+    SRWLOCK m_dcbCalls = SRWLOCK_INIT;
     struct Slot {
         SpinLock lock;
         bool present = false;

@@ -11,7 +11,8 @@
 //
 // Else every value must be one that the adapter had at some moment of the window, values that one library call yields
 // must be of one moment, the entries of one list, too, and nothing comes twice. What may be missing is what the library
-// refused meanwhile: lists and their entries, texts of commands that failed.
+// refused meanwhile: lists and their entries, texts of commands that failed. While the agent is uninstalled and
+// started, what is read without the library's handlers counts as read, and is zeros.
 #pragma once
 
 #include <string>

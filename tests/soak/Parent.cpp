@@ -9,7 +9,9 @@
 
 #include <windows.h>
 
+#include "Common/Src/ComOwner.h"
 #include "Common/Src/Helper.h"
+#include "FcoeAgent/OrvanDcb.h"
 #include "tests/kit/CrashReport.h"
 #include "tests/kit/TempFolder.h"
 #include "tests/soak/Report.h"
@@ -57,6 +59,7 @@ class Parent {
         m_shared->stop = 1;
         dcb.join();
         EndChildren();
+        m_dcbObject.Reset();
         if (!m_dcbFailure.empty())
             m_failures.push_back(m_dcbFailure);
         return Report(*m_shared, {m_seed, (GetTickCount64() - start) / 1000, m_generation.number + 1, m_dcbRestarts},
@@ -79,6 +82,14 @@ class Parent {
         }
         m_dcb.Simulate(states);
         m_dcb.Start();
+        HoldDcbObject();
+    }
+
+    // The RPC of Wine 8 can wait for ever when the last object of an interface is released beside a call of it. So one
+    // object stays for as long as the service runs.
+    void HoldDcbObject() {
+        CoCreateInstance(__uuidof(OrvanDcbIoControl), nullptr, CLSCTX_LOCAL_SERVER, __uuidof(IOrvanDcbIoControl),
+                         reinterpret_cast<void**>(m_dcbObject.Put()));
     }
 
     Generation FirstGeneration() {
@@ -150,6 +161,7 @@ class Parent {
         };
         while (Rest(8000), !m_shared->stop) {
             TakeDcbStep();
+            m_dcbObject.Reset();
             CHelper().QelStopService(CHelper::SERVICE_DCB); // may give up before the service does
             for (int i = 0; DcbSystem::State() != SERVICE_STOPPED; ++i) {
                 if (i == STOP_WAITS) {
@@ -162,6 +174,7 @@ class Parent {
             Rest(3000);
             TakeDcbStep();
             m_dcb.Start();
+            HoldDcbObject();
             TakeDcbStep();
             ++m_dcbRestarts;
         }
@@ -193,6 +206,7 @@ class Parent {
     const unsigned m_seed;
     TempFolder m_folder;
     DcbSystem m_dcb;
+    CQelComPointer<IOrvanDcbIoControl> m_dcbObject;
     Generation m_generation;
     HANDLE m_children[CHILDREN] = {};
     std::atomic<long long> m_dcbRestarts{0};
@@ -205,7 +219,10 @@ class Parent {
 bool RunParent(double minutes, unsigned seed) {
     InstallCrashReport();
     Say(fmt::format("soak: {} minutes, --seed {}", minutes, seed));
-    return std::make_unique<Parent>(minutes, seed)->Run();
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    const bool survived = std::make_unique<Parent>(minutes, seed)->Run();
+    CoUninitialize();
+    return survived;
 }
 
 } // namespace soak

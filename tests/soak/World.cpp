@@ -179,7 +179,7 @@ Generation Change(const Generation& generation, std::mt19937& random) {
     ++next.number;
     switch (random() % 8) {
     case 0: { // the last ones come or go; one is always there
-        const unsigned present = 1 + random() % ADAPTERS;
+        const unsigned present = std::max(1 + random() % ADAPTERS, 1 + random() % ADAPTERS);
         for (unsigned a = next.present; a < present; ++a)
             ++next.adapters[a].version;
         next.present = present;
@@ -187,7 +187,7 @@ Generation Change(const Generation& generation, std::mt19937& random) {
     }
     case 1: {
         auto& adapter = next.adapters[random() % ADAPTERS];
-        adapter.fcoe = !adapter.fcoe;
+        adapter.fcoe = random() % 4 != 0;
         break;
     }
     default:

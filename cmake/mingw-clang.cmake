@@ -14,5 +14,5 @@ set(CMAKE_CXX_FLAGS_INIT "-nostdlibinc -isystem ${gcc}/include/c++ -isystem ${gc
 -isystem ${gcc}/include/c++/backward -isystem /usr/x86_64-w64-mingw32/include")
 foreach(kind EXE SHARED MODULE)
   # The compile flags are given to the linker, too.
-  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-B${gcc} -L${gcc} -Wno-unused-command-line-argument")
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-B${gcc} -L${gcc} -pthread -Wno-unused-command-line-argument")
 endforeach()

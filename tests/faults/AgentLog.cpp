@@ -74,7 +74,8 @@ std::vector<std::string> AgentLog::Messages() const {
     std::string_view all(g_text, g_size);
     while (!all.empty()) {
         const std::size_t end = std::min(all.find('\n'), all.size());
-        messages.emplace_back(all.substr(0, end));
+        const std::string_view line = all.substr(0, end);
+        messages.emplace_back(line.substr(0, line.find_last_not_of('\r') + 1));
         all.remove_prefix(std::min(end + 1, all.size()));
     }
     return messages;

@@ -87,7 +87,8 @@ def judge(program: Program, text: str, exit_code: int | None) -> Outcome:
             return Outcome(FAILED, done, failures or [f"{program.name} said {forbidden!r}"])
     if exit_code is None:
         return Outcome(FAILED, done, failures + [f"{name} (ran for {program.seconds_allowed:.0f} s)" for name in here])
-    if failures or CRASHED.search(text):
+    # A crash before the closing line is one of a process that a case started to see it crash.
+    if failures or CRASHED.search(text, whole.end() if program.gtest and whole else 0):
         return Outcome(FAILED, done, failures + here or [f"{program.name} (its end)"])
     if whole and exit_code == 0:
         return Outcome(PASSED, done, [])

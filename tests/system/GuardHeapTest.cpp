@@ -19,13 +19,20 @@ DWORD RunOnGuardHeap(const std::wstring& test) {
     GetModuleFileNameW(nullptr, file, MAX_PATH);
     std::wstring command = L"\"" + std::wstring(file) + L"\" --gtest_also_run_disabled_tests --gtest_filter=" +
                            L"GuardHeapChild.DISABLED_" + test;
+    // Its crash report and its closing line are not this program's.
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    const HANDLE nowhere =
+        CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING, 0, nullptr);
     SetEnvironmentVariableW(L"FCOE_GUARD_HEAP", L"1");
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = startup.hStdError = nowhere;
     PROCESS_INFORMATION process{};
     const BOOL started =
-        CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process);
+        CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
     SetEnvironmentVariableW(L"FCOE_GUARD_HEAP", nullptr);
+    CloseHandle(nowhere);
     if (!started)
         return GetLastError();
     DWORD code = STILL_ACTIVE;

@@ -21,6 +21,24 @@ template <class Record> void MakeRoom(std::vector<Record>& vecRecords, std::size
         vecRecords.reserve(vecRecords.empty() ? nNeeded : std::max(nNeeded, 2 * vecRecords.capacity()));
 }
 
+// One more record in the host's list, for as long as nothing goes wrong.
+template <class Record> class CNewRecord {
+  public:
+    explicit CNewRecord(std::vector<Record>& vecRecords) : m_vecRecords(vecRecords) { m_vecRecords.emplace_back(); }
+    ~CNewRecord() {
+        if (!m_bKeep)
+            m_vecRecords.pop_back();
+    }
+    CNewRecord(const CNewRecord&) = delete;
+    CNewRecord& operator=(const CNewRecord&) = delete;
+
+    void Keep() { m_bKeep = true; }
+
+  private:
+    std::vector<Record>& m_vecRecords;
+    bool m_bKeep = false;
+};
+
 } // namespace
 
 // work(HBA) for the adapter, or for all that support FCoE when there is no identifier. FALSE when it failed for one of
@@ -63,9 +81,10 @@ BOOL CQelFcoeAgentWin::EnumerateList(const wchar_t* pszOperation, const wchar_t*
             return FALSE;
         MakeRoom(vecRecords, vecObjects.size());
         for (const auto& pObject : vecObjects) {
-            Record record;
-            if (pObject->Get(record))
-                vecRecords.push_back(std::move(record));
+            // Filled where it stays; taken back when there is none.
+            CNewRecord newRecord(vecRecords);
+            if (pObject->Get(vecRecords.back()))
+                newRecord.Keep();
         }
         return TRUE;
     });

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-CacheCollection::CacheCollection(void* pOwner, const CQelString& strName) : m_pOwner(pOwner), m_strName(strName) {}
+CacheCollection::CacheCollection(void* pOwner, const CQelSharedText& strName) : m_pOwner(pOwner), m_strName(strName) {}
 
 void CacheCollection::AddCache(LONG lKey, ULONG ulTimeout, CacheRefresh pfnRefresh) {
     Put(std::make_shared<Entry>(lKey, m_pOwner, ulTimeout, pfnRefresh));

@@ -6,15 +6,15 @@
 
 #include <windows.h>
 
-#include "FcoeAgent/QelString.h"
 #include "model/CacheObject.h"
+#include "model/SharedText.h"
 
 // Threading: Has, Invalidate and Get may be called from any thread. Keys are registered while the owner is constructed,
 // or by the refresh routine of the very key, and not beside other calls.
 class CacheCollection {
   public:
     // pOwner is handed to the refresh routines.
-    CacheCollection(void* pOwner, const CQelString& strName);
+    CacheCollection(void* pOwner, const CQelSharedText& strName);
     CacheCollection(const CacheCollection&) = delete;
     CacheCollection& operator=(const CacheCollection&) = delete;
 
@@ -37,7 +37,7 @@ class CacheCollection {
         return true;
     }
 
-    const CQelString& GetName() const { return m_strName; }
+    const CQelSharedText& GetName() const { return m_strName; }
 
   private:
     // One or a few, newest first; a chain, because every object of the tree has a collection and most have one entry.
@@ -55,6 +55,6 @@ class CacheCollection {
     void Remove(LONG lKey);
 
     void* m_pOwner;
-    CQelString m_strName; // the owner's, for the reader of a dump
+    CQelSharedText m_strName; // the owner's, for the reader of a dump
     std::shared_ptr<Entry> m_pFirst;
 };

@@ -1,10 +1,9 @@
 #include "model/FcoeBase.h"
 
-CQelFcoeBase::CQelFcoeBase(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
+CQelFcoeBase::CQelFcoeBase(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
                            HBA_HANDLE hAdapter)
-    : m_ulOpened(0), m_pLibrary(pLibrary), m_strSecondName(strSecondName),
-      m_pCache(std::make_shared<CacheCollection>(this, strName)), m_strName(m_pCache->GetName()), m_hAdapter(hAdapter),
-      m_bLockInitialised(false) {
+    : m_ulOpened(0), m_pLibrary(pLibrary), m_strSecondName(strSecondName), m_cache(this, strName),
+      m_strName(m_cache.GetName()), m_hAdapter(hAdapter), m_bLockInitialised(false) {
     InitializeCriticalSection(&m_csLock);
     m_bLockInitialised = true;
 }

@@ -8,10 +8,10 @@
 #include <windows.h>
 
 #include "FcoeAgent/HbaApi.h"
-#include "FcoeAgent/QelString.h"
 #include "hbaapi/HBAAPIInt.h"
 #include "model/CacheCollection.h"
 #include "model/CacheKeys.h"
+#include "model/SharedText.h"
 
 // Embedded as the first part of every object of the tree; not polymorphic.
 //
@@ -28,7 +28,8 @@ class CQelFcoeBase {
 
   protected:
     // hAdapter: the adapter's handle in the library; 0 for an object that opens its own.
-    CQelFcoeBase(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName, HBA_HANDLE hAdapter);
+    CQelFcoeBase(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
+                 HBA_HANDLE hAdapter);
     ~CQelFcoeBase();
 
     // The cached record; false when it cannot be had, and the output is then untouched.
@@ -39,10 +40,10 @@ class CQelFcoeBase {
     mutable CRITICAL_SECTION m_csLock;
     ULONG m_ulOpened; // 1 once an attempt to open the library handle has run
     CHBAAPIInt* m_pLibrary;
-    CQelString m_strSecondName;
-    std::shared_ptr<CacheCollection> m_pCache;
-    const CQelString& m_strName; // the collection's, which every object has anyway
-    HBA_HANDLE m_hAdapter;       // 0: not open
+    CQelSharedText m_strSecondName;
+    CacheCollection m_cache;
+    const CQelSharedText& m_strName; // the collection's, which every object has anyway
+    HBA_HANDLE m_hAdapter;           // 0: not open
     bool m_bLockInitialised;
 };
 
@@ -64,7 +65,7 @@ template <class Object, class Value, auto pfnReader> bool CQelFcoeBase::Refresh(
 
 template <class Record> bool CQelFcoeBase::CopyCached(LONG lKey, Record& record) const {
     std::shared_ptr<Record> pRecord;
-    if (!m_pCache->Get(lKey, pRecord) || !pRecord)
+    if (!m_cache.Get(lKey, pRecord) || !pRecord)
         return false;
     record = *pRecord;
     return true;
@@ -72,7 +73,7 @@ template <class Record> bool CQelFcoeBase::CopyCached(LONG lKey, Record& record)
 
 template <class Object> bool CQelFcoeBase::AppendCached(LONG lKey, std::vector<std::shared_ptr<Object>>& vecOut) const {
     std::shared_ptr<std::vector<std::shared_ptr<Object>>> pList;
-    if (!m_pCache->Get(lKey, pList) || !pList)
+    if (!m_cache.Get(lKey, pList) || !pList)
         return false;
     vecOut.insert(vecOut.end(), pList->begin(), pList->end());
     return true;

@@ -54,7 +54,7 @@ BOOL AppendChildren(const std::vector<std::shared_ptr<Object>>& vecObjects,
 
 } // namespace
 
-CQelFcoeFabric::CQelFcoeFabric(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
+CQelFcoeFabric::CQelFcoeFabric(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
                                HBA_HANDLE hAdapter, const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind)
     : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
     CQelDebugScope trace(L"CQelFcoeFabric::CQelFcoeFabric");
@@ -96,8 +96,8 @@ void CQelFcoeFabric::SetupFabric(const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind)
         pFabricPorts->push_back(std::make_shared<CQelFcoePort>(m_pLibrary, m_strName, m_strSecondName, m_hAdapter,
                                                                pRecord->strName, entry));
     }
-    m_pCache->AddCache(CacheKey::FABRIC_PORTS, std::move(pFabricPorts));
-    m_pCache->AddCache(CacheKey::FABRIC_RECORD, std::move(pRecord));
+    m_cache.AddCache(CacheKey::FABRIC_PORTS, std::move(pFabricPorts));
+    m_cache.AddCache(CacheKey::FABRIC_RECORD, std::move(pRecord));
 }
 
 BOOL CQelFcoeFabric::Get(QEL_FCOE_FABRIC& fabric) const {

@@ -13,7 +13,7 @@ class CQelFcoeFabric : public CQelFcoeBase {
     static constexpr ULONG KIND_VIRTUAL = 1;
 
     // pPorts: the adapter's whole port list, from which the fabric takes the ports of its kind; not kept.
-    CQelFcoeFabric(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
+    CQelFcoeFabric(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
                    HBA_HANDLE hAdapter, const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind);
     ~CQelFcoeFabric();
 

@@ -36,7 +36,7 @@ CQelString ModelText(const char (&szModel)[256]) {
 
 } // namespace
 
-CQelFcoeHBA::CQelFcoeHBA(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName)
+CQelFcoeHBA::CQelFcoeHBA(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName)
     : CQelFcoeBase(pLibrary, strName, strSecondName, 0) {
     try {
         Open();
@@ -77,7 +77,7 @@ HBA_HANDLE CQelFcoeHBA::Open() {
         m_hAdapter = 0;
     }
     CQelString strDevice;
-    strDevice.FormatString(L"\\DEVICE\\%s", m_strName.c_str());
+    strDevice.FormatString(L"\\DEVICE\\%s", m_strName.Text().c_str());
     wchar_t szAdapterName[CHBAAPIInt::NAME_SIZE] = {};
     HBA_HANDLE hAdapter = 0;
     // A device name too long for the library's buffers is no adapter of its.
@@ -102,22 +102,21 @@ CQelString CQelFcoeHBA::GetAdapterName() const {
 
 void CQelFcoeHBA::SetupCache() {
     CQelDebugScope trace(L"CQelFcoeHBA::SetupCache");
-    m_pCache->AddCache(CacheKey::HBA_RECORD, CachePeriod::LIST,
-                       &Refresh<CQelFcoeHBA, QEL_FCOE_HBA, &CQelFcoeHBA::GetHBA>);
-    m_pCache->AddCache(
-        CacheKey::HBA_FABRICS, CachePeriod::LIST,
-        &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeFabric>>, &CQelFcoeHBA::GetFabrics_HBA>);
-    m_pCache->AddCache(CacheKey::HBA_VLANS, CachePeriod::LIST,
-                       &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeVLAN>>, &CQelFcoeHBA::GetVLANs_HBA>);
-    m_pCache->AddCache(CacheKey::HBA_LUNS, CachePeriod::LIST,
-                       &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeLUN>>, &CQelFcoeHBA::GetLUNs_HBA>);
+    m_cache.AddCache(CacheKey::HBA_RECORD, CachePeriod::LIST,
+                     &Refresh<CQelFcoeHBA, QEL_FCOE_HBA, &CQelFcoeHBA::GetHBA>);
+    m_cache.AddCache(CacheKey::HBA_FABRICS, CachePeriod::LIST,
+                     &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeFabric>>, &CQelFcoeHBA::GetFabrics_HBA>);
+    m_cache.AddCache(CacheKey::HBA_VLANS, CachePeriod::LIST,
+                     &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeVLAN>>, &CQelFcoeHBA::GetVLANs_HBA>);
+    m_cache.AddCache(CacheKey::HBA_LUNS, CachePeriod::LIST,
+                     &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeLUN>>, &CQelFcoeHBA::GetLUNs_HBA>);
 }
 
 void CQelFcoeHBA::InvalidateCache() {
     CQelDebugScope trace(L"CQelFcoeHBA::InvalidateCache");
     CQelCriticalSectionGuard guard(m_csLock);
     for (const LONG lKey : CACHE_KEYS)
-        m_pCache->Invalidate(lKey);
+        m_cache.Invalidate(lKey);
 }
 
 BOOL CQelFcoeHBA::Get(QEL_FCOE_HBA& record) {

@@ -63,39 +63,34 @@ CQelString CapacityText(double dBytes) {
 
 } // namespace
 
-CQelFcoeLUN::CQelFcoeLUN(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
-                         HBA_HANDLE hAdapter, const CQelString& strFabricName, const CQelString& strOwningPortWWN,
-                         const CQelString& strTargetPortWWN, const HBA_WWN& initiatorPortWWN,
-                         const HBA_FCPSCSIENTRY& entry)
-    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
+CQelFcoeLUN::CQelFcoeLUN(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
+                         HBA_HANDLE hAdapter, const CQelSharedText& strFabricName,
+                         const CQelSharedText& strOwningPortWWN, const CQelSharedText& strTargetPortWWN,
+                         const HBA_WWN& initiatorPortWWN, const HBA_FCPSCSIENTRY& entry)
+    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_strFabricName(strFabricName),
+      m_strOwningPortWWN(strOwningPortWWN), m_strTargetPortWWN(strTargetPortWWN), m_initiatorPortWWN(initiatorPortWWN) {
     CQelDebugScope trace(L"CQelFcoeLUN::CQelFcoeLUN");
-    auto pRecord = std::make_shared<QEL_FCOE_LUN>();
-    pRecord->ulOsLun = entry.ScsiId.ScsiOSLun;
-    pRecord->ulScsiBus = entry.ScsiId.ScsiBusNumber;
-    pRecord->ulScsiTarget = entry.ScsiId.ScsiTargetNumber;
-    pRecord->strOsDeviceName = DeviceName(entry.ScsiId.OSDeviceName);
-    pRecord->strTargetPortWWN = strTargetPortWWN;
-    pRecord->strOwningPortWWN = strOwningPortWWN;
-    pRecord->strInitiatorPortWWN = WwnText(initiatorPortWWN);
-    pRecord->strFabricName = strFabricName;
-    pRecord->strDeviceId = m_strName;
-    pRecord->strSecondId = m_strSecondName;
-    ReadCapacity(initiatorPortWWN, entry.FcpId, *pRecord);
-    m_pCache->AddCache(CacheKey::LUN_RECORD, std::move(pRecord));
+    m_own.ulOsLun = entry.ScsiId.ScsiOSLun;
+    m_own.ulScsiBus = entry.ScsiId.ScsiBusNumber;
+    m_own.ulScsiTarget = entry.ScsiId.ScsiTargetNumber;
+    m_own.strOsDeviceName = DeviceName(entry.ScsiId.OSDeviceName);
+    ReadCapacity(entry.FcpId);
+    // Refers to the member, which lives as long as the cache: no heap block of its own for each of thousands.
+    m_cache.AddCache(CacheKey::LUN_RECORD, std::shared_ptr<void>(std::shared_ptr<void>(), &m_own));
 }
 
 CQelFcoeLUN::~CQelFcoeLUN() {
     CQelDebugScope trace(L"CQelFcoeLUN::~CQelFcoeLUN");
 }
 
-void CQelFcoeLUN::ReadCapacity(const HBA_WWN& initiatorPortWWN, const HBA_FCPID& unit, QEL_FCOE_LUN& lun) const {
-    lun.strCapacity = ResourceText<IDS_QEL_UNKNOWN>();
-    lun.strBlockSize = ResourceText<IDS_QEL_UNKNOWN>();
+void CQelFcoeLUN::ReadCapacity(const HBA_FCPID& unit) {
+    m_own.strCapacity = ResourceText<IDS_QEL_UNKNOWN>();
+    m_own.strBlockSize = ResourceText<IDS_QEL_UNKNOWN>();
 
     CQelScsiBuffers buffers;
-    BOOL bRead =
-        m_pLibrary->RetrieveLUNCapacityV2(m_hAdapter, initiatorPortWWN, unit.PortWWN, unit.FcpLun, buffers.abyResponse,
-                                          CQelScsiBuffers::SIZE, buffers.abySense, CQelScsiBuffers::SIZE);
+    BOOL bRead = m_pLibrary->RetrieveLUNCapacityV2(m_hAdapter, m_initiatorPortWWN, unit.PortWWN, unit.FcpLun,
+                                                   buffers.abyResponse, CQelScsiBuffers::SIZE, buffers.abySense,
+                                                   CQelScsiBuffers::SIZE);
     if (!bRead)
         return;
     CDataUtil util;
@@ -113,15 +108,30 @@ void CQelFcoeLUN::ReadCapacity(const HBA_WWN& initiatorPortWWN, const HBA_FCPID&
         QEL_PRINT(L"FormatLUNData() failed.  RES=0x%x", nResult);
         return;
     }
-    lun.strCapacity = CapacityText(dCapacity);
-    lun.strBlockSize = NumberText<IDS_QEL_SIZE_BYTES_FORMAT>(llBlockSize);
+    m_own.strCapacity = CapacityText(dCapacity);
+    m_own.strBlockSize = NumberText<IDS_QEL_SIZE_BYTES_FORMAT>(llBlockSize);
 }
 
 BOOL CQelFcoeLUN::Get(QEL_FCOE_LUN& lun) const {
     BOOL bReturn = FALSE;
     CQelDebugScope trace(L"CQelFcoeLUN::Get", &bReturn);
-    bReturn = CopyCached(CacheKey::LUN_RECORD, lun);
-    return bReturn;
+    std::shared_ptr<const OWN_DATA> pOwn;
+    if (!m_cache.Get(CacheKey::LUN_RECORD, pOwn) || !pOwn)
+        return bReturn;
+    lun.ulOsLun = pOwn->ulOsLun;
+    lun.ulScsiBus = pOwn->ulScsiBus;
+    lun.ulScsiTarget = pOwn->ulScsiTarget;
+    lun.ulReserved = 0;
+    lun.strOsDeviceName = pOwn->strOsDeviceName;
+    lun.strCapacity = pOwn->strCapacity;
+    lun.strBlockSize = pOwn->strBlockSize;
+    lun.strTargetPortWWN = m_strTargetPortWWN;
+    lun.strOwningPortWWN = m_strOwningPortWWN;
+    lun.strInitiatorPortWWN = WwnText(m_initiatorPortWWN);
+    lun.strFabricName = m_strFabricName;
+    lun.strDeviceId = m_strName;
+    lun.strSecondId = m_strSecondName;
+    return bReturn = TRUE;
 }
 
 BOOL CQelFcoeLUN::GetLUNSList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, HBA_FCPTARGETMAPPING*& pMapping) {

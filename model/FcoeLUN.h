@@ -10,9 +10,9 @@
 class CQelFcoeLUN : public CQelFcoeBase {
   public:
     // Sends READ CAPACITY from the initiator port to the unit that the entry describes.
-    CQelFcoeLUN(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName, HBA_HANDLE hAdapter,
-                const CQelString& strFabricName, const CQelString& strOwningPortWWN, const CQelString& strTargetPortWWN,
-                const HBA_WWN& initiatorPortWWN, const HBA_FCPSCSIENTRY& entry);
+    CQelFcoeLUN(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
+                HBA_HANDLE hAdapter, const CQelSharedText& strFabricName, const CQelSharedText& strOwningPortWWN,
+                const CQelSharedText& strTargetPortWWN, const HBA_WWN& initiatorPortWWN, const HBA_FCPSCSIENTRY& entry);
     ~CQelFcoeLUN();
 
     BOOL Get(QEL_FCOE_LUN& lun) const;
@@ -22,5 +22,21 @@ class CQelFcoeLUN : public CQelFcoeBase {
     static BOOL GetLUNSList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, HBA_FCPTARGETMAPPING*& pMapping);
 
   private:
-    void ReadCapacity(const HBA_WWN& initiatorPortWWN, const HBA_FCPID& unit, QEL_FCOE_LUN& lun) const;
+    // What the unit does not share with the others of its target.
+    struct OWN_DATA {
+        ULONG ulOsLun = 0;
+        ULONG ulScsiBus = 0;
+        ULONG ulScsiTarget = 0;
+        CQelString strOsDeviceName;
+        CQelString strCapacity;
+        CQelString strBlockSize;
+    };
+
+    void ReadCapacity(const HBA_FCPID& unit);
+
+    OWN_DATA m_own; // fixed once the unit is constructed; what the cache holds
+    const CQelSharedText m_strFabricName;
+    const CQelSharedText m_strOwningPortWWN;
+    const CQelSharedText m_strTargetPortWWN;
+    const HBA_WWN m_initiatorPortWWN;
 };

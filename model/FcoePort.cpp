@@ -17,7 +17,7 @@ constexpr int NO_PORT_TYPE = 0xFF; // of an entry that belongs to no fabric
 
 } // namespace
 
-CQelFcoePort::CQelFcoePort(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
+CQelFcoePort::CQelFcoePort(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
                            HBA_HANDLE hAdapter, const CQelString& strFabricName, const ORVAN_FC_PORT& entry)
     : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_strFabricName(strFabricName) {
     CQelDebugScope trace(L"CQelFcoePort::CQelFcoePort");
@@ -31,7 +31,7 @@ CQelFcoePort::~CQelFcoePort() {
 
 void CQelFcoePort::SetupCache() {
     CQelDebugScope trace(L"CQelFcoePort::SetupCache");
-    m_pCache->AddCache(
+    m_cache.AddCache(
         CacheKey::PORT_TARGETS, CachePeriod::LIST,
         Refresh<CQelFcoePort, std::vector<std::shared_ptr<CQelFcoeTarget>>, &CQelFcoePort::GetTargets_HBA>);
 }
@@ -51,7 +51,7 @@ void CQelFcoePort::SetupPort(const CQelString& strFabricName, const ORVAN_FC_POR
     pRecord->strSecondId = m_strSecondName;
     pRecord->strWWN3 = WwnText(entry.Identifier[0]);
     pRecord->strFabricName = strFabricName;
-    m_pCache->AddCache(CacheKey::PORT_RECORD, std::move(pRecord));
+    m_cache.AddCache(CacheKey::PORT_RECORD, std::move(pRecord));
 }
 
 BOOL CQelFcoePort::Get(QEL_FCOE_PORT& port) const {
@@ -79,6 +79,8 @@ BOOL CQelFcoePort::GetTargets_HBA(std::vector<std::shared_ptr<CQelFcoeTarget>>& 
         bReturn = FALSE;
         return bReturn;
     }
+    const CQelSharedText strFabricName(port.strFabricName);
+    const CQelSharedText strOwningPortWWN(port.strWWN3);
     CQelWwnMatch portWWN(port.strPortWWN, false);
     for (const ORVAN_TARGET_ENTRY& entry : ListEntries(list.Get())) {
         if (entry.InitiatorPortType != port.ulPortType ||
@@ -86,7 +88,7 @@ BOOL CQelFcoePort::GetTargets_HBA(std::vector<std::shared_ptr<CQelFcoeTarget>>& 
             !portWWN.Matches(entry.InitiatorPortWWN))
             continue;
         vecTargets.push_back(std::make_shared<CQelFcoeTarget>(m_pLibrary, m_strName, m_strSecondName, m_hAdapter,
-                                                              port.strFabricName, port.strWWN3, entry));
+                                                              strFabricName, strOwningPortWWN, entry));
     }
     return bReturn;
 }
@@ -104,12 +106,12 @@ LONG CQelFcoePort::GetPortsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, O
         pList = static_cast<ORVAN_FC_PORT_LIST*>(std::malloc(ullSize));
     if (!pList)
         return nReturn;
+    // What the library does not fill in is not to pass for ports: the list is handed out even when the read fails.
+    std::memset(pList->entry, NO_PORT_TYPE, ulCapacity * sizeof(ORVAN_FC_PORT));
     pList->NumberOfEntries = ulCapacity;
     ULONG ulCount = 0;
     if (pLibrary->GetPorts(hAdapter, pList, ulCount))
         nReturn = static_cast<LONG>(std::min(ulCount, ulCapacity));
-    else if (ulCount == 0) // nothing was read, and the count stands: what the memory held is not to pass for ports
-        std::memset(pList->entry, NO_PORT_TYPE, ulCapacity * sizeof(ORVAN_FC_PORT));
     // Ports may have been added since they were counted; nobody is to look for them in this buffer.
     pList->NumberOfEntries = std::min<ULONG>(pList->NumberOfEntries, ulCapacity);
     return nReturn;

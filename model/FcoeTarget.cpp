@@ -39,15 +39,17 @@ BOOL Inquire(CHBAAPIInt& library, HBA_HANDLE hAdapter, const HBA_WWN& port, HBA_
 
 // Unit serial number page: the length in byte 3, the text behind byte 3. Every byte is converted by itself, as if
 // printed with "%c" and then converted: one that is no character of the system's code page is left out, as are nulls;
-// blanks stay.
+// blanks stay. ASCII is the same in every code page.
 CQelString SerialNumber(const CQelScsiBuffers& buffers) {
     CQelString strSerial;
     strSerial.reserve(buffers.abyResponse[3]);
     for (int j = 0; j < buffers.abyResponse[3]; ++j) {
-        const char ch = static_cast<char>(buffers.abyResponse[4 + j]);
-        wchar_t chWide = L'\0';
-        if (CQelString::QelMultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, &ch, 1, &chWide, 1) >= 1 &&
-            chWide != L'\0')
+        const HBA_UINT8 by = buffers.abyResponse[4 + j];
+        const char ch = static_cast<char>(by);
+        wchar_t chWide = by;
+        if (by >= 0x80 && CQelString::QelMultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, &ch, 1, &chWide, 1) < 1)
+            continue;
+        if (chWide != L'\0')
             strSerial.push_back(chWide);
     }
     return strSerial;
@@ -63,13 +65,14 @@ CQelString Vendor(const CQelScsiBuffers& buffers) {
 
 } // namespace
 
-CQelFcoeTarget::CQelFcoeTarget(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
-                               HBA_HANDLE hAdapter, const CQelString& strFabricName, const CQelString& strOwningPortWWN,
-                               const ORVAN_TARGET_ENTRY& entry)
-    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
+CQelFcoeTarget::CQelFcoeTarget(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
+                               HBA_HANDLE hAdapter, const CQelSharedText& strFabricName,
+                               const CQelSharedText& strOwningPortWWN, const ORVAN_TARGET_ENTRY& entry)
+    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_own{entry, {}, {}}, m_strFabricName(strFabricName),
+      m_strOwningPortWWN(strOwningPortWWN) {
     CQelDebugScope trace(L"CQelFcoeTarget::CQelFcoeTarget");
     SetupCache();
-    SetupTarget(strFabricName, strOwningPortWWN, entry);
+    SetupTarget();
 }
 
 CQelFcoeTarget::~CQelFcoeTarget() {
@@ -78,41 +81,44 @@ CQelFcoeTarget::~CQelFcoeTarget() {
 
 void CQelFcoeTarget::SetupCache() {
     CQelDebugScope trace(L"CQelFcoeTarget::SetupCache");
-    m_pCache->AddCache(
-        CacheKey::TARGET_LUNS, CachePeriod::LIST,
-        Refresh<CQelFcoeTarget, std::vector<std::shared_ptr<CQelFcoeLUN>>, &CQelFcoeTarget::GetLUNs_HBA>);
+    m_cache.AddCache(CacheKey::TARGET_LUNS, CachePeriod::LIST,
+                     Refresh<CQelFcoeTarget, std::vector<std::shared_ptr<CQelFcoeLUN>>, &CQelFcoeTarget::GetLUNs_HBA>);
 }
 
-void CQelFcoeTarget::SetupTarget(const CQelString& strFabricName, const CQelString& strOwningPortWWN,
-                                 const ORVAN_TARGET_ENTRY& entry) {
-    auto pRecord = std::make_shared<QEL_FCOE_TARGET>();
-    pRecord->strNodeWWN = WwnText(entry.NodeWWN);
-    pRecord->strPortWWN = WwnText(entry.PortWWN);
-    pRecord->ulScsiBus = entry.ScsiBusNumber;
-    pRecord->ulScsiTarget = entry.ScsiTargetNumber;
-    pRecord->ulFcId = entry.FcId;
-    pRecord->ulNumber = entry.Number;
-    pRecord->strInitiatorPortWWN = WwnText(entry.InitiatorPortWWN);
-    pRecord->strOwningPortWWN = strOwningPortWWN;
-    pRecord->strFabricName = strFabricName;
-    pRecord->strDeviceId = m_strName;
-    pRecord->strSecondId = m_strSecondName;
-    std::ranges::copy(entry.InitiatorPortWWN.wwn, pRecord->byInitiatorPortWWN);
-    pRecord->ulPortType = entry.InitiatorPortType;
-
+void CQelFcoeTarget::SetupTarget() {
+    const HBA_WWN& port = m_own.entry.PortWWN;
     CQelScsiBuffers buffers;
-    if (Inquire(*m_pLibrary, m_hAdapter, entry.PortWWN, VPD, UNIT_SERIAL_NUMBER_PAGE, buffers))
-        pRecord->strSerial = SerialNumber(buffers);
-    if (Inquire(*m_pLibrary, m_hAdapter, entry.PortWWN, 0, STANDARD_PAGE, buffers))
-        pRecord->strVendor = Vendor(buffers);
-    m_pCache->AddCache(CacheKey::TARGET_RECORD, std::move(pRecord));
+    if (Inquire(*m_pLibrary, m_hAdapter, port, VPD, UNIT_SERIAL_NUMBER_PAGE, buffers))
+        m_own.strSerial = SerialNumber(buffers);
+    if (Inquire(*m_pLibrary, m_hAdapter, port, 0, STANDARD_PAGE, buffers))
+        m_own.strVendor = Vendor(buffers);
+    // Refers to the member, which lives as long as the cache.
+    m_cache.AddCache(CacheKey::TARGET_RECORD, std::shared_ptr<void>(std::shared_ptr<void>(), &m_own));
 }
 
 BOOL CQelFcoeTarget::Get(QEL_FCOE_TARGET& target) const {
     BOOL bReturn = FALSE;
     CQelDebugScope trace(L"CQelFcoeTarget::Get", &bReturn);
-    bReturn = CopyCached(CacheKey::TARGET_RECORD, target);
-    return bReturn;
+    std::shared_ptr<const OWN_DATA> pOwn;
+    if (!m_cache.Get(CacheKey::TARGET_RECORD, pOwn) || !pOwn)
+        return bReturn;
+    const ORVAN_TARGET_ENTRY& entry = pOwn->entry;
+    target.strNodeWWN = WwnText(entry.NodeWWN);
+    target.strPortWWN = WwnText(entry.PortWWN);
+    target.ulScsiBus = entry.ScsiBusNumber;
+    target.ulScsiTarget = entry.ScsiTargetNumber;
+    target.ulFcId = entry.FcId;
+    target.ulNumber = entry.Number;
+    target.strInitiatorPortWWN = WwnText(entry.InitiatorPortWWN);
+    target.strOwningPortWWN = m_strOwningPortWWN;
+    target.strFabricName = m_strFabricName;
+    target.strDeviceId = m_strName;
+    target.strSecondId = m_strSecondName;
+    target.strVendor = pOwn->strVendor;
+    target.strSerial = pOwn->strSerial;
+    std::ranges::copy(entry.InitiatorPortWWN.wwn, target.byInitiatorPortWWN);
+    target.ulPortType = entry.InitiatorPortType;
+    return bReturn = TRUE;
 }
 
 BOOL CQelFcoeTarget::GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const {
@@ -144,15 +150,18 @@ BOOL CQelFcoeTarget::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecL
     }
     HBA_WWN initiatorPortWWN;
     std::ranges::copy(target.byInitiatorPortWWN, initiatorPortWWN.wwn);
+    const CQelSharedText strFabricName(target.strFabricName);
+    const CQelSharedText strOwningPortWWN(target.strOwningPortWWN);
+    const CQelSharedText strTargetPortWWN(target.strPortWWN);
     CQelWwnMatch portWWN(target.strPortWWN, true);
     for (const HBA_FCPSCSIENTRY& entry : ListEntries(mapping.Get())) {
         if (entry.ScsiId.ScsiBusNumber != target.ulScsiBus || entry.ScsiId.ScsiTargetNumber != target.ulScsiTarget ||
             entry.FcpId.FcId != target.ulFcId || !portWWN.Matches(entry.FcpId.PortWWN))
             continue;
         // A LUN is allocated by itself, unlike the other objects of the tree.
-        vecLUNs.push_back(std::shared_ptr<CQelFcoeLUN>(
-            new CQelFcoeLUN(m_pLibrary, m_strName, m_strSecondName, m_hAdapter, target.strFabricName,
-                            target.strOwningPortWWN, target.strPortWWN, initiatorPortWWN, entry)));
+        vecLUNs.push_back(std::shared_ptr<CQelFcoeLUN>(new CQelFcoeLUN(m_pLibrary, m_strName, m_strSecondName,
+                                                                       m_hAdapter, strFabricName, strOwningPortWWN,
+                                                                       strTargetPortWWN, initiatorPortWWN, entry)));
     }
     return bReturn;
 }

@@ -12,8 +12,8 @@
 class CQelFcoeTarget : public CQelFcoeBase {
   public:
     // Sends two INQUIRY commands to the target's LUN 0. The entry is not kept.
-    CQelFcoeTarget(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
-                   HBA_HANDLE hAdapter, const CQelString& strFabricName, const CQelString& strOwningPortWWN,
+    CQelFcoeTarget(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
+                   HBA_HANDLE hAdapter, const CQelSharedText& strFabricName, const CQelSharedText& strOwningPortWWN,
                    const ORVAN_TARGET_ENTRY& entry);
     ~CQelFcoeTarget();
 
@@ -31,6 +31,16 @@ class CQelFcoeTarget : public CQelFcoeBase {
     static BOOL GetTargetsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_TARGET_LIST*& pList);
 
   private:
-    void SetupTarget(const CQelString& strFabricName, const CQelString& strOwningPortWWN,
-                     const ORVAN_TARGET_ENTRY& entry);
+    // What the target does not share with the others of its port.
+    struct OWN_DATA {
+        ORVAN_TARGET_ENTRY entry;
+        CQelString strSerial;
+        CQelString strVendor;
+    };
+
+    void SetupTarget();
+
+    OWN_DATA m_own; // fixed once the target is constructed; what the cache holds
+    const CQelSharedText m_strFabricName;
+    const CQelSharedText m_strOwningPortWWN;
 };

@@ -27,7 +27,7 @@ constexpr CQelListKind<ORVAN_VLAN_LIST> VLAN_LIST = {
 
 } // namespace
 
-CQelFcoeVLAN::CQelFcoeVLAN(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName,
+CQelFcoeVLAN::CQelFcoeVLAN(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
                            HBA_HANDLE hAdapter, ULONG ulEntry)
     : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
     CQelDebugScope trace(L"CQelFcoeVLAN::CQelFcoeVLAN");
@@ -42,8 +42,8 @@ CQelFcoeVLAN::~CQelFcoeVLAN() {
 
 void CQelFcoeVLAN::SetupCache() {
     CQelDebugScope trace(L"CQelFcoeVLAN::SetupCache");
-    m_pCache->AddCache(CacheKey::VLAN_RECORD, CachePeriod::VLAN,
-                       Refresh<CQelFcoeVLAN, QEL_FCOE_VLAN, &CQelFcoeVLAN::GetVLAN_HBA>);
+    m_cache.AddCache(CacheKey::VLAN_RECORD, CachePeriod::VLAN,
+                     Refresh<CQelFcoeVLAN, QEL_FCOE_VLAN, &CQelFcoeVLAN::GetVLAN_HBA>);
 }
 
 void CQelFcoeVLAN::SetupVLAN(ULONG ulEntry, QEL_FCOE_VLAN& vlan) {
@@ -57,7 +57,7 @@ void CQelFcoeVLAN::SetupVLAN(ULONG ulEntry, QEL_FCOE_VLAN& vlan) {
     pRecord->strDeviceId = m_strName;
     pRecord->strSecondId = m_strSecondName;
     vlan = *pRecord;
-    m_pCache->AddCache(CacheKey::VLAN_RECORD, std::move(pRecord));
+    m_cache.AddCache(CacheKey::VLAN_RECORD, std::move(pRecord));
 }
 
 BOOL CQelFcoeVLAN::Get(QEL_FCOE_VLAN& vlan) const {

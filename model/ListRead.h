@@ -47,7 +47,7 @@ template <class List> auto ListEntries(const List* pList) {
 // A cleared list with room for ulCount entries, at least one. Empty when memory runs out, and when the size does not
 // fit 32 bits.
 template <class List> CQelAllocation<List> AllocateList(ULONG ulCount, ULONG64 ullEntrySize) {
-    const ULONG64 ullSize = sizeof(List) + (std::max(ulCount, 1ul) - 1) * ullEntrySize;
+    const ULONG64 ullSize = sizeof(List) + (std::max<ULONG>(ulCount, 1) - 1) * ullEntrySize;
     CQelAllocation<List> list;
     if (ullSize <= UINT32_MAX)
         list.Reset(static_cast<List*>(std::calloc(1, ullSize)));

@@ -6,39 +6,6 @@
 
 #include "FcoeAgent/QelString.h"
 
-void CQelLogLine::Append(std::wstring_view text) {
-    if (m_strLong.empty() && text.size() <= CAPACITY - m_nShort) {
-        std::copy(text.begin(), text.end(), m_szShort + m_nShort);
-        m_nShort += text.size();
-        return;
-    }
-    if (m_strLong.empty())
-        m_strLong.assign(m_szShort, m_nShort);
-    m_strLong.append(text);
-}
-
-void CQelLogLine::AppendDecimal(LONG64 llValue, int nDigits) {
-    wchar_t szDigits[24];
-    wchar_t* const pEnd = std::end(szDigits);
-    wchar_t* p = pEnd;
-    ULONG64 ullRest = llValue < 0 ? 0 - static_cast<ULONG64>(llValue) : static_cast<ULONG64>(llValue);
-    for (; ullRest != 0 || nDigits > 0; ullRest /= 10, --nDigits)
-        *--p = static_cast<wchar_t>(L'0' + ullRest % 10);
-    if (llValue < 0)
-        *--p = L'-';
-    Append({p, static_cast<std::size_t>(pEnd - p)});
-}
-
-void CQelLogLine::AppendHex(ULONG64 ullValue, const wchar_t* pszDigits) {
-    wchar_t szDigits[16];
-    wchar_t* const pEnd = std::end(szDigits);
-    wchar_t* p = pEnd;
-    do
-        *--p = pszDigits[ullValue & 15];
-    while (ullValue >>= 4);
-    Append({p, static_cast<std::size_t>(pEnd - p)});
-}
-
 // Almost all messages are short and have nothing but %s, %d and %lld. False, and nothing appended, for any other, and
 // for a null text.
 bool CQelLogLine::AppendPlain(const wchar_t* pszFormat, va_list args) {
@@ -102,17 +69,30 @@ const wchar_t* CQelLogLine::Text() {
 }
 
 std::string_view CQelLogLine::Bytes() {
-    const bool bShort = m_strLong.empty();
-    const wchar_t* const pchText = bShort ? m_szShort : m_strLong.data();
-    const std::size_t nLength = bShort ? m_nShort : m_strLong.size();
-    // ASCII is the same in every code page.
-    if (bShort && std::all_of(pchText, pchText + nLength, [](wchar_t ch) { return ch < 0x80; })) {
-        std::transform(pchText, pchText + nLength, m_szBytes, [](wchar_t ch) { return static_cast<char>(ch); });
-        return {m_szBytes, nLength};
+    if (m_strLong.empty()) {
+        // Narrowed and looked at in one pass, with nothing to leave it early.
+        unsigned uAll = 0;
+        std::size_t nLineEnds = 0;
+        for (std::size_t i = 0; i < m_nShort; ++i) {
+            uAll |= m_szShort[i];
+            nLineEnds += m_szShort[i] == L'\n';
+            m_szBytes[i] = static_cast<char>(m_szShort[i]);
+        }
+        const bool bEnded = m_nShort != 0 && m_szShort[m_nShort - 1] == L'\n';
+        if (uAll < 0x80 && nLineEnds == bEnded) { // ASCII is the same in every code page
+            if (!bEnded)
+                return {m_szBytes, m_nShort};
+            m_szBytes[m_nShort - 1] = '\r';
+            m_szBytes[m_nShort] = '\n';
+            return {m_szBytes, m_nShort + 1};
+        }
     }
-    const int nWide = static_cast<int>(nLength);
-    const int nBytes = CQelString::QelWideCharToMultiByte(CP_ACP, 0, pchText, nWide, nullptr, 0, nullptr, nullptr);
+    const std::wstring_view text = m_strLong.empty() ? std::wstring_view(m_szShort, m_nShort) : m_strLong;
+    const int nWide = static_cast<int>(text.size());
+    const int nBytes = CQelString::QelWideCharToMultiByte(CP_ACP, 0, text.data(), nWide, nullptr, 0, nullptr, nullptr);
     m_strBytes.resize(nBytes);
-    CQelString::QelWideCharToMultiByte(CP_ACP, 0, pchText, nWide, m_strBytes.data(), nBytes, nullptr, nullptr);
+    CQelString::QelWideCharToMultiByte(CP_ACP, 0, text.data(), nWide, m_strBytes.data(), nBytes, nullptr, nullptr);
+    for (std::size_t n = 0; (n = m_strBytes.find('\n', n)) != std::string::npos; n += 2)
+        m_strBytes.insert(n, 1, '\r');
     return m_strBytes;
 }

@@ -1,8 +1,10 @@
 // One line of the diagnostic log while it is put together.
 #pragma once
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstddef>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -26,8 +28,9 @@ class CQelLogLine {
 
     // The text, terminated; valid until more is appended.
     const wchar_t* Text();
-    // The bytes that a text-mode stream holds for the line: the system's code page, with its replacement character for
-    // what it lacks. Wide output of the run time would drop the rest of the line at such a character.
+    // The bytes that a text-mode stream holds for the line: in the system's code page, with its replacement character
+    // for what it lacks, and CR LF for every LF. Wide output of the run time would drop the rest of the line at a
+    // character that is lacking. Valid until the line changes.
     std::string_view Bytes();
 
   private:
@@ -38,6 +41,41 @@ class CQelLogLine {
     wchar_t m_szShort[CAPACITY + 1];
     std::size_t m_nShort = 0;
     std::wstring m_strLong; // takes over when it is not empty
-    char m_szBytes[CAPACITY];
+    char m_szBytes[CAPACITY + 1];
     std::string m_strBytes;
 };
+
+// In the header, because every line starts with some fifteen pieces of known length.
+
+inline void CQelLogLine::Append(std::wstring_view text) {
+    if (m_strLong.empty() && text.size() <= CAPACITY - m_nShort) {
+        std::copy(text.begin(), text.end(), m_szShort + m_nShort);
+        m_nShort += text.size();
+        return;
+    }
+    if (m_strLong.empty())
+        m_strLong.assign(m_szShort, m_nShort);
+    m_strLong.append(text);
+}
+
+inline void CQelLogLine::AppendDecimal(LONG64 llValue, int nDigits) {
+    wchar_t szDigits[24];
+    wchar_t* const pEnd = std::end(szDigits);
+    wchar_t* p = pEnd;
+    ULONG64 ullRest = llValue < 0 ? 0 - static_cast<ULONG64>(llValue) : static_cast<ULONG64>(llValue);
+    for (; ullRest != 0 || nDigits > 0; ullRest /= 10, --nDigits)
+        *--p = static_cast<wchar_t>(L'0' + ullRest % 10);
+    if (llValue < 0)
+        *--p = L'-';
+    Append({p, static_cast<std::size_t>(pEnd - p)});
+}
+
+inline void CQelLogLine::AppendHex(ULONG64 ullValue, const wchar_t* pszDigits) {
+    wchar_t szDigits[16];
+    wchar_t* const pEnd = std::end(szDigits);
+    wchar_t* p = pEnd;
+    do
+        *--p = pszDigits[ullValue & 15];
+    while (ullValue >>= 4);
+    Append({p, static_cast<std::size_t>(pEnd - p)});
+}

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string_view>
 
+#include <fcntl.h>
 #include <io.h>
 #include <share.h>
 
@@ -184,6 +185,8 @@ int CQelDebug::Configure(const wchar_t* pszModuleName, const wchar_t* pszFileNam
                 return -1;
         }
     }
+    if (pFile)
+        _setmode(_fileno(pFile), _O_BINARY); // lines come with their CR LF
     if (FILE* pPrevious = m_pFile.exchange(pFile))
         fclose(pPrevious);
     m_ulLevel = ulLevel;

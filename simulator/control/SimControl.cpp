@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "FcoeAgent/QelExport.h"
 #include "simulator/control/CallLog.h"
 #include "simulator/control/Simulation.h"
 
@@ -16,36 +15,36 @@ const char* ErrorOf(const sim::Scene& scene) {
 
 extern "C" {
 
-QEL_DLL_EXPORT const char* OrvanSim_LoadTopology(const char* json) {
+const char* OrvanSim_LoadTopology(const char* json) {
     return ErrorOf(sim::Simulation::Instance().LoadText(json));
 }
 
-QEL_DLL_EXPORT const char* OrvanSim_ReloadTopology(void) {
+const char* OrvanSim_ReloadTopology(void) {
     return ErrorOf(sim::Simulation::Instance().Load());
 }
 
-QEL_DLL_EXPORT const char* OrvanSim_TopologyError(void) {
+const char* OrvanSim_TopologyError(void) {
     return ErrorOf(sim::Simulation::Instance().Current());
 }
 
-QEL_DLL_EXPORT void OrvanSim_ArmFaults(int armed) {
+void OrvanSim_ArmFaults(int armed) {
     sim::Simulation::Instance().ArmFaults(armed != 0);
 }
 
-QEL_DLL_EXPORT unsigned OrvanSim_CallCount(const char* function) {
+unsigned OrvanSim_CallCount(const char* function) {
     const std::size_t index = sim::FunctionIndex(function ? function : "");
     return index == sim::FUNCTION_COUNT ? 0xFFFFFFFF : sim::CallLog::Instance().CountOf(index);
 }
 
-QEL_DLL_EXPORT void OrvanSim_ResetCalls(void) {
+void OrvanSim_ResetCalls(void) {
     sim::CallLog::Instance().Reset();
 }
 
-QEL_DLL_EXPORT void OrvanSim_RecordCalls(int record) {
+void OrvanSim_RecordCalls(int record) {
     sim::CallLog::Instance().Record(record != 0);
 }
 
-QEL_DLL_EXPORT unsigned OrvanSim_CallLog(char* buffer, unsigned size) {
+unsigned OrvanSim_CallLog(char* buffer, unsigned size) {
     const std::string lines = sim::CallLog::Instance().Recorded();
     if (buffer && size > 0)
         buffer[lines.copy(buffer, size - 1)] = '\0';

@@ -3,30 +3,32 @@
 // Texts are UTF-8.
 #pragma once
 
+#include "FcoeAgent/QelExport.h"
+
 extern "C" {
 // Simulates the topology in the text from now on; its virtual-port changes stay in this process and are forgotten with
 // the next load. Returns what is wrong with the text, or null. The text returned stays good until the next load.
-const char* OrvanSim_LoadTopology(const char* json);
+QEL_DLL_EXPORT const char* OrvanSim_LoadTopology(const char* json);
 // Loads the configured topology (environment, registry, built-in) anew. Returns what is wrong with it, or null.
-const char* OrvanSim_ReloadTopology(void);
+QEL_DLL_EXPORT const char* OrvanSim_ReloadTopology(void);
 // What is wrong with the topology in use, or null. While something is, every simulated function fails.
-const char* OrvanSim_TopologyError(void);
+QEL_DLL_EXPORT const char* OrvanSim_TopologyError(void);
 // Lets the faults of the topology in use show themselves (not 0), each with its calls counted from 1 again, or has
 // every function work as without faults. The faults of a loaded topology are armed.
-void OrvanSim_ArmFaults(int armed);
+QEL_DLL_EXPORT void OrvanSim_ArmFaults(int armed);
 
 // How often a function of this module was called since the last reset; 0xFFFFFFFF: no function has that name. Handlers
 // go by their names in the table without "Handler".
-unsigned OrvanSim_CallCount(const char* function);
+QEL_DLL_EXPORT unsigned OrvanSim_CallCount(const char* function);
 // Forgets the counts and the recorded lines.
-void OrvanSim_ResetCalls(void);
+QEL_DLL_EXPORT void OrvanSim_ResetCalls(void);
 // Starts (not 0) or stops recording one line per call in memory.
-void OrvanSim_RecordCalls(int record);
+QEL_DLL_EXPORT void OrvanSim_RecordCalls(int record);
 // Copies the recorded lines into the buffer, cut to its size and terminated. Returns the size that all of them need.
-unsigned OrvanSim_CallLog(char* buffer, unsigned size);
+QEL_DLL_EXPORT unsigned OrvanSim_CallLog(char* buffer, unsigned size);
 
 // orvanhapi.dll only: how many adapter handles were opened and not closed yet.
-unsigned OrvanSim_OpenHandles(void);
+QEL_DLL_EXPORT unsigned OrvanSim_OpenHandles(void);
 }
 
 using PFN_OrvanSim_LoadTopology = decltype(&OrvanSim_LoadTopology);

@@ -1,14 +1,13 @@
 // The library's start, and the control export that only this module has.
 #include <windows.h>
 
-#include "FcoeAgent/QelExport.h"
 #include "simulator/control/ExportTable.h"
 #include "simulator/control/SimControl.h"
 #include "simulator/orvanhapi/HandleTable.h"
 
 extern "C" {
 
-QEL_DLL_EXPORT unsigned OrvanSim_OpenHandles(void) {
+unsigned OrvanSim_OpenHandles(void) {
     return orvanhapi::HandleTable::Instance().OpenCount();
 }
 

@@ -6,7 +6,7 @@
 namespace orvanhapi {
 
 extern "C" {
-HBA_UINT32 GetVersion(void);
+HBA_UINT32 GetVersionHandler(void);
 HBA_STATUS LoadLibraryHandler(void);
 HBA_STATUS FreeLibraryHandler(void);
 HBA_UINT32 GetNumberOfAdapters(void);

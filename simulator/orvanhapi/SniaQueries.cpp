@@ -32,7 +32,7 @@ HBA_INT64 CounterNow(const sim::Statistics& statistics, std::size_t counter) {
 
 } // namespace
 
-HBA_UINT32 GetVersion(void) {
+HBA_UINT32 GetVersionHandler(void) {
     LibraryCall call("GetVersion");
     return call.Done(API_VERSION);
 }

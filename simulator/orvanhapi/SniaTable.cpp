@@ -27,7 +27,7 @@ template <std::size_t... Index> HBA_ENTRYPOINTSV2 MakeTable(std::index_sequence<
     std::array<HBA_UNUSEDFUNC, HANDLER_COUNT> handlers{Cast<HBA_UNUSEDFUNC>(&NotSupported<Index>)...};
     HBA_ENTRYPOINTSV2 table;
     std::memcpy(&table, handlers.data(), sizeof table);
-    table.GetVersionHandler = Cast<HBA_UNUSEDFUNC>(&orvanhapi::GetVersion);
+    table.GetVersionHandler = Cast<HBA_UNUSEDFUNC>(&orvanhapi::GetVersionHandler);
     table.LoadLibraryHandler = Cast<HBA_UNUSEDFUNC>(&orvanhapi::LoadLibraryHandler);
     table.FreeLibraryHandler = Cast<HBA_UNUSEDFUNC>(&orvanhapi::FreeLibraryHandler);
     table.GetNumberOfAdaptersHandler = Cast<HBA_UNUSEDFUNC>(&orvanhapi::GetNumberOfAdapters);

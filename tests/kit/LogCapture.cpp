@@ -30,12 +30,14 @@ LogCapture::LogCapture() {
 }
 
 void LogCapture::Clear() {
-    m_start = ReadFileBytes(LogFile()).size();
+    std::error_code none;
+    const auto size = std::filesystem::file_size(LogFile(), none);
+    m_start = none ? 0 : size;
 }
 
 std::vector<std::string> LogCapture::WholeLines() const {
     std::vector<std::string> lines;
-    const std::string all = ReadFileBytes(LogFile()).substr(m_start);
+    const std::string all = ReadFileBytes(LogFile(), m_start);
     for (std::size_t at = 0; at < all.size();) {
         std::size_t end = all.find('\n', at);
         if (end == std::string::npos)

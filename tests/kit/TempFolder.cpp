@@ -20,12 +20,15 @@ TempFolder::~TempFolder() {
     std::filesystem::remove_all(m_path, ignored);
 }
 
-std::string ReadFileBytes(const std::filesystem::path& path) {
+std::string ReadFileBytes(const std::filesystem::path& path, std::size_t from) {
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                     nullptr, OPEN_EXISTING, 0, nullptr);
     std::string bytes;
     if (file == INVALID_HANDLE_VALUE)
         return bytes;
+    LARGE_INTEGER start;
+    start.QuadPart = static_cast<LONGLONG>(from);
+    SetFilePointerEx(file, start, nullptr, FILE_BEGIN);
     char block[16384];
     for (DWORD got = 0; ReadFile(file, block, sizeof block, &got, nullptr) && got;)
         bytes.append(block, got);

@@ -103,7 +103,7 @@ TEST_F(CacheCollectionTest, InvalidationOfAnAbsentKeyIsIgnored) {
 }
 
 TEST_F(CacheCollectionTest, KeepsTheOwnersName) {
-    EXPECT_TRUE(cache.GetName() == L"adapter");
+    EXPECT_TRUE(cache.GetName().Text() == L"adapter");
 }
 
 TEST_F(CacheCollectionTest, NegativeKeysAreKeys) {

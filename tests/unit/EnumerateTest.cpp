@@ -24,15 +24,15 @@ bool Fail(void*, CacheSlot*) {
 class BrokenHBA : public CQelFcoeHBA {
   public:
     using CQelFcoeHBA::CQelFcoeHBA;
-    void Break(LONG key) { m_pCache->AddCache(key, 10, &Fail); }
-    void Hold(LONG key, std::shared_ptr<void> value) { m_pCache->AddCache(key, std::move(value)); }
+    void Break(LONG key) { m_cache.AddCache(key, 10, &Fail); }
+    void Hold(LONG key, std::shared_ptr<void> value) { m_cache.AddCache(key, std::move(value)); }
 };
 
 // A logical unit without a record.
 class BrokenLUN : public CQelFcoeLUN {
   public:
     explicit BrokenLUN(CHBAAPIInt* library) : CQelFcoeLUN(library, L"", L"", 0, L"", L"", L"", HBA_WWN{}, {}) {
-        m_pCache->AddCache(CacheKey::LUN_RECORD, 10, &Fail);
+        m_cache.AddCache(CacheKey::LUN_RECORD, 10, &Fail);
     }
 };
 

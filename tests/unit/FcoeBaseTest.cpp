@@ -36,9 +36,9 @@ class Object : public CQelFcoeBase {
     using CQelFcoeBase::AppendCached;
     using CQelFcoeBase::CopyCached;
     using CQelFcoeBase::m_bLockInitialised;
+    using CQelFcoeBase::m_cache;
     using CQelFcoeBase::m_csLock;
     using CQelFcoeBase::m_hAdapter;
-    using CQelFcoeBase::m_pCache;
     using CQelFcoeBase::m_pLibrary;
     using CQelFcoeBase::m_strName;
     using CQelFcoeBase::m_strSecondName;
@@ -58,13 +58,12 @@ TEST(FcoeBase, KeepsWhatItIsMadeWith) {
     auto* const library = reinterpret_cast<CHBAAPIInt*>(0x1000);
     Object object(library);
     EXPECT_EQ(library, object.m_pLibrary);
-    EXPECT_TRUE(object.m_strName == L"{GUID}");
-    EXPECT_TRUE(object.m_strSecondName == L"Adapter 1");
+    EXPECT_TRUE(object.m_strName.Text() == L"{GUID}");
+    EXPECT_TRUE(object.m_strSecondName.Text() == L"Adapter 1");
     EXPECT_EQ(7u, object.m_hAdapter);
     EXPECT_EQ(0u, object.m_ulOpened);
     EXPECT_TRUE(object.m_bLockInitialised);
-    ASSERT_NE(nullptr, object.m_pCache);
-    EXPECT_TRUE(object.m_pCache->GetName() == L"{GUID}");
+    EXPECT_TRUE(object.m_cache.GetName().Text() == L"{GUID}");
     EXPECT_FALSE(std::is_polymorphic_v<CQelFcoeBase>);
 }
 
@@ -102,7 +101,7 @@ TEST(FcoeBase, EachRefreshStoresAFreshValue) {
 
 TEST(FcoeBase, CollectionHandsTheObjectToItsRoutines) {
     Object object;
-    object.m_pCache->AddCache(11, 10, RefreshRecord);
+    object.m_cache.AddCache(11, 10, RefreshRecord);
     RECORD record;
     EXPECT_TRUE(object.CopyCached(11, record));
     EXPECT_EQ(1, record.nNumber);
@@ -112,7 +111,7 @@ TEST(FcoeBase, CollectionHandsTheObjectToItsRoutines) {
 TEST(FcoeBase, CachedRecordIsServedWithinItsPeriod) {
     MovedClock clock;
     Object object;
-    object.m_pCache->AddCache(11, 10, RefreshRecord);
+    object.m_cache.AddCache(11, 10, RefreshRecord);
     RECORD record;
     object.CopyCached(11, record);
     object.number = 2;
@@ -136,7 +135,7 @@ TEST(FcoeBase, MissingRecordLeavesTheCallersUntouched) {
 TEST(FcoeBase, ListsAreAppendedToInOrder) {
     Object object;
     Children cached{std::make_shared<int>(1), std::make_shared<int>(2)};
-    object.m_pCache->AddCache(18, std::make_shared<Children>(cached));
+    object.m_cache.AddCache(18, std::make_shared<Children>(cached));
     Children out{std::make_shared<int>(0)};
     EXPECT_TRUE(object.AppendCached(18, out));
     ASSERT_EQ(3u, out.size());
@@ -148,7 +147,7 @@ TEST(FcoeBase, ListsAreAppendedToInOrder) {
 TEST(FcoeBase, FailedListLeavesTheCallersUntouched) {
     Object object;
     object.succeeds = false;
-    object.m_pCache->AddCache(17, 10, RefreshChildren);
+    object.m_cache.AddCache(17, 10, RefreshChildren);
     Children out;
     EXPECT_FALSE(object.AppendCached(17, out));
     EXPECT_TRUE(out.empty());

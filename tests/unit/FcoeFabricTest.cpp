@@ -268,7 +268,7 @@ namespace {
 
 template <class Object> struct Failing : Object {
     static void Break(Object& object, LONG key) {
-        auto& cache = *(object.*(&Failing::m_pCache));
+        auto& cache = object.*(&Failing::m_cache);
         cache.AddCache(key, 0, [](void*, CacheSlot*) { return false; });
     }
 };

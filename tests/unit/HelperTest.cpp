@@ -104,7 +104,7 @@ TEST(Helper, HasNoDataAndItsVirtualOperationsInOrder) {
     CHelper helper;
     using Slot = BOOL (*)(CHelper*);
     const Slot* slots = nullptr;
-    std::memcpy(&slots, &helper, sizeof slots);
+    std::memcpy(&slots, static_cast<void*>(&helper), sizeof slots);
     const wchar_t* const values[] = {L"InstalledTOLV_DCB", L"InstalledTOLV_FCOE", L"InstalledTOLV_ISCSI"};
     for (int slot = 0; slot < 3; ++slot) {
         for (int value = 0; value < 3; ++value)

@@ -92,3 +92,20 @@ TEST(LogLine, BytesAreOfTheSystemsCodePage) {
         EXPECT_EQ(std::string(length, 'x') + std::string(narrow, size), other.Bytes());
     }
 }
+
+TEST(LogLine, EveryLineEndIsCarriageReturnAndLineFeed) {
+    const auto BytesOf = [](const std::wstring& text) {
+        CQelLogLine line;
+        line.Append(text);
+        return std::string(line.Bytes());
+    };
+    EXPECT_EQ("\r\n", BytesOf(L"\n"));
+    EXPECT_EQ("ends\r\n", BytesOf(L"ends\n"));
+    EXPECT_EQ("two\r\nlines\r\n", BytesOf(L"two\nlines\n"));
+    EXPECT_EQ("\r\nstarts", BytesOf(L"\nstarts"));
+    EXPECT_EQ("\r\n\r\n", BytesOf(L"\n\n"));
+    EXPECT_EQ("\r\r\n", BytesOf(L"\r\n"));
+    EXPECT_EQ(std::string(512, 'x') + "\r\n", BytesOf(std::wstring(512, L'x') + L"\n"));
+    EXPECT_EQ(std::string(511, 'x') + "\r\n", BytesOf(std::wstring(511, L'x') + L"\n"));
+    EXPECT_EQ("", BytesOf(L""));
+}

@@ -119,7 +119,7 @@ TEST(CoreAgentCoordination, FieldsLieInOrderBehindTheTablePointer) {
 TEST(CoreAgentCoordination, SlotsFollowTheDestructorInOrder) {
     MiniportAgent agent;
     void** table = nullptr;
-    std::memcpy(&table, static_cast<CQelNetAgentPvt*>(&agent), sizeof table);
+    std::memcpy(&table, static_cast<void*>(static_cast<CQelNetAgentPvt*>(&agent)), sizeof table);
 #ifdef _MSC_VER
     constexpr int DESTRUCTOR_SLOTS = 1;
 #else

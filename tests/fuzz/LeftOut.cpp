@@ -1,0 +1,50 @@
+// What a native build leaves out of the product - COM and the suite's registry keys - and what answers in its place.
+struct IOrvanDcbIoControl {
+    void Release() {}
+};
+
+#include "Common/Src/DCXServiceInterface.h"
+#include "Common/Src/Helper.h"
+#include "tests/fuzz/VendorLibrary.h"
+#include "tests/fuzz/native/Neighbours.h"
+
+// --- CHelper: loads the vendor library; no support setting is there
+
+BOOL CHelper::IsDcbInstalled() {
+    return FALSE;
+}
+
+BOOL CHelper::IsFcoeInstalled() {
+    return FALSE;
+}
+
+BOOL CHelper::IsIscsiInstalled() {
+    return FALSE;
+}
+
+HMODULE CHelper::PwLoadLibrary(const CQelString&) {
+    return native::LoadVendorLibrary();
+}
+
+BOOL CHelper::IsSettingDebugable(const CQelString&, ULONG&) {
+    return FALSE;
+}
+
+// --- The client of the DCB service: any state
+
+CDCX_ServiceInterface::CDCX_ServiceInterface(const CQelString& strAdapter, BOOL bFcoeCheck) : m_strAdapter(strAdapter) {
+    Initialize(bFcoeCheck);
+}
+
+CDCX_ServiceInterface::~CDCX_ServiceInterface() = default;
+
+BOOL CDCX_ServiceInterface::Initialize(BOOL) {
+    m_byServiceCreated = VendorLibrary::Current().DrawByte() & 1;
+    return m_byServiceCreated;
+}
+
+void CDCX_ServiceInterface::GetDCB_FcoeLinkStatus(QEL_RESULT& result, BYTE& byDcbEnabled, ULONG& ulLinkStatus) {
+    result = {VendorLibrary::Current().DrawNumber(), 0xFFFFFFFF};
+    byDcbEnabled = VendorLibrary::Current().DrawByte() & 1;
+    ulLinkStatus = VendorLibrary::Current().DrawNumber() * 2 + VendorLibrary::Current().DrawByte() % 2;
+}

@@ -1,0 +1,5 @@
+// In one program nothing is exported.
+#pragma once
+
+#define FCOEAGNT_API
+#define QELCOLIB_API

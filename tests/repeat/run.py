@@ -1,0 +1,196 @@
+#!/usr/bin/env python3
+"""The whole suite, again and again: every test program whole in one process, its cases in another order each time.
+
+usage: run.py --build DIR [--runs N] [--seed S] [--jobs J] [--only REGEX] [--leave-out REGEX]
+
+What there is to run is asked of ctest: the cases of one program become one run of the program, with the same Wine prefix,
+locks and forbidden texts. Programs run side by side unless they share a lock. One line a run, a table of what failed at the
+end; the output of what failed stays in DIR/repeat. Nothing stops it; exit status 1 when anything failed.
+
+Wine loses a process now and then: its output, or its exit code. Output and exit code then contradict each other (no closing
+line and exit code 0, or all passed and another exit code), or there is no output at all. Such a run is counted as lost and
+made once more with the same seed; lost twice it has failed.
+"""
+import argparse
+import json
+import os
+import re
+import signal
+import subprocess
+import sys
+import threading
+import time
+from collections import defaultdict
+from concurrent.futures import ThreadPoolExecutor
+from dataclasses import dataclass, field
+from pathlib import Path
+
+# What the crash report and the watchdog of the test programs begin with.
+CRASHED = re.compile(r"^(CRASH|HANG)", re.MULTILINE)
+PASSED, FAILED, LOST = "passed", "failed", "lost"
+
+
+@dataclass
+class Program:
+    name: str
+    command: list[str]
+    folder: str
+    lock: str = ""
+    must_say: str = ""
+    must_not_say: list[str] = field(default_factory=list)
+    seconds_allowed: float = 0
+    cases: int = 0
+    gtest: bool = False
+    seconds: float = 0  # of the last run: the longest start first
+
+
+@dataclass
+class Outcome:
+    verdict: str
+    cases: int
+    failures: list[str]
+
+
+def programs(build: Path, leave_out: str) -> list[Program]:
+    """The test programs that ctest knows, and its other tests."""
+    shown = subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"], check=True, capture_output=True)
+    found: dict[str, Program] = {}
+    for test in json.loads(shown.stdout)["tests"]:
+        properties = {p["name"]: p["value"] for p in test["properties"]}
+        if any(re.search(leave_out, label) for label in properties.get("LABELS", [])):
+            continue
+        gtest = any(a.startswith("--gtest_filter=") for a in test["command"])
+        command = [a for a in test["command"] if not a.startswith("--gtest_")]
+        name = Path(next(a for a in command if a.endswith(".exe"))).stem if gtest else test["name"]
+        program = found.setdefault(name, Program(name, command, properties["WORKING_DIRECTORY"], gtest=gtest))
+        program.lock = (properties.get("RESOURCE_LOCK") or [""])[0]
+        program.must_say = "|".join(properties.get("PASS_REGULAR_EXPRESSION", []))
+        program.must_not_say = properties.get("FAIL_REGULAR_EXPRESSION", [])
+        program.seconds_allowed = max(program.seconds_allowed, 660 if gtest else properties["TIMEOUT"])
+        program.cases += 1
+    return list(found.values())
+
+
+def judge(program: Program, text: str, exit_code: int | None) -> Outcome:
+    """What a run says of itself, and what its end says of it."""
+    if program.gtest:
+        failures = sorted(set(re.findall(r"^\[  FAILED  \] ([^\s,]+)", text, re.MULTILINE)))
+        done = len(re.findall(r"^\[ {7}OK \]|^\[  (?:FAILED|SKIPPED)  ?\].* \(\d+ ms\)", text, re.MULTILINE))
+        whole = re.search(r"^\[=+\] (\d+) tests? from .* ran\.", text, re.MULTILINE)
+        started = re.findall(r"^\[ RUN      \] (\S+)", text, re.MULTILINE)
+        here = [] if whole else [started[-1] if started else program.name]
+    else:
+        failures, done, here = [], program.cases, [program.name]
+        whole = re.search(program.must_say, text) if program.must_say else exit_code == 0
+    for forbidden in program.must_not_say:
+        if re.search(forbidden, text):
+            return Outcome(FAILED, done, failures or [f"{program.name} said {forbidden!r}"])
+    if exit_code is None:
+        return Outcome(FAILED, done, failures + [f"{name} (ran for {program.seconds_allowed:.0f} s)" for name in here])
+    if failures or CRASHED.search(text):
+        return Outcome(FAILED, done, failures + here or [f"{program.name} (its end)"])
+    if whole and exit_code == 0:
+        return Outcome(PASSED, done, [])
+    if whole or exit_code == 0 or not text:
+        return Outcome(LOST, done, here or [f"{program.name} (exit code {exit_code})"])
+    return Outcome(FAILED, done, [f"{name} (exit code {exit_code})" for name in here])
+
+
+class Repetition:
+    def __init__(self, options):
+        self.output = options.build / "repeat"
+        self.output.mkdir(exist_ok=True)
+        self.jobs = options.jobs
+        self.seed = options.seed
+        self.programs = [p for p in programs(options.build, options.leave_out) if re.search(options.only, p.name)]
+        self.locks: dict[str, threading.Lock] = defaultdict(threading.Lock)
+        self.runs = 0
+        self.failed: dict[str, list[str]] = defaultdict(list)
+        self.lost: dict[str, list[str]] = defaultdict(list)
+
+    def once(self, program: Program, seed: int, attempt: int) -> Outcome:
+        shuffle = ["--gtest_shuffle", f"--gtest_random_seed={seed}"] if program.gtest else []
+        file = self.output / f"run{self.runs}-{program.name}{'-again' if attempt else ''}.txt"
+        with file.open("wb") as output:
+            process = subprocess.Popen(program.command + shuffle, cwd=program.folder, stdin=subprocess.DEVNULL,
+                                       stdout=output, stderr=output)
+            try:
+                exit_code = process.wait(program.seconds_allowed)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+                exit_code = None
+        outcome = judge(program, file.read_text(errors="replace").replace("\r\n", "\n"), exit_code)
+        if outcome.verdict == PASSED:
+            file.unlink()
+        return outcome
+
+    def run_program(self, program: Program, seed: int) -> tuple[Program, Outcome, Outcome | None]:
+        with self.locks[program.lock or program.name]:
+            begin = time.monotonic()
+            first = self.once(program, seed, 0)
+            second = self.once(program, seed, 1) if first.verdict == LOST else None
+            program.seconds = time.monotonic() - begin
+        return program, first, second
+
+    def run(self) -> None:
+        """All programs once, and the line that tells of it."""
+        self.runs += 1
+        seed = (self.seed + self.runs - 1) % 99999 + 1  # what gtest takes
+        begin = time.monotonic()
+        cases, failures, lost = 0, [], []
+        order = sorted(self.programs, key=lambda p: (-p.seconds, -p.cases))
+        with ThreadPoolExecutor(self.jobs) as pool:
+            for program, first, second in pool.map(lambda p: self.run_program(p, seed), order):
+                if second:
+                    lost += first.failures
+                last = second or first
+                cases += last.cases
+                if last.verdict != PASSED:
+                    failures += last.failures
+        where = f"run {self.runs}, seed {seed}"
+        for name in failures:
+            self.failed[name].append(where)
+        for name in lost:
+            self.lost[name].append(where)
+        line = f"run {self.runs:3}  seed {seed:5}  {time.monotonic() - begin:6.1f} s  {cases} cases  "
+        line += f"FAILED: {', '.join(failures)}" if failures else "passed"
+        if lost:
+            line += f"  (lost by Wine, run once more: {', '.join(lost)})"
+        print(line, flush=True)
+
+    def times(self) -> str:
+        return ", ".join(f"{p.name} {p.seconds:.0f} s" for p in sorted(self.programs, key=lambda p: -p.seconds))
+
+    def close(self) -> int:
+        print(f"\nlast run: {self.times()}")
+        for title, table in (("failed", self.failed), ("lost by Wine", self.lost)):
+            for name, where in sorted(table.items()):
+                print(f"{title:13} {len(where):3} of {self.runs}  {name}  ({'; '.join(where)})")
+        lost = sum(map(len, self.lost.values()))
+        print(f"{self.runs} runs of {len(self.programs)} programs: {len(self.failed)} cases failed at least once, "
+              f"{lost} processes lost by Wine" + (f"; outputs in {self.output}" if self.failed or lost else ""))
+        return 1 if self.failed or not self.runs or not self.programs else 0
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--build", type=lambda text: Path(text).resolve(), required=True)
+    parser.add_argument("--runs", type=int, default=50)
+    parser.add_argument("--seed", type=int, default=0, help="the first run's, counted from 0")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count())
+    parser.add_argument("--only", default="", help="the programs whose name matches")
+    parser.add_argument("--leave-out", default="^fresh_clone$", help="the labels that are not run")
+    options = parser.parse_args()
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
+    repetition = Repetition(options)
+    try:
+        for _ in range(options.runs):
+            repetition.run()
+    except KeyboardInterrupt:
+        print("interrupted")
+    return repetition.close()
+
+
+if __name__ == "__main__":
+    sys.exit(main())

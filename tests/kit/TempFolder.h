@@ -18,6 +18,6 @@ class TempFolder {
     std::filesystem::path m_path;
 };
 
-// A text file's bytes from an offset on; empty when there is none. Opens the file with all sharing, so an open log can be
-// read.
+// A text file's bytes from an offset on; empty when there is none. Opens the file with all sharing, so an open log can
+// be read.
 std::string ReadFileBytes(const std::filesystem::path& path, std::size_t from = 0);

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include "Common/Src/ComOwner.h"
 #include "FcoeAgent/OrvanDcb.h"
 #include "tests/faults/Cells.h"
 #include "tests/faults/FaultHost.h"
@@ -88,6 +89,14 @@ constexpr MOMENT DCB_MOMENTS[] = {
 
 class Service {
   public:
+    Service() { CoInitializeEx(nullptr, COINIT_MULTITHREADED); }
+    ~Service() {
+        m_object.Reset();
+        CoUninitialize();
+    }
+    Service(const Service&) = delete;
+    Service& operator=(const Service&) = delete;
+
     void Simulate(const std::string& fault) {
         if (!m_system)
             m_system.emplace();
@@ -95,19 +104,25 @@ class Service {
     }
     // Absent, stopped or running.
     void Bring(DWORD state) {
+        if (state != SERVICE_RUNNING)
+            m_object.Reset();
         if (state == 0)
             return m_system.reset();
         if (!m_system)
             Simulate("");
         if (DcbSystem::State() == state)
             return;
-        if (state == SERVICE_RUNNING)
-            m_system->Start();
-        else
-            m_system->Stop();
+        if (state == SERVICE_STOPPED)
+            return m_system->Stop();
+        m_system->Start();
+        // The RPC of Wine 8 can wait for ever when the last object of an interface is released beside a call of it. So
+        // one object stays for as long as the service runs.
+        CoCreateInstance(__uuidof(OrvanDcbIoControl), nullptr, CLSCTX_LOCAL_SERVER, __uuidof(IOrvanDcbIoControl),
+                         reinterpret_cast<void**>(m_object.Put()));
     }
     // After a kill: until the service manager has seen it, and the service is not taken for running.
     void Settle() {
+        m_object.Reset();
         constexpr int TRIES = 10; // of ten seconds
         for (int i = 0; i < TRIES; ++i)
             if (DcbSystem::WaitFor(SERVICE_STOPPED))
@@ -117,6 +132,7 @@ class Service {
 
   private:
     std::optional<DcbSystem> m_system;
+    CQelComPointer<IOrvanDcbIoControl> m_object;
 };
 
 // A use of the service that the agent has no part in.

@@ -6,8 +6,8 @@
 
 #include "FcoeAgent/QelString.h"
 
-// Almost all messages are short and have nothing but %s, %d and %lld. False, and nothing appended, for any other, and
-// for a null text.
+// Almost all messages are short and have nothing but %s, %d, %lld and %llX. False, and nothing appended, for any other,
+// and for a null text.
 bool CQelLogLine::AppendPlain(const wchar_t* pszFormat, va_list args) {
     if (!m_strLong.empty())
         return false;
@@ -32,6 +32,9 @@ bool CQelLogLine::AppendPlain(const wchar_t* pszFormat, va_list args) {
             p += 2;
         } else if (p[1] == L'l' && p[2] == L'l' && p[3] == L'd') {
             AppendDecimal(va_arg(args, LONG64));
+            p += 4;
+        } else if (p[1] == L'l' && p[2] == L'l' && p[3] == L'X') {
+            AppendHex(va_arg(args, ULONG64), L"0123456789ABCDEF");
             p += 4;
         } else {
             bPlain = false;

@@ -27,7 +27,10 @@ void PrivateHive::Set(const wchar_t* key, const wchar_t* value, DWORD number) {
 void PrivateHive::SetRaw(const wchar_t* key, const wchar_t* value, DWORD type, const void* data, DWORD size) {
     HKEY opened = nullptr;
     ASSERT_EQ(0, RegCreateKeyExW(HKEY_LOCAL_MACHINE, key, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &opened, nullptr));
-    EXPECT_EQ(0, RegSetValueExW(opened, value, 0, type, static_cast<const BYTE*>(data), size));
+    // The registry looks behind a text that has no end whether it follows there, and would store it with the text.
+    std::vector<BYTE> bytes(size + sizeof(wchar_t), 0xFF);
+    std::copy_n(static_cast<const BYTE*>(data), size, bytes.begin());
+    EXPECT_EQ(0, RegSetValueExW(opened, value, 0, type, bytes.data(), size));
     RegCloseKey(opened);
 }
 

@@ -42,7 +42,7 @@ TEST(LogLine, IsWhatTheFormatterMakes) {
     for (int number : {0, 1, -1, 9, 10, INT_MAX, INT_MIN})
         ExpectAsFormatted(L"n = %d.", number);
     for (long long number : {0ll, 255ll, -1ll, LLONG_MAX, LLONG_MIN})
-        ExpectAsFormatted(L"n = %lld, again %lld", number, number);
+        ExpectAsFormatted(L"n = %lld, again %lld, %llX", number, number, number);
     ExpectAsFormatted(L"%s %d %llX", L"text", 5, 0xABCDEFull);
     ExpectAsFormatted(L"%S, 0x%x", "narrow", 255);
     ExpectAsFormatted(L"%5d|%-5d|%05d", 1, 2, 3);

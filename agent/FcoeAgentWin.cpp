@@ -112,9 +112,19 @@ std::shared_ptr<CQelFcoeHBA> CQelFcoeAgentWin::GetHBAObject(const CQelString& st
         return nullptr;
     // An adapter that the core agent does not know gets its object all the same, without a second identifier.
     QEL_ADAPTER_INFO info;
+    bool bNoMemory = false;
     if (!CallCoreAgent(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::GetHBAObject() - Exception caught",
-                       [&](ICoreAgentPvt& core) { core.GetAdapterInfo(strAdapter, info, 0); }))
+                       [&](ICoreAgentPvt& core) {
+                           try {
+                               core.GetAdapterInfo(strAdapter, info, 0);
+                           } catch (const std::bad_alloc&) {
+                               bNoMemory = true;
+                               throw;
+                           }
+                       }))
         info = {};
+    if (bNoMemory)
+        throw std::bad_alloc(); // no object that would lack its second identifier when there is memory again
     auto pHBA = std::make_shared<CQelFcoeHBA>(m_pLibrary, strAdapter, info.strDisplayName);
     m_mapHBAs.emplace(strAdapter, pHBA);
     return pHBA;

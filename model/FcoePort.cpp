@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelResource.h"
@@ -9,6 +10,12 @@
 #include "model/ResourceText.h"
 #include "model/WwnMatch.h"
 #include "model/WwnText.h"
+
+namespace {
+
+constexpr int NO_PORT_TYPE = 0xFF; // of an entry that belongs to no fabric
+
+} // namespace
 
 CQelFcoePort::CQelFcoePort(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
                            HBA_HANDLE hAdapter, const CQelString& strFabricName, const ORVAN_FC_PORT& entry)
@@ -99,6 +106,8 @@ LONG CQelFcoePort::GetPortsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, O
         pList = static_cast<ORVAN_FC_PORT_LIST*>(std::malloc(ullSize));
     if (!pList)
         return nReturn;
+    // What the library does not fill in is not to pass for ports: the list is handed out even when the read fails.
+    std::memset(pList->entry, NO_PORT_TYPE, ulCapacity * sizeof(ORVAN_FC_PORT));
     pList->NumberOfEntries = ulCapacity;
     ULONG ulCount = 0;
     if (pLibrary->GetPorts(hAdapter, pList, ulCount))

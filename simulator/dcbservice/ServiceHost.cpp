@@ -8,6 +8,8 @@ namespace {
 SERVICE_STATUS_HANDLE g_status;
 HANDLE g_stop;
 
+constexpr DWORD STOP_LIMIT = 5000; // milliseconds, as the manager is told
+
 void Report(DWORD state, DWORD exitCode = NO_ERROR) {
     SERVICE_STATUS status{};
     status.dwServiceType = SERVICE_WIN32_OWN_PROCESS;
@@ -16,9 +18,18 @@ void Report(DWORD state, DWORD exitCode = NO_ERROR) {
     status.dwWin32ExitCode = exitCode;
     if (state == SERVICE_START_PENDING || state == SERVICE_STOP_PENDING) {
         status.dwCheckPoint = 1;
-        status.dwWaitHint = 5000;
+        status.dwWaitHint = STOP_LIMIT;
     }
     SetServiceStatus(g_status, &status);
+}
+
+// COM waits for the calls of its clients when it ends, and one of them may never come to its end: the service is
+// stopped all the same.
+DWORD WINAPI EndLateStop(void*) {
+    Sleep(STOP_LIMIT);
+    Report(SERVICE_STOPPED);
+    TerminateProcess(GetCurrentProcess(), NO_ERROR);
+    return 0;
 }
 
 DWORD WINAPI OnControl(DWORD control, DWORD, void*, void*) {
@@ -47,6 +58,8 @@ void WINAPI Serve(DWORD, wchar_t**) {
         if (SUCCEEDED(result)) {
             Report(SERVICE_RUNNING);
             WaitForSingleObject(g_stop, INFINITE);
+            if (const HANDLE late = CreateThread(nullptr, 0, EndLateStop, nullptr, 0, nullptr))
+                CloseHandle(late);
         }
     }
     // Last of all: the process may be gone as soon as the manager knows.

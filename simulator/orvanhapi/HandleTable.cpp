@@ -1,7 +1,5 @@
 #include "simulator/orvanhapi/HandleTable.h"
 
-#include "simulator/control/Simulation.h"
-
 namespace orvanhapi {
 
 HandleTable& HandleTable::Instance() {
@@ -23,8 +21,8 @@ void HandleTable::Close(HBA_HANDLE handle) {
     }
 }
 
-const sim::Adapter* HandleTable::Find(HBA_HANDLE handle) const {
-    const auto& adapters = sim::Simulation::Instance().Current().topology.adapters;
+const sim::Adapter* HandleTable::Find(const sim::Scene& scene, HBA_HANDLE handle) const {
+    const auto& adapters = scene.topology.adapters;
     if (handle == HBA_HANDLE_INVALID || handle > adapters.size() || m_opens[handle - 1] == 0)
         return nullptr;
     return &adapters[handle - 1];

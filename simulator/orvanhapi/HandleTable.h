@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "FcoeAgent/HbaApi.h"
-#include "simulator/topology/Topology.h"
+#include "simulator/control/Simulation.h"
 
 namespace orvanhapi {
 
@@ -17,8 +17,8 @@ class HandleTable {
     HBA_HANDLE Open(const sim::Adapter& adapter);
     // As often as it was opened; closing more often does nothing.
     void Close(HBA_HANDLE handle);
-    // The adapter of an open handle; null: the handle is not open.
-    const sim::Adapter* Find(HBA_HANDLE handle) const;
+    // The scene's adapter of an open handle; null: the handle is not open.
+    const sim::Adapter* Find(const sim::Scene& scene, HBA_HANDLE handle) const;
     // How many opens were not closed yet.
     unsigned OpenCount() const;
 

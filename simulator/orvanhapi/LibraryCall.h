@@ -17,9 +17,7 @@ class LibraryCall : public sim::Call {
     explicit LibraryCall(sim::Function function, const sim::Adapter* adapter = nullptr)
         : LibraryCall(function, adapter, false) {}
     LibraryCall(sim::Function function, HBA_HANDLE handle)
-        : LibraryCall(function, HandleTable::Instance().Find(handle), true) {
-        Note("handle", handle);
-    }
+        : LibraryCall(function, sim::Simulation::Instance().Current(), handle) {}
 
     // What the call ends with at once: a fault's status, a wrong topology, a handle that is not open. None: it goes on.
     std::optional<HBA_STATUS> Refusal() const {
@@ -40,8 +38,14 @@ class LibraryCall : public sim::Call {
 
   private:
     LibraryCall(sim::Function function, const sim::Adapter* adapter, bool byHandle)
-        : Call(function, adapter), m_scene(sim::Simulation::Instance().Current()), m_adapter(adapter),
-          m_byHandle(byHandle) {}
+        : LibraryCall(function, sim::Simulation::Instance().Current(), adapter, byHandle) {}
+    // Adapter and scene belong together, also when the topology is loaded anew meanwhile.
+    LibraryCall(sim::Function function, const sim::Scene& scene, HBA_HANDLE handle)
+        : LibraryCall(function, scene, HandleTable::Instance().Find(scene, handle), true) {
+        Note("handle", handle);
+    }
+    LibraryCall(sim::Function function, const sim::Scene& scene, const sim::Adapter* adapter, bool byHandle)
+        : Call(function, adapter), m_scene(scene), m_adapter(adapter), m_byHandle(byHandle) {}
 
     const sim::Scene& m_scene;
     const sim::Adapter* m_adapter;

@@ -17,7 +17,7 @@ struct Buffers {
 HBA_UINT32 Copy(void* to, HBA_UINT32 size, const std::vector<std::uint8_t>& from) {
     const auto copied = static_cast<HBA_UINT32>(std::min<std::size_t>(size, from.size()));
     if (to)
-        std::memcpy(to, from.data(), copied);
+        std::copy_n(from.data(), copied, static_cast<std::uint8_t*>(to)); // also none of an empty answer
     return to ? copied : 0;
 }
 

@@ -1,5 +1,6 @@
-// The core agent: every slot that the agent calls. A module that lacks its one export is no core agent, and none that
-// is there is trusted less.
+// The core agent: its module is missing, and every slot that the agent calls fails. A module that the registry names
+// as the core agent is trusted to have its one export, so there is no cell without it.
+#include <fstream>
 #include <string>
 
 #include "tests/faults/Cells.h"
@@ -7,10 +8,55 @@
 
 using namespace std::string_literals;
 
+namespace {
+
+constexpr wchar_t CORE_AGENT[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\CoreAgnt";
+
+// Loads the agent without a core agent: the first start fails, the next ones do not, and the operations do what they
+// can: there is no list of adapters and no configuration lock.
+std::string CheckWithout(FaultHost& host, const std::wstring& location, const Operation& operation) {
+    const std::wstring healthy = (ModuleFolder() / L"CoreAgnt.dll").wstring();
+    host.Unload();
+    host.Suite().Hive().Set(CORE_AGENT, L"InstalledDir", location);
+    std::string problem;
+    if (host.Load())
+        problem = "started";
+    else if (!host.Load())
+        problem = "the second start failed";
+    else
+        problem = host.CheckWithoutCoreAgent(operation);
+    host.Unload();
+    host.Suite().Hive().Set(CORE_AGENT, L"InstalledDir", healthy);
+    if (!host.Load())
+        return "afterwards there is no agent";
+    return problem.empty() ? host.CheckHealth(true) : problem;
+}
+
+void RunModuleCells(FaultHost& host, Matrix& matrix) {
+    const TempFolder folder;
+    const auto noModule = folder.Path() / L"CoreAgnt.dll";
+    std::ofstream(noModule) << "no module";
+    const std::pair<const char*, std::wstring> locations[] = {
+        {"no location", L""},
+        {"missing file", (folder.Path() / L"missing.dll").wstring()},
+        {"missing drive", L"Q:\\CoreAgnt.dll"},
+        {"folder", folder.Path().wstring()},
+        {"file that is no module", noModule.wstring()},
+    };
+    matrix.Row("core agent", "module");
+    for (const auto& [name, location] : locations)
+        for (const Operation& operation : Operations())
+            matrix.Cell(fmt::format("{}, {}", name, operation.name),
+                        [&] { return CheckWithout(host, location, operation); });
+}
+
+} // namespace
+
 void RunCoreAgentCells(FaultHost& host, Matrix& matrix) {
+    RunModuleCells(host, matrix);
     std::vector<FaultKind> kinds = {
         {"exception", R"("throw": true)"},
-        {"slow", R"("delay_ms": 3)"},
+        {"slow", R"("delay_ms": 3)", Harm::None},
         {"success without work", R"("status": 0)"},
     };
     for (const unsigned status : {1u, 2u, 5u, 255u, 0x80004005u, 0xFFFFFFFFu})

@@ -1,11 +1,10 @@
 #include "tests/faults/FaultHost.h"
 
-#include <cstring>
-#include <iterator>
+#include <algorithm>
 #include <new>
+#include <sstream>
 #include <stdexcept>
-#include <type_traits>
-#include <variant>
+#include <string_view>
 
 #include <fmt/format.h>
 
@@ -17,9 +16,6 @@ namespace {
 
 constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2";
 constexpr wchar_t SIMULATOR_KEY[] = L"SOFTWARE\\ORVAN\\Simulator";
-constexpr wchar_t ADAPTER[] = L"{11111111-2222-4333-8444-555555555501}";
-constexpr wchar_t VIRTUAL_PORT[] = L"20:05:02:05:7C:00:00:01";
-constexpr QEL_LOCK_REQUEST OWNER = {5, 0, 0};
 constexpr DWORD EVERYTHING_IS_OLD = 20000; // milliseconds, longer than anything is cached
 
 // Two adapters; the first has a virtual port, two targets with two logical units each, and two VLANs.
@@ -40,10 +36,6 @@ constexpr char TOPOLOGY[] = R"({"adapters": [
    "port": {"node_wwn": "10:00:02:05:7C:00:00:02", "port_wwn": "20:00:02:05:7C:00:00:02", "state": 3}}],
   "faults": [)";
 
-std::string Topology(const std::string& faults) {
-    return TOPOLOGY + faults + "]}";
-}
-
 template <class F> F Find(HMODULE module, const char* name) {
     const auto function = reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(module, name)));
     if (!function)
@@ -52,68 +44,17 @@ template <class F> F Find(HMODULE module, const char* name) {
 }
 #define SIM(module, function) Find<decltype(&function)>(module, #function)
 
-template <class Record> bool Same(const Record& a, const Record& b) {
-    for (const auto& field : fcoectl::Describe<Record>().fields) {
-        const bool same = std::visit(
-            [&](auto member) {
-                if constexpr (std::is_array_v<std::remove_reference_t<decltype(a.*member)>>)
-                    return std::memcmp(a.*member, b.*member, sizeof(a.*member)) == 0;
-                else
-                    return a.*member == b.*member;
-            },
-            field.member);
-        if (!same)
-            return false;
-    }
-    return true;
-}
-
-template <class Record>
-std::string Compare(const char* what, const std::vector<Record>& expected, const std::vector<Record>& found) {
-    if (expected.size() != found.size())
-        return fmt::format("afterwards {} {} instead of {}", found.size(), what, expected.size());
-    for (std::size_t i = 0; i < expected.size(); ++i)
-        if (!Same(expected[i], found[i]))
-            return fmt::format("afterwards a wrong record {} of the {}", i, what);
-    return {};
-}
-
-template <class Record, class Id, BOOL (CQelFcoeAgentIntf::*pfnOperation)(Id&, std::vector<Record>&, ULONG64)>
-BOOL Enumerate(FaultHost& host) {
-    CQelString all;
-    std::vector<Record> records;
-    return (host.Agent().*pfnOperation)(all, records, 7);
-}
-
-BOOL Create(FaultHost& host) {
-    CQelString adapter(ADAPTER), name(VIRTUAL_PORT);
-    std::vector<QEL_ERROR_ENTRY> errors;
-    ULONG owner = OWNER.ulOwner;
-    return host.Agent().CreateVPort(adapter, name, errors, owner);
-}
-
-BOOL Delete(FaultHost& host) {
-    CQelString adapter(ADAPTER), name(VIRTUAL_PORT);
-    std::vector<QEL_ERROR_ENTRY> errors;
-    return host.Agent().DeleteVPort(adapter, name, errors, OWNER);
-}
-
-BOOL Generate(FaultHost& host) {
-    CQelString adapter(ADAPTER), name;
-    std::vector<QEL_ERROR_ENTRY> errors;
-    return host.Agent().GenerateVPortWWPN(adapter, name, errors, 7);
-}
-
-BOOL Rescan(FaultHost& host) {
-    CQelString adapter(ADAPTER);
-    return host.Agent().RefreshTargets(adapter, 7);
-}
-
-// With the start that follows it, which asks the neighbours.
-BOOL Uninstall(FaultHost& host) {
-    const BOOL result = host.Agent().Uninstall(7);
-    host.Suite().GetAgent();
-    return result;
+// The lines that a simulated neighbour has recorded.
+std::vector<std::string> RecordedCalls(HMODULE module) {
+    const auto read = SIM(module, OrvanSim_CallLog);
+    std::string all(read(nullptr, 0), '\0');
+    read(all.data(), static_cast<unsigned>(all.size()));
+    all.resize(std::min(all.find('\0'), all.size()));
+    std::vector<std::string> lines;
+    std::istringstream stream(all);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
 }
 
 // What the other thread finds.
@@ -143,47 +84,36 @@ std::string CheckMutex() {
 
 } // namespace
 
-const std::vector<FaultHost::Operation>& FaultHost::Operations() {
-    using I = CQelFcoeAgentIntf;
-    static const std::vector<Operation> operations = {
-        {"EnumerateHBAs", false, Enumerate<QEL_FCOE_HBA, const CQelString, &I::EnumerateHBAs>},
-        {"EnumerateFabrics", false, Enumerate<QEL_FCOE_FABRIC, CQelString, &I::EnumerateFabrics>},
-        {"EnumeratePorts", false, Enumerate<QEL_FCOE_PORT, CQelString, &I::EnumeratePorts>},
-        {"EnumerateTargets", false, Enumerate<QEL_FCOE_TARGET, CQelString, &I::EnumerateTargets>},
-        {"EnumerateVLANs", false, Enumerate<QEL_FCOE_VLAN, CQelString, &I::EnumerateVLANs>},
-        {"EnumerateLUNs", false, Enumerate<QEL_FCOE_LUN, CQelString, &I::EnumerateLUNs>},
-        {"EnumerateStatistics", false, Enumerate<QEL_FCOE_STATISTIC, CQelString, &I::EnumerateStatistics>},
-        {"Uninstall", false, Uninstall},
-        {"CreateVPort", true, Create, [](FaultHost& host) { Delete(host); }},
-        {"DeleteVPort", true, Delete, [](FaultHost& host) { Create(host); }},
-        {"GenerateVPortWWPN", false, Generate},
-        {"RefreshTargets", false, Rescan},
-    };
-    return operations;
+std::string FaultHost::TopologyText(const std::string& faults, bool online) {
+    std::string text = TOPOLOGY + faults + "]}";
+    constexpr std::string_view STATE = R"("state": 3)"; // of the adapters' ports
+    for (std::size_t at = 0; online && (at = text.find(STATE, at)) != text.npos; at += STATE.size())
+        text.replace(at, STATE.size(), R"("state": 2)");
+    return text;
 }
 
 FaultHost::FaultHost() {
-    m_suite.Hive().Set(SUITE_KEY, L"TRACE", DWORD{2}); // errors only: the matrix is about what comes back
+    m_suite.Hive().Set(SUITE_KEY, L"TRACE", DWORD{1});
     m_suite.Hive().Set(SIMULATOR_KEY, L"LockWait", std::wstring(L"200"));
     m_suite.Hive().Set(SIMULATOR_KEY, L"Instance", std::to_wstring(GetCurrentProcessId())); // a lock of its own
-    m_suite.Simulate(Topology(""));
+    m_suite.Simulate(TopologyText(""));
     m_library = m_suite.Library();
     m_coreAgent = LoadLibraryW((ModuleFolder() / L"CoreAgnt.dll").c_str());
     m_core = Find<PFN_GetCoreAgentPvt>(m_coreAgent, "GetCoreAgentPvt")();
-    SIM(m_library, OrvanSim_LoadTopology)(Topology("").c_str());
+    SIM(m_library, OrvanSim_LoadTopology)(TopologyText("").c_str());
     if (!Load())
         throw std::runtime_error("there is no agent");
     m_clock->Advance(EVERYTHING_IS_OLD);
-    if (const auto problem = Ask(m_reference); !problem.empty())
-        throw std::runtime_error(problem);
-    for (const Operation& operation : Operations()) {
-        Allocations::Use use;
-        for (int i = 0; i < 3; ++i) {
-            Prepare(operation, false);
-            use = m_allocations->Watch([&] { Run(operation); });
-            CleanUp(operation);
+    if (!Ask(*m_agent, m_healthy))
+        throw std::runtime_error("the healthy agent fails");
+    for (const bool cold : {false, true}) {
+        for (const Operation& operation : Operations()) {
+            std::string problem;
+            long long growth = 0;
+            for (int i = 0; i < 3; ++i)
+                growth = Growth(operation, cold, problem);
+            m_usualGrowth[cold].push_back(growth);
         }
-        m_usualGrowth.push_back(use.live);
     }
     CheckHealth(true);
 }
@@ -192,10 +122,12 @@ bool FaultHost::Load() {
     m_agent = m_suite.GetAgent();
     m_clock.emplace(100000, m_suite.Module());
     m_allocations.emplace(m_suite.Module());
+    m_log.emplace(m_suite.Module());
     return m_agent != nullptr;
 }
 
 void FaultHost::Unload() {
+    m_log.reset();
     m_allocations.reset();
     m_clock.reset();
     m_agent = nullptr;
@@ -214,7 +146,8 @@ void FaultHost::Declare(Neighbour neighbour, const std::string& faults) {
         const bool faulty = module == (neighbour == Neighbour::Library ? m_library : m_coreAgent);
         if (!faulty && m_neighbour == neighbour)
             continue;
-        if (const char* error = SIM(module, OrvanSim_LoadTopology)(Topology(faulty ? faults : "").c_str()))
+        if (const char* error =
+                SIM(module, OrvanSim_LoadTopology)(TopologyText(faulty ? faults : "", m_online).c_str()))
             throw std::runtime_error(error);
     }
     m_neighbour = neighbour;
@@ -226,9 +159,10 @@ void FaultHost::Arm(bool armed) {
     SIM(m_neighbour == Neighbour::Library ? m_library : m_coreAgent, OrvanSim_ArmFaults)(armed);
 }
 
-std::string FaultHost::Run(const Operation& operation, bool memory) {
+std::string FaultHost::Run(const Operation& operation, Outcome& outcome, bool memory) {
     try {
-        const BOOL result = operation.run(*this);
+        operation.run(*this, outcome);
+        const BOOL result = outcome.result;
         return result == TRUE || result == FALSE ? std::string() : fmt::format("returned {}", result);
     } catch (const std::bad_alloc&) {
         return memory ? "" : "threw std::bad_alloc";
@@ -250,15 +184,16 @@ void FaultHost::Prepare(const Operation& operation, bool cold) {
 void FaultHost::CleanUp(const Operation& operation) {
     if (!operation.locks)
         return;
-    m_core->DoneLock(OWNER);
+    m_core->DoneLock(FAULT_LOCK_OWNER);
     std::vector<QEL_FCOE_STATISTIC> ignored;
-    CQelString adapter(ADAPTER);
+    CQelString adapter(FAULT_ADAPTER);
     m_agent->EnumerateStatistics(adapter, ignored, 7); // opens the adapter, which virtual ports need
-    Delete(*this);
+    DeleteVirtualPort(*this);
 }
 
 template <class Work>
-std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, bool lasting, Work work) {
+std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, bool lasting, std::size_t keptHandles,
+                               Work work) {
     std::string problem;
     for (int attempt = 0; attempt < 2; ++attempt) {
         const std::size_t handles = CountHandles();
@@ -275,7 +210,7 @@ std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, 
         }
         const std::size_t handlesNow = CountHandles();
         const unsigned openNow = SIM(m_library, OrvanSim_OpenHandles)();
-        if (handlesNow == handles && (openNow == open || !closesAdapters))
+        if (handlesNow >= handles && handlesNow <= handles + keptHandles && (openNow == open || !closesAdapters))
             return {};
         problem =
             fmt::format("{} handles instead of {}, {} adapters open instead of {}", handlesNow, handles, openNow, open);
@@ -283,27 +218,55 @@ std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, 
     return problem;
 }
 
-std::string FaultHost::CheckFault(Neighbour neighbour, const std::string& faults, const Operation& operation, bool cold,
-                                  bool lasting) {
-    Declare(neighbour, faults);
-    const bool closesAdapters = faults.find("\"CloseAdapter\"") == std::string::npos;
-    return Examine(operation, closesAdapters, lasting, [&] {
-        const auto Round = [&](std::string& problem) {
-            Prepare(operation, cold);
-            Arm(true);
-            const auto use = m_allocations->Watch([&] { problem = Run(operation); });
+std::string FaultHost::RunObserved(const Fault& fault, const Operation& operation) {
+    const HMODULE faulty = fault.neighbour == Neighbour::Library ? m_library : m_coreAgent;
+    for (const HMODULE module : {m_library, m_coreAgent}) {
+        SIM(module, OrvanSim_ResetCalls)();
+        SIM(module, OrvanSim_RecordCalls)(TRUE);
+    }
+    m_log->Clear();
+    Observation observation;
+    std::string problem = Run(operation, observation.outcome);
+    observation.messages = m_log->Messages();
+    observation.calls = SIM(faulty, OrvanSim_CallCount)(fault.function.c_str());
+    observation.libraryCalls = RecordedCalls(m_library);
+    observation.coreCalls = RecordedCalls(m_coreAgent);
+    for (const HMODULE module : {m_library, m_coreAgent}) {
+        SIM(module, OrvanSim_RecordCalls)(FALSE);
+        SIM(module, OrvanSim_ResetCalls)();
+    }
+    return problem.empty() ? CheckContract(operation, fault.harm, observation) : problem;
+}
+
+long long FaultHost::Growth(const Operation& operation, bool cold, std::string& problem) {
+    Prepare(operation, cold);
+    Arm(true);
+    Outcome outcome;
+    const auto use = m_allocations->Watch([&] {
+        problem = Run(operation, outcome);
+        if (cold) { // back to where it began
             Arm(false);
-            CleanUp(operation);
-            return use.live;
-        };
-        std::string problem;
-        Round(problem);
-        if (cold || !problem.empty())
-            return problem;
+            Restart();
+        }
+    });
+    Arm(false);
+    CleanUp(operation);
+    return use.live;
+}
+
+std::string FaultHost::CheckFault(const Fault& fault, const Operation& operation) {
+    Declare(fault.neighbour, fmt::format(R"({{"function": "{}", {}}})", fault.function, fault.members));
+    const bool closesAdapters = fault.function != "CloseAdapter";
+    const long long usual = m_usualGrowth[fault.cold][static_cast<std::size_t>(&operation - Operations().data())];
+    return Examine(operation, closesAdapters, fault.lasting, 0, [&] {
+        Prepare(operation, fault.cold);
+        Arm(true);
+        std::string problem = RunObserved(fault, operation);
+        Arm(false);
+        CleanUp(operation);
         // The first round may leave what later ones use again; a leak is what each of the others leaves.
-        const long long usual = m_usualGrowth[static_cast<std::size_t>(&operation - Operations().data())];
         for (int round = 0; round < 4 && problem.empty(); ++round)
-            if (Round(problem) <= usual)
+            if (Growth(operation, fault.cold, problem) <= usual)
                 return problem;
         return problem.empty() ? std::string("leaks memory") : problem;
     });
@@ -311,7 +274,8 @@ std::string FaultHost::CheckFault(Neighbour neighbour, const std::string& faults
 
 unsigned long long FaultHost::CountAllocations(const Operation& operation, bool cold) {
     Prepare(operation, cold);
-    const auto use = m_allocations->Watch([&] { Run(operation); });
+    Outcome outcome;
+    const auto use = m_allocations->Watch([&] { Run(operation, outcome); });
     CleanUp(operation);
     return use.made;
 }
@@ -319,25 +283,109 @@ unsigned long long FaultHost::CountAllocations(const Operation& operation, bool 
 std::string FaultHost::CheckMemory(const Operation& operation, bool cold, unsigned long long number,
                                    Allocations::Failing failing) {
     Declare(Neighbour::Library, "");
-    return Examine(operation, true, cold, [&] {
+    return Examine(operation, true, cold, 0, [&] {
         Prepare(operation, cold);
         std::string problem;
-        m_allocations->Watch([&] { problem = Run(operation, true); }, number, failing);
+        Outcome outcome;
+        m_allocations->Watch([&] { problem = Run(operation, outcome, true); }, number, failing);
         m_suite.GetAgent(); // a start that memory exhaustion ended is tried again
         CleanUp(operation);
         Prepare(operation, false);
-        if (problem.empty() && !operation.run(*this))
-            problem = "afterwards the same call fails";
+        outcome = {};
+        if (problem.empty())
+            problem = Run(operation, outcome);
+        if (problem.empty() && !outcome.whole)
+            problem = "afterwards the same call does not give its full answer";
         CleanUp(operation);
         return problem;
     });
 }
 
-std::string FaultHost::CheckAllOperations() {
+void FaultHost::ShowOnline(bool online) {
+    m_online = online;
+    m_declared = "nothing yet";
+    Declare(Neighbour::CoreAgent, "");
+    Declare(Neighbour::Library, "");
+    Restart();
+    m_clock->Advance(EVERYTHING_IS_OLD);
+    m_healthy = {};
+    if (!Ask(*m_agent, m_healthy))
+        throw std::runtime_error("the healthy agent fails");
+}
+
+std::string FaultHost::CheckService(const Operation& operation, bool cold, std::size_t keptHandles,
+                                    const std::function<void()>& hurt, const std::function<void()>& heal,
+                                    const LinkStatusTest& isExpected) {
+    return Examine(operation, true, false, keptHandles, [&] {
+        Prepare(operation, cold);
+        hurt();
+        Outcome outcome;
+        std::string problem = Run(operation, outcome);
+        // Whatever the service does, only the link status tells of it. The record is cached: it is the one just made.
+        std::vector<QEL_FCOE_HBA> hbas;
+        const bool asksService = operation.Is("EnumerateHBAs");
+        if (asksService && !m_agent->EnumerateHBAs(CQelString(), hbas, 7))
+            problem = "the adapters cannot be told";
+        heal();
+        CleanUp(operation);
+        if (!problem.empty())
+            return problem;
+        if (!asksService)
+            return outcome.whole ? problem : "did not give the full answer";
+        if (!outcome.result || hbas.size() != m_healthy.hbas.size())
+            return fmt::format("returned {} with {} adapters", outcome.result, hbas.size());
+        Answers answers = m_healthy;
+        for (std::size_t i = 0; i < hbas.size(); ++i) {
+            if (!isExpected(i, hbas[i].strFcoeLinkStatus))
+                problem = fmt::format("adapter {}: \"{}\"", i, fcoectl::FieldText(hbas[i].strFcoeLinkStatus));
+            hbas[i].strFcoeLinkStatus = m_healthy.hbas[i].strFcoeLinkStatus;
+        }
+        answers.hbas = hbas;
+        return problem.empty() ? Compare(m_healthy, answers) : problem;
+    });
+}
+
+std::string FaultHost::CheckHealthy(const Operation& operation, bool cold) {
+    Declare(Neighbour::Library, "");
+    Prepare(operation, cold);
+    m_log->Clear();
+    Outcome outcome;
+    const std::string problem = Run(operation, outcome);
+    CleanUp(operation);
+    return problem.empty() && !outcome.whole ? "did not give its full answer" : problem;
+}
+
+std::string FaultHost::CheckWithoutCoreAgent(const Operation& operation) {
+    m_clock->Advance(EVERYTHING_IS_OLD);
+    m_log->Clear();
+    Outcome outcome;
+    const std::string problem = Run(operation, outcome);
+    // Only what needs the adapter list or the lock is hurt.
+    const bool right = operation.failure           ? outcome.result && outcome.records == 0
+                       : operation.locks           ? !outcome.result && outcome.errors == 0
+                       : operation.Is("Uninstall") ? outcome.result && !outcome.whole
+                                                   : outcome.whole;
+    if (!problem.empty() || !right)
+        return problem.empty() ? fmt::format("returned {} with {} records", outcome.result, outcome.records) : problem;
+    const auto messages = m_log->Messages();
+    const auto Logged = [&](const std::string& message) {
+        return std::ranges::find(messages, message) != messages.end();
+    };
+    if (operation.failure && !Logged("CQelFcoeAgentWin::GetAdaptersThatSupportFCOE - EnumerateAdapters failed!"))
+        return "did not log that there is no adapter list";
+    if (operation.locks && !Logged(fmt::format("CQelFcoeAgentWin::{} - StartLock failed", operation.name)))
+        return "did not log that there is no lock";
+    return {};
+}
+
+std::string FaultHost::CheckAllOperations(bool whole) {
     for (const Operation& operation : Operations()) {
-        m_clock->Advance(EVERYTHING_IS_OLD);
-        if (const auto problem = Run(operation); !problem.empty())
+        Prepare(operation, false);
+        Outcome outcome;
+        if (const auto problem = Run(operation, outcome); !problem.empty())
             return fmt::format("{} {}", operation.name, problem);
+        if (whole && !outcome.whole)
+            return fmt::format("{} did not give its full answer", operation.name);
         CleanUp(operation);
     }
     return {};
@@ -347,39 +395,17 @@ std::string FaultHost::CheckHealth(bool locks) {
     return InOtherThread(m_otherThread, [&]() -> std::string {
         if (const auto problem = CheckMutex(); !problem.empty())
             return problem;
-        if (locks && (!Create(*this) || !Delete(*this)))
+        if (locks && (!CreateVirtualPort(*this) || !DeleteVirtualPort(*this)))
             return "afterwards a virtual port cannot be made or deleted";
         return CompareAnswers();
     });
 }
 
 std::string FaultHost::CompareAnswers() {
-    ANSWERS answers;
     m_clock->Advance(EVERYTHING_IS_OLD);
-    std::string problem = Ask(answers);
-    if (problem.empty())
-        problem = Compare("HBAs", m_reference.hbas, answers.hbas);
-    if (problem.empty())
-        problem = Compare("fabrics", m_reference.fabrics, answers.fabrics);
-    if (problem.empty())
-        problem = Compare("ports", m_reference.ports, answers.ports);
-    if (problem.empty())
-        problem = Compare("targets", m_reference.targets, answers.targets);
-    if (problem.empty())
-        problem = Compare("VLANs", m_reference.vlans, answers.vlans);
-    if (problem.empty())
-        problem = Compare("LUNs", m_reference.luns, answers.luns);
-    if (problem.empty())
-        problem = Compare("statistics", m_reference.statistics, answers.statistics);
-    return problem;
-}
-
-std::string FaultHost::Ask(ANSWERS& answers) {
-    CQelString all;
-    const bool answered =
-        m_agent->EnumerateHBAs(all, answers.hbas, 7) && m_agent->EnumerateFabrics(all, answers.fabrics, 7) &&
-        m_agent->EnumeratePorts(all, answers.ports, 7) && m_agent->EnumerateTargets(all, answers.targets, 7) &&
-        m_agent->EnumerateVLANs(all, answers.vlans, 7) && m_agent->EnumerateLUNs(all, answers.luns, 7) &&
-        m_agent->EnumerateStatistics(all, answers.statistics, 7);
-    return answered ? "" : "afterwards an enumeration fails";
+    Answers answers;
+    if (!Ask(*m_agent, answers))
+        return "afterwards an enumeration fails";
+    const std::string problem = Compare(m_healthy, answers);
+    return problem.empty() ? problem : "afterwards " + problem;
 }

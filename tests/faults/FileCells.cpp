@@ -1,4 +1,8 @@
-// The file system: a log that cannot be written where it should be.
+// The file system: a log that cannot be written where it should be, or not at all. A folder that is not writable is a
+// file that cannot be opened, like the others here. A full disk is the C run time's write function that fails, which
+// is where the agent meets it.
+#include <fmt/format.h>
+
 #include "tests/faults/Cells.h"
 #include "tests/faults/FaultHost.h"
 #include "tests/faults/Matrix.h"
@@ -6,29 +10,18 @@
 namespace {
 
 constexpr wchar_t SUITE[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2";
+constexpr wchar_t LOG[] = L"FcoeAgnt.txt";
 
-// Loads the agent with its log in that folder and runs everything.
-std::string CheckLog(FaultHost& host, const std::wstring& folder) {
-    PrivateHive& hive = host.Suite().Hive();
-    host.Unload();
-    hive.Set(SUITE, L"InstalledDir", folder);
-    hive.Set(SUITE, L"TRACE", DWORD{1});
-    std::string problem = host.Load() ? host.CheckAllOperations() : "there is no agent";
-    if (problem.empty())
-        problem = host.CheckHealth(true);
-    host.Unload();
-    hive.Set(SUITE, L"InstalledDir", host.Suite().Folder().wstring());
-    hive.Set(SUITE, L"TRACE", DWORD{2});
-    if (!host.Load())
-        return "afterwards there is no agent";
-    return problem.empty() ? host.CheckHealth(true) : problem;
+bool HasText(const std::filesystem::path& file) {
+    std::error_code none;
+    return std::filesystem::file_size(file, none) > 0 && !none;
 }
 
 void MakeFile(const std::filesystem::path& path) {
     CloseHandle(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
 }
 
-// The environment variable for as long as the object lives.
+// The folder for temporary files for as long as the object lives.
 class ChangedTemp {
   public:
     explicit ChangedTemp(const wchar_t* value) {
@@ -41,46 +34,95 @@ class ChangedTemp {
     wchar_t m_before[MAX_PATH] = L"";
 };
 
+// Loads the agent with its log in that folder and runs everything.
+//   elsewhere  where the log is to be instead; empty: nowhere
+std::string CheckLog(FaultHost& host, const std::wstring& folder, const std::filesystem::path& elsewhere) {
+    PrivateHive& hive = host.Suite().Hive();
+    host.Unload();
+    hive.Set(SUITE, L"InstalledDir", folder);
+    std::string problem = "there is no agent";
+    if (host.Load()) {
+        host.Log().Set(AgentLog::Disk::Healthy);
+        problem = host.CheckAllOperations(true);
+        if (problem.empty())
+            problem = host.CheckHealth(true);
+    }
+    // A user who may do everything writes read-only files.
+    if (problem.empty() && !elsewhere.empty() && !HasText(elsewhere) && !HasText(std::filesystem::path(folder) / LOG))
+        problem = "the log is in no folder";
+    host.Unload();
+    hive.Set(SUITE, L"InstalledDir", host.Suite().Folder().wstring());
+    if (!host.Load())
+        return "afterwards there is no agent";
+    return problem.empty() ? host.CheckHealth(true) : problem;
+}
+
+// Nothing of the operation gets into the log; the host must not notice. When there is room again, the log goes on.
+std::string CheckFullDisk(FaultHost& host, const Operation& operation, bool cold) {
+    host.Log().Set(AgentLog::Disk::Full);
+    std::string problem = host.CheckHealthy(operation, cold);
+    if (problem.empty() && host.Log().Writes() == 0)
+        problem = "nothing was logged";
+    host.Log().Set(AgentLog::Disk::Healthy);
+    const auto Size = [&] { return ReadFileBytes(host.Suite().LogFile()).size(); };
+    const auto before = Size();
+    if (problem.empty())
+        problem = host.CheckHealth(operation.locks);
+    if (problem.empty() && Size() <= before)
+        problem = "afterwards nothing is logged";
+    host.Log().Set(AgentLog::Disk::None);
+    return problem;
+}
+
 } // namespace
 
 void RunFileCells(FaultHost& host, Matrix& matrix) {
     const TempFolder folder;
-    matrix.Row("file system", "log");
-    const auto Both = [&](const std::string& name, const std::wstring& path) {
-        matrix.Cell(name, [&] { return CheckLog(host, path); });
+    matrix.Row("file system", "log folder");
+    const auto Cells = [&](const std::string& name, const std::wstring& path) {
+        matrix.Cell(name, [&] {
+            const TempFolder temporary;
+            const ChangedTemp temp(temporary.Path().c_str());
+            return CheckLog(host, path, temporary.Path() / LOG);
+        });
         matrix.Cell(name + ", no temporary folder either", [&] {
             const ChangedTemp temp(L"Q:\\nowhere");
-            return CheckLog(host, path);
+            return CheckLog(host, path, {});
         });
         matrix.Cell(name + ", no temporary folder named", [&] {
             const ChangedTemp temp(nullptr);
-            return CheckLog(host, path);
+            return CheckLog(host, path, {});
         });
     };
-    Both("missing folder", (folder.Path() / L"missing").wstring());
-    Both("missing drive", L"Q:\\log");
-    Both("no path at all", L"<>|?*");
-    Both("very long path", folder.Path().wstring() + std::wstring(180, L'\\'));
+    Cells("missing folder", (folder.Path() / L"missing").wstring());
+    Cells("missing drive", L"Q:\\log");
+    Cells("no path at all", L"<>|?*");
+    Cells("very long path", folder.Path().wstring() + L"\\" + std::wstring(180, L'x'));
 
     const auto file = folder.Path() / L"file";
     MakeFile(file);
-    Both("folder that is a file", file.wstring());
+    Cells("folder that is a file", file.wstring());
 
     const auto readOnly = folder.Path() / L"read-only";
     std::filesystem::create_directory(readOnly);
-    MakeFile(readOnly / L"FcoeAgnt.txt");
-    SetFileAttributesW((readOnly / L"FcoeAgnt.txt").c_str(), FILE_ATTRIBUTE_READONLY);
-    Both("read-only file", readOnly.wstring());
-    SetFileAttributesW((readOnly / L"FcoeAgnt.txt").c_str(), FILE_ATTRIBUTE_NORMAL);
+    MakeFile(readOnly / LOG);
+    SetFileAttributesW((readOnly / LOG).c_str(), FILE_ATTRIBUTE_READONLY);
+    Cells("read-only file", readOnly.wstring());
+    SetFileAttributesW((readOnly / LOG).c_str(), FILE_ATTRIBUTE_NORMAL);
 
     const auto taken = folder.Path() / L"taken";
-    std::filesystem::create_directories(taken / L"FcoeAgnt.txt");
-    Both("file that is a folder", taken.wstring());
+    std::filesystem::create_directories(taken / LOG);
+    Cells("file that is a folder", taken.wstring());
 
     const auto locked = folder.Path() / L"locked";
     std::filesystem::create_directory(locked);
-    const HANDLE lock =
-        CreateFileW((locked / L"FcoeAgnt.txt").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-    Both("file in another's use", locked.wstring());
+    const HANDLE lock = CreateFileW((locked / LOG).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    Cells("file in another's use", locked.wstring());
     CloseHandle(lock);
+
+    matrix.Row("file system", "full disk");
+    for (const bool cold : {true, false})
+        for (const Operation& operation : Operations())
+            matrix.Cell(fmt::format("{}{}", cold ? "just started, " : "", operation.name),
+                        [&] { return CheckFullDisk(host, operation, cold); });
 }

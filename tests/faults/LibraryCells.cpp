@@ -38,9 +38,12 @@ constexpr FUNCTION FUNCTIONS[] = {
 
 std::vector<FaultKind> Kinds(const FUNCTION& function) {
     std::vector<FaultKind> kinds = {
-        {"missing", R"("missing": true)"}, {"exception", R"("throw": true)"},
-        {"slow", R"("delay_ms": 3)"},      {"success without work", R"("status": 0)"},
-        {"garbage", R"("garbage": true)"}, {"garbage and a failure", R"("garbage": true, "status": 1)"},
+        {"missing", R"("missing": true)", Harm::Missing},
+        {"exception", R"("throw": true)"},
+        {"slow", R"("delay_ms": 3)", Harm::None},
+        {"success without work", R"("status": 0)"},
+        {"garbage", R"("garbage": true)"},
+        {"garbage and a failure", R"("garbage": true, "status": 1)"},
     };
     for (unsigned status = 1; status <= LAST_STATUS; ++status)
         kinds.push_back({fmt::format("status {}", status), fmt::format(R"("status": {})", status)});

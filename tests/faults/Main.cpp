@@ -8,13 +8,16 @@
 #include "tests/faults/Cells.h"
 #include "tests/faults/FaultHost.h"
 #include "tests/faults/Matrix.h"
+#include "tests/kit/GuardHeap.h"
 
 int main(int argc, char** argv) {
+    if (GuardHeap::InstallIfAsked())
+        std::fputs("on the guard-page heap\n", stderr);
     Matrix::Options options;
     CLI::App app("The agent's answers to failing neighbours", "fcoefaults");
     app.add_option("--sample", options.every, "Run every Nth cell")->check(CLI::PositiveNumber)->option_text("N");
     app.add_option("--neighbour", options.neighbour, "Run the cells of one neighbour")
-        ->check(CLI::IsMember({"library", "core agent", "registry", "file system", "memory"}))
+        ->check(CLI::IsMember({"library", "core agent", "DCB service", "registry", "file system", "memory"}))
         ->option_text("NAME");
     app.add_option("--function", options.function, "Run the cells of one row of the table")->option_text("NAME");
     app.add_flag("--verbose", options.verbose, "Name each cell before it runs");
@@ -24,8 +27,8 @@ int main(int argc, char** argv) {
         Matrix matrix(options);
         FaultHost host;
         const std::pair<const char*, void (*)(FaultHost&, Matrix&)> neighbours[] = {
-            {"library", RunLibraryCells},  {"core agent", RunCoreAgentCells}, {"registry", RunRegistryCells},
-            {"file system", RunFileCells}, {"memory", RunMemoryCells},
+            {"library", RunLibraryCells},   {"core agent", RunCoreAgentCells}, {"DCB service", RunDcbCells},
+            {"registry", RunRegistryCells}, {"file system", RunFileCells},     {"memory", RunMemoryCells},
         };
         for (const auto& [name, run] : neighbours)
             if (matrix.Wants(name))

@@ -4,7 +4,7 @@
 #include "tests/faults/Matrix.h"
 
 void RunMemoryCells(FaultHost& host, Matrix& matrix) {
-    for (const auto& operation : FaultHost::Operations()) {
+    for (const auto& operation : Operations()) {
         matrix.Row("memory", operation.name);
         for (const bool cold : {false, true}) {
             const auto count = host.CountAllocations(operation, cold);

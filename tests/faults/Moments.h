@@ -24,18 +24,19 @@ inline constexpr Moment MOMENTS[] = {
 struct FaultKind {
     std::string name;
     std::string members; // of the fault's entry
+    Harm harm = Harm::Some;
 };
 
 // The cells of one function and one kind of fault: every operation at every moment.
 inline void RunMoments(FaultHost& host, Matrix& matrix, FaultHost::Neighbour neighbour, const std::string& function,
                        const FaultKind& kind, bool lasting = false) {
-    const bool always = kind.name == "missing";
     for (const Moment& moment : MOMENTS) {
-        if (always && *moment.members)
+        if (kind.harm == Harm::Missing && *moment.members)
             continue; // what is missing is missing at every call
-        const std::string fault = fmt::format(R"({{"function": "{}", {}{}}})", function, kind.members, moment.members);
-        for (const auto& operation : FaultHost::Operations())
+        const FaultHost::Fault fault = {neighbour, function,    kind.members + moment.members,
+                                        kind.harm, moment.cold, lasting};
+        for (const auto& operation : Operations())
             matrix.Cell(fmt::format("{}, {}, {}", kind.name, moment.name, operation.name),
-                        [&] { return host.CheckFault(neighbour, fault, operation, moment.cold, lasting); });
+                        [&] { return host.CheckFault(fault, operation); });
     }
 }

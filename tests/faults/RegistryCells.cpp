@@ -118,7 +118,7 @@ std::string CheckLoad(FaultHost& host, const VALUE& value, const SHAPE& shape) {
         ChangedValue changed(host, value);
         Change(changed, shape);
         if (host.Load() || host.Load()) // the second start is the one without a core agent
-            problem = host.CheckAllOperations();
+            problem = host.CheckAllOperations(false);
         host.Unload();
     }
     if (!host.Load())
@@ -132,7 +132,7 @@ std::string CheckRunning(FaultHost& host, const VALUE& value, const SHAPE& shape
     {
         ChangedValue changed(host, value);
         Change(changed, shape);
-        problem = host.CheckAllOperations();
+        problem = host.CheckAllOperations(false);
     }
     host.Restart();
     return problem.empty() ? host.CheckHealth(true) : problem;

@@ -90,6 +90,7 @@ DWORD WINAPI Watch(void* seconds) {
     if (g_wait(g_stopWatch, static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(seconds)) * 1000) == WAIT_OBJECT_0)
         return 0;
     std::fprintf(stderr, "HANG: no end in %lu s\n", static_cast<unsigned long>(reinterpret_cast<ULONG_PTR>(seconds)));
+    std::vector<std::vector<DWORD64>> stacks;
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
     THREADENTRY32 entry{};
     entry.dwSize = sizeof entry;
@@ -103,12 +104,16 @@ DWORD WINAPI Watch(void* seconds) {
         alignas(16) CONTEXT context{};
         context.ContextFlags = CONTEXT_FULL;
         if (GetThreadContext(thread, &context)) {
-            const auto frames = Walk(context);
+            stacks.push_back(Walk(context));
             std::fprintf(stderr, " thread %lx\n", entry.th32ThreadID);
-            PrintFrames(frames);
-            PrintNames(frames);
+            PrintFrames(stacks.back());
         }
         CloseHandle(thread);
+    }
+    // The names last: dbghelp may fault, or wait for what a suspended thread holds.
+    for (const auto& frames : stacks) {
+        std::fprintf(stderr, " names\n");
+        PrintNames(frames);
     }
     TerminateProcess(GetCurrentProcess(), EXIT_HUNG);
     return 0;

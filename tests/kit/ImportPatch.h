@@ -1,8 +1,13 @@
-// Replaces a function where a module imports it, for as long as the object lives.
+// Replaces a function where a module imports it.
 #pragma once
 
 #include <windows.h>
 
+// Where a module keeps the function that it imports; null: it does not. module: null for the program itself.
+void** FindImport(HMODULE module, const char* dll, const char* function);
+void StoreImport(void** slot, void* function);
+
+// For as long as the object lives.
 class ImportPatch {
   public:
     // module: null for the test program itself. The test fails when the module does not import the function.
@@ -16,8 +21,6 @@ class ImportPatch {
     bool Installed() const { return m_slot != nullptr; }
 
   private:
-    void Store(void* value);
-
     void** m_slot = nullptr;
     void* m_original = nullptr;
 };

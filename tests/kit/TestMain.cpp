@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "tests/kit/CrashReport.h"
+#include "tests/kit/GuardHeap.h"
 
 int main(int argc, char** argv) {
+    GuardHeap::InstallIfAsked();
     InstallCrashReport();
     // One case runs for seconds; a program that runs all of them may ask for more.
     const char* limit = std::getenv("FCOE_TEST_WATCHDOG");

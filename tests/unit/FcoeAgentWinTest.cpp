@@ -284,6 +284,18 @@ TEST_F(FcoeAgentWin, ThrowingInformationIsEmpty) {
     EXPECT_EQ(hba, agent->GetHBAObject(L"{A}"));
 }
 
+TEST_F(FcoeAgentWin, CoreAgentWithoutMemoryLeavesNoObjectWithoutItsSecondIdentifier) {
+    Start();
+    const auto healthy =
+        std::exchange(core.onInfo, [](const CQelString&, QEL_ADAPTER_INFO&) -> QEL_RESULT { throw std::bad_alloc(); });
+    EXPECT_THROW(agent->GetHBAObject(L"{A}"), std::bad_alloc);
+    EXPECT_TRUE(agent->m_mapHBAs.empty());
+    core.onInfo = healthy;
+    QEL_FCOE_HBA record;
+    ASSERT_TRUE(agent->GetHBAObject(L"{A}")->Get(record));
+    EXPECT_EQ(L"Display of {A}", record.strSecondId);
+}
+
 TEST_F(FcoeAgentWin, WithoutCoreAgentAnAdapterHasItsObject) {
     Register();
     core.present = false;

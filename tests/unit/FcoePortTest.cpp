@@ -262,13 +262,12 @@ TEST_F(PortList, IsReadWithTheCountedPorts) {
     std::free(std::exchange(list, nullptr));
 }
 
-TEST_F(PortList, BufferIsNotCleared) {
+// Not cleared either: zeros would be physical ports.
+TEST_F(PortList, EntriesThatTheLibraryDoesNotFillInAreNoPorts) {
     Answer(2, HBA_STATUS_OK, 2);
-    CAllocatorWatch allocator;
     Read();
-    EXPECT_EQ(list->entry[0].PortType, CAllocatorWatch::FILL);
-    EXPECT_EQ(list->entry[1].Reserved3, CAllocatorWatch::FILL);
-    std::free(std::exchange(list, nullptr));
+    EXPECT_EQ(list->entry[0].PortType, 0xFF);
+    EXPECT_EQ(list->entry[1].PortType, 0xFF);
 }
 
 TEST_F(PortList, FailedAllocationKeepsTheCount) {
@@ -310,6 +309,39 @@ TEST_F(PortList, FailureKeepsTheFirstCountAndTheList) {
     Answer(3, HBA_STATUS_ERROR, 3);
     EXPECT_EQ(Read(), 3);
     EXPECT_NE(list, nullptr);
+}
+
+// Such as one whose handle another thread is reopening.
+TEST_F(PortList, ThatCouldNotBeReadHoldsNoPorts) {
+    Answer(2, HBA_STATUS_ERROR_INVALID_HANDLE, 2);
+    EXPECT_EQ(Read(), 2);
+    ASSERT_NE(list, nullptr);
+    for (ULONG i = 0; i < 2; ++i)
+        EXPECT_EQ(list->entry[i].PortType, 0xFF);
+}
+
+TEST_F(PortList, KeepsWhatAFailedReadFilledIn) {
+    fake.GetFCPortList = [this](HBA_HANDLE, ORVAN_FC_PORT_LIST* ports) {
+        FakeHbaLibrary::FillList(ports, fake.ports);
+        return fake.CallsOf("GetFCPortList") == 1 ? HBA_STATUS_ERROR_MORE_DATA : HBA_STATUS_ERROR;
+    };
+    fake.ports = {FcPort(0, 1), FcPort(3, 2)};
+    EXPECT_EQ(Read(), 2);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->entry[0].PortType, 0);
+    EXPECT_EQ(list->entry[1].PortType, 3);
+}
+
+TEST_F(PortList, ThatHasGrownKeepsThePortsThatCouldBeRead) {
+    fake.GetFCPortList = [this](HBA_HANDLE, ORVAN_FC_PORT_LIST* ports) {
+        fake.ports.push_back(FcPort(3, fake.ports.size() + 1));
+        return FakeHbaLibrary::FillList(ports, fake.ports);
+    };
+    fake.ports = {FcPort(0, 1)};
+    EXPECT_EQ(Read(), 2);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->entry[0].PortType, 0);
+    EXPECT_EQ(list->entry[1].PortType, 3);
 }
 
 TEST_F(PortList, PortsAddedSinceTheCountAreNotLookedFor) {

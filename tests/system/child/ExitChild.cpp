@@ -1,7 +1,7 @@
 // A host that ends without unloading the agent. Usage: exit_child MODE; exit code 0 when it came to its end.
 //
 //   idle           after an enumeration
-//   enumerating    while another thread is inside an enumeration
+//   enumerating N  while another thread is inside an enumeration, N milliseconds after it began to enumerate
 //   in-library     while another thread is inside the vendor library and holds the cross-process mutex
 //   log            enumerates a hundred times and unloads; two of these run side by side
 //   change N       creates and deletes 100 virtual ports, Nth of its kind; the last one stays
@@ -113,7 +113,7 @@ int main(int argc, char** argv) {
     }
     std::thread(EnumerateForEver, agent).detach();
     if (mode == "enumerating") {
-        Sleep(20);
+        Sleep(argc > 2 ? std::atoi(argv[2]) : 0);
         return 0;
     }
     if (mode == "in-library") {

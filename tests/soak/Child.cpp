@@ -1,0 +1,224 @@
+#include "tests/soak/Child.h"
+
+#include <cstdio>
+#include <mutex>
+#include <optional>
+
+#include <windows.h>
+
+#include <tlhelp32.h>
+
+#include "Common/Src/ComOwner.h"
+#include "FcoeAgent/OrvanDcb.h"
+#include "simulator/control/SimControl.h"
+#include "tests/kit/CrashReport.h"
+#include "tests/kit/HandleCount.h"
+#include "tests/kit/HeapUse.h"
+#include "tests/soak/Crew.h"
+#include "tests/soak/LogCheck.h"
+#include "tests/system/SuiteHost.h"
+
+namespace soak {
+namespace {
+
+constexpr ULONGLONG LOAD_TIME = 5000;   // milliseconds from one load of the agent to its unload
+constexpr ULONGLONG SETTLE_TIME = 8000; // for threads of the system's that end by themselves
+constexpr unsigned WARM_UPS = 2;        // loads before the first measurement
+constexpr DWORD STEP = 5;
+
+long long CountThreads() {
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof entry;
+    long long count = 0;
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry))
+        count += entry.th32OwnerProcessID == GetCurrentProcessId();
+    CloseHandle(snapshot);
+    return count;
+}
+
+Footprint Measure() {
+    return {static_cast<long long>(BusyHeapBytes()), static_cast<long long>(CountHandles()), CountThreads()};
+}
+
+// The first connection after a start of the service may be one that the system kept from before.
+bool DcbAnswers() {
+    CQelComPointer<IOrvanDcbIoControl> control;
+    DCB_CONFIG config{};
+    const CQelBstr adapter(SysAllocString(Identifier(0).c_str()));
+    return SUCCEEDED(CoCreateInstance(__uuidof(OrvanDcbIoControl), nullptr, CLSCTX_LOCAL_SERVER,
+                                      __uuidof(IOrvanDcbIoControl), reinterpret_cast<void**>(control.Put()))) &&
+           SUCCEEDED(control.Get()->get_dcb_config(adapter.Get(), &config));
+}
+
+class Child {
+  public:
+    Child(SharedState& shared, const std::wstring& folder, unsigned child, unsigned seed)
+        : m_shared(shared), m_figures(shared.children[child]), m_child(child), m_folder(folder),
+          m_history(shared, child), m_crew(shared, m_history, child, seed, [this] { return m_host.GetAgent(); }) {}
+
+    bool Run() {
+        TakeGeneration();
+        ConnectAtOnce();
+        for (unsigned load = 0; !m_shared.stop || load <= WARM_UPS; ++load) {
+            if (!Work())
+                return false;
+            LookBehind(load);
+        }
+        m_figures.finished = 1;
+        return true;
+    }
+
+  private:
+    // The system keeps connections to its COM services: it gets to as many here as it will need.
+    static void ConnectAtOnce() {
+        CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+        std::vector<std::thread> threads;
+        for (unsigned t = 0; t < 2 * WORKERS; ++t)
+            threads.emplace_back([] {
+                for (int i = 0; i < 10; ++i)
+                    DcbAnswers();
+            });
+        for (auto& thread : threads)
+            thread.join();
+        CoUninitialize();
+    }
+
+    bool Work() {
+        // COM ends with each load of the agent: it may keep something for every service that went away during a call.
+        CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+        m_history.AgentLoaded();
+        CQelFcoeAgentIntf* const agent = m_host.GetAgent();
+        if (!agent) {
+            std::fprintf(stderr, "child %u: no agent\n", m_child);
+            return false;
+        }
+        ++m_figures.loads;
+        m_crew.Work(agent);
+        const ULONGLONG start = GetTickCount64();
+        while (GetTickCount64() - start < LOAD_TIME && !(m_shared.stop && GetTickCount64() - start > LOAD_TIME / 4))
+            Watch();
+        m_crew.Rest();
+        while (!m_crew.IsResting())
+            Watch();
+        m_host.Unload();
+        CoUninitialize();
+        return true;
+    }
+
+    // Follows the parent's changes and sees that no call is stuck.
+    void Watch() {
+        m_figures.heartbeat = static_cast<long long>(GetTickCount64());
+        if (m_shared.generationNumber != m_generation)
+            TakeGeneration();
+        FollowDcb();
+        if (const char* operation = m_crew.Blocked()) {
+            std::fprintf(stderr, "BLOCKED child %u in %s\n", m_child, operation);
+            std::fflush(stderr);
+            StartWatchdog(1); // prints the stacks and ends the process
+            Sleep(INFINITE);
+        }
+        Sleep(STEP);
+    }
+
+    void TakeGeneration() {
+        Generation generation;
+        {
+            const std::lock_guard lock(m_shared.lock);
+            generation = m_shared.generation;
+        }
+        m_history.GenerationBegins(generation);
+        SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", TopologyFile(m_folder, generation.number).c_str());
+        // A module that is loaded from now on finds it by itself.
+        for (const wchar_t* name : {L"orvanhapi.dll", L"CoreAgnt.dll", L"setupapi.dll"}) {
+            HMODULE module = nullptr;
+            if (!GetModuleHandleExW(0, name, &module))
+                continue;
+            const auto reload = reinterpret_cast<decltype(&OrvanSim_ReloadTopology)>(
+                reinterpret_cast<void*>(GetProcAddress(module, "OrvanSim_ReloadTopology")));
+            if (const char* error = reload())
+                std::fprintf(stderr, "child %u: %s\n", m_child, error);
+            FreeLibrary(module);
+        }
+        m_history.GenerationIsInUse();
+        m_generation = generation.number;
+        ++m_figures.generations;
+    }
+
+    // The service stops and starts between calls that ask it: a server that ends beside a call of it may wait for ever
+    // in the RPC of Wine 8.
+    void FollowDcb() {
+        const long step = m_shared.dcbStep;
+        if (step == m_dcbStep && m_dcbSettled)
+            return;
+        const Dcb state = DcbOf(step);
+        if (step != m_dcbStep) {
+            if (!m_dcbHeld)
+                m_crew.HoldDcbCalls();
+            m_dcbHeld = true;
+            m_history.DcbIs(state == Dcb::Running ? Dcb::Starting : state);
+            m_dcbSettled = state != Dcb::Running;
+            m_dcbStep = step;
+            m_figures.dcbStep = step;
+        }
+        if (state == Dcb::Running && DcbAnswers()) {
+            m_history.DcbIs(Dcb::Running);
+            m_dcbSettled = true;
+        }
+        if (m_dcbSettled && (state == Dcb::Running || state == Dcb::Stopped)) {
+            m_crew.ReleaseDcbCalls();
+            m_dcbHeld = false;
+        }
+    }
+
+    // With the agent unloaded: its log, the modules that it loaded, and what the process holds.
+    void LookBehind(unsigned load) {
+        for (const wchar_t* name : {L"FcoeAgnt.dll", L"orvanhapi.dll", L"CoreAgnt.dll"})
+            if (GetModuleHandleW(name))
+                ++m_figures.leftModules;
+        const LogFigures log = CheckLog(m_host.LogFile());
+        m_figures.logLines += log.lines;
+        m_figures.badLogLines += log.bad;
+        if (!log.firstBad.empty())
+            std::fprintf(stderr, "LOG child %u: %s\n", m_child, log.firstBad.c_str());
+        if (load < WARM_UPS)
+            return;
+        Footprint now = Measure();
+        const ULONGLONG start = GetTickCount64();
+        const auto HasSettled = [&] {
+            return m_figures.measured ? now.handles <= m_figures.first.handles && now.threads <= m_figures.first.threads
+                                      : GetTickCount64() - start >= SETTLE_TIME / 2;
+        };
+        while (!HasSettled() && GetTickCount64() - start < SETTLE_TIME) {
+            Watch();
+            now = Measure();
+        }
+        m_figures.last = now;
+        if (!m_figures.measured)
+            m_figures.first = now;
+        m_figures.measured = 1;
+    }
+
+    SharedState& m_shared;
+    ChildFigures& m_figures;
+    const unsigned m_child;
+    const std::wstring m_folder;
+    SuiteHost m_host;
+    History m_history;
+    Crew m_crew;
+    long long m_generation = -1;
+    long m_dcbStep = -1;
+    bool m_dcbSettled = true;
+    bool m_dcbHeld = false;
+};
+
+} // namespace
+
+int RunChild(const std::wstring& memory, const std::wstring& folder, unsigned child, unsigned seed) {
+    InstallCrashReport();
+    SharedMemory shared(memory);
+    SetEnvironmentVariableW(L"ORVAN_SIM_STATE", (folder + L"\\state.json").c_str());
+    return std::make_unique<Child>(*shared, folder, child, seed)->Run() ? 0 : 1;
+}
+
+} // namespace soak

@@ -1,0 +1,228 @@
+#include "tests/soak/Parent.h"
+
+#include <cstdio>
+#include <fstream>
+#include <mutex>
+#include <thread>
+
+#include <fmt/format.h>
+
+#include <windows.h>
+
+#include "Common/Src/ComOwner.h"
+#include "Common/Src/Helper.h"
+#include "FcoeAgent/OrvanDcb.h"
+#include "tests/kit/CrashReport.h"
+#include "tests/kit/TempFolder.h"
+#include "tests/soak/Report.h"
+#include "tests/soak/World.h"
+#include "tests/system/dcbservice/DcbSystem.h"
+
+namespace soak {
+namespace {
+
+constexpr ULONGLONG PROGRESS_INTERVAL = 10000;
+constexpr ULONGLONG SILENCE_LIMIT = 180000; // of a child that does not even watch its threads
+constexpr ULONGLONG END_LIMIT = 240000;     // from the stop to the end of the last child
+constexpr int STOP_WAITS = 1200;            // of 50 ms, for the DCB service
+constexpr unsigned KEPT_TOPOLOGIES = 100;   // files; a child may be behind
+
+void Say(const std::string& line) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+    std::fflush(stderr);
+}
+
+class Parent {
+  public:
+    Parent(double minutes, unsigned seed)
+        : m_name(L"fcoesoak-" + std::to_wstring(GetCurrentProcessId())), m_shared(m_name), m_random(seed),
+          m_minutes(minutes), m_seed(seed) {}
+
+    bool Run() {
+        SetUpDcb();
+        Publish(FirstGeneration());
+        const ULONGLONG start = GetTickCount64();
+        for (unsigned child = 0; child < CHILDREN; ++child)
+            m_children[child] = StartChild(child);
+        std::thread dcb([this] { RestartDcb(); });
+
+        const auto duration = static_cast<ULONGLONG>(m_minutes * 60000);
+        ULONGLONG progress = start;
+        while (GetTickCount64() - start < duration && AreChildrenWell()) {
+            Sleep(80 + m_random() % 400);
+            Publish(Change(m_generation, m_random));
+            if (GetTickCount64() - progress >= PROGRESS_INTERVAL) {
+                progress = GetTickCount64();
+                Say(ProgressLine(*m_shared, (progress - start) / 1000, m_dcbRestarts));
+            }
+        }
+        m_shared->stop = 1;
+        dcb.join();
+        EndChildren();
+        m_dcbObject.Reset();
+        if (!m_dcbFailure.empty())
+            m_failures.push_back(m_dcbFailure);
+        return Report(*m_shared, {m_seed, (GetTickCount64() - start) / 1000, m_generation.number + 1, m_dcbRestarts},
+                      m_failures);
+    }
+
+  private:
+    void SetUpDcb() {
+        std::vector<nlohmann::json> states;
+        for (unsigned a = 0; a < ADAPTERS; ++a) {
+            // As LinkState has it: usable, no flow control for the priority, off, off in the application feature.
+            nlohmann::json state = nlohmann::json::object();
+            if (a % 4 == 1)
+                state["pfc"] = std::vector<int>(8, 0);
+            else if (a % 4 == 2)
+                state["enabled"] = 0;
+            else if (a % 4 == 3)
+                state["app_hresult"] = 1;
+            states.push_back(state);
+        }
+        m_dcb.Simulate(states);
+        m_dcb.Start();
+        HoldDcbObject();
+    }
+
+    // The RPC of Wine 8 can wait for ever when the last object of an interface is released beside a call of it. So one
+    // object stays for as long as the service runs.
+    void HoldDcbObject() {
+        CoCreateInstance(__uuidof(OrvanDcbIoControl), nullptr, CLSCTX_LOCAL_SERVER, __uuidof(IOrvanDcbIoControl),
+                         reinterpret_cast<void**>(m_dcbObject.Put()));
+    }
+
+    Generation FirstGeneration() {
+        Generation generation;
+        generation.present = ADAPTERS;
+        for (auto& adapter : generation.adapters)
+            adapter.version = 1 + m_random() % 1000;
+        return generation;
+    }
+
+    void Publish(const Generation& generation) {
+        std::ofstream(TopologyFile(m_folder.Path(), generation.number), std::ios::binary) << TopologyText(generation);
+        m_generation = generation;
+        {
+            const std::lock_guard lock(m_shared->lock);
+            m_shared->generation = generation;
+        }
+        m_shared->generationNumber = generation.number;
+        if (generation.number >= KEPT_TOPOLOGIES) {
+            std::error_code ignored;
+            std::filesystem::remove(TopologyFile(m_folder.Path(), generation.number - KEPT_TOPOLOGIES), ignored);
+        }
+    }
+
+    HANDLE StartChild(unsigned child) {
+        wchar_t program[MAX_PATH];
+        GetModuleFileNameW(nullptr, program, MAX_PATH);
+        std::wstring command = L'"' + std::wstring(program) + L"\" --child " + std::to_wstring(child) + L" --memory " +
+                               m_name + L" --folder \"" + m_folder.Path().wstring() + L"\" --seed " +
+                               std::to_wstring(m_seed);
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION process{};
+        m_shared->children[child].heartbeat = static_cast<long long>(GetTickCount64());
+        if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+            m_failures.push_back(fmt::format("child {} was not started: error {}", child, GetLastError()));
+            return nullptr;
+        }
+        CloseHandle(process.hThread);
+        return process.hProcess;
+    }
+
+    bool AreChildrenWell() {
+        for (unsigned child = 0; child < CHILDREN; ++child) {
+            if (!m_children[child] || WaitForSingleObject(m_children[child], 0) == WAIT_OBJECT_0)
+                return false;
+            if (static_cast<long long>(GetTickCount64()) - m_shared->children[child].heartbeat >
+                static_cast<long long>(SILENCE_LIMIT))
+                return false;
+        }
+        return true;
+    }
+
+    // Takes the service one step further; a step that changes it begins when all children know.
+    void TakeDcbStep() {
+        const long step = ++m_shared->dcbStep;
+        if (DcbOf(step) == Dcb::Running || DcbOf(step) == Dcb::Stopped)
+            return;
+        for (auto& child : m_shared->children)
+            while (child.dcbStep < step && !m_shared->stop)
+                Sleep(5);
+    }
+
+    void RestartDcb() {
+        std::mt19937 random(m_seed + 1);
+        const auto Rest = [&](unsigned most) {
+            for (unsigned i = (most / 2 + random() % (most / 2)) / 50; i > 0 && !m_shared->stop; --i)
+                Sleep(50);
+        };
+        while (Rest(8000), !m_shared->stop) {
+            TakeDcbStep();
+            m_dcbObject.Reset();
+            CHelper().QelStopService(CHelper::SERVICE_DCB); // may give up before the service does
+            for (int i = 0; DcbSystem::State() != SERVICE_STOPPED; ++i) {
+                if (i == STOP_WAITS) {
+                    m_dcbFailure = "the DCB service does not stop";
+                    return;
+                }
+                Sleep(50);
+            }
+            TakeDcbStep();
+            Rest(3000);
+            TakeDcbStep();
+            m_dcb.Start();
+            HoldDcbObject();
+            TakeDcbStep();
+            ++m_dcbRestarts;
+        }
+    }
+
+    void EndChildren() {
+        const ULONGLONG start = GetTickCount64();
+        for (unsigned child = 0; child < CHILDREN; ++child) {
+            if (!m_children[child])
+                continue;
+            const ULONGLONG gone = GetTickCount64() - start;
+            const DWORD limit = static_cast<DWORD>(gone < END_LIMIT ? END_LIMIT - gone : 0);
+            if (WaitForSingleObject(m_children[child], limit) != WAIT_OBJECT_0) {
+                TerminateProcess(m_children[child], EXIT_HUNG);
+                m_failures.push_back(fmt::format("child {} did not end", child));
+            } else if (!m_shared->children[child].finished) {
+                DWORD code = 0;
+                GetExitCodeProcess(m_children[child], &code);
+                m_failures.push_back(fmt::format("child {} ended early with exit code {}", child, code));
+            }
+            CloseHandle(m_children[child]);
+        }
+    }
+
+    const std::wstring m_name;
+    SharedMemory m_shared;
+    std::mt19937 m_random;
+    const double m_minutes;
+    const unsigned m_seed;
+    TempFolder m_folder;
+    DcbSystem m_dcb;
+    CQelComPointer<IOrvanDcbIoControl> m_dcbObject;
+    Generation m_generation;
+    HANDLE m_children[CHILDREN] = {};
+    std::atomic<long long> m_dcbRestarts{0};
+    std::string m_dcbFailure; // written before its thread ends
+    std::vector<std::string> m_failures;
+};
+
+} // namespace
+
+bool RunParent(double minutes, unsigned seed) {
+    InstallCrashReport();
+    Say(fmt::format("soak: {} minutes, --seed {}", minutes, seed));
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    const bool survived = std::make_unique<Parent>(minutes, seed)->Run();
+    CoUninitialize();
+    return survived;
+}
+
+} // namespace soak

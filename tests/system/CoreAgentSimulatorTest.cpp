@@ -312,7 +312,7 @@ TEST_F(CoreAgentSimulator, WritesItsCallsToTheCallLog) {
 
 TEST_F(CoreAgentSimulator, SlotsLieWhereTheAgentsCallThem) {
     void** table = nullptr;
-    std::memcpy(&table, m_core, sizeof table);
+    std::memcpy(&table, static_cast<void*>(m_core), sizeof table);
     EXPECT_EQ("reserved slot 12\nWaitForApplyDone context=1\nreserved slot 14\nDoneLock owner=1 -> 4\n"
               "reserved slot 37\nreserved slot 78\nSupportsFcoe adapter=x -> 0\n",
               CallsOf([&] {

@@ -13,16 +13,39 @@ constexpr UINT EXIT_CRASHED = 3;
 
 ClassServer::ClassServer(void (*onIdle)())
     : m_result(CoInitializeEx(nullptr, COINIT_MULTITHREADED)), m_comInitialized(SUCCEEDED(m_result)) {
-    if (!m_comInitialized)
-        return;
+    if (m_comInitialized)
+        m_result = Offer(onIdle);
+}
+
+HRESULT ClassServer::Offer(void (*onIdle)()) {
     auto* const factory = new DcbClassFactory;
-    ComObjectCount::Remove(); // the server's own object keeps nobody busy
+    ComObjectCount::Remove(); // the server's own objects keep nobody busy
+    HRESULT result = Keep();
     ComObjectCount::OnLast(onIdle);
-    DWORD registration = 0;
-    m_result = CoRegisterClassObject(__uuidof(OrvanDcbIoControl), factory, CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE,
-                                     &registration);
-    s_registration = registration;
+    if (SUCCEEDED(result)) {
+        DWORD registration = 0;
+        result = CoRegisterClassObject(__uuidof(OrvanDcbIoControl), factory, CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE,
+                                       &registration);
+        s_registration = registration;
+    }
     factory->Release();
+    return result;
+}
+
+// One object stays marshalled for as long as the class is on offer. Wine takes an interface back when its last object
+// goes, and waits for the calls of it that are under way: for ever, when a client makes one beside that release.
+HRESULT ClassServer::Keep() {
+    CQelComPointer<IOrvanDcbIoControl> object;
+    object.Reset(new DcbIoControl);
+    HRESULT result = CreateStreamOnHGlobal(nullptr, TRUE, m_kept.Put());
+    if (SUCCEEDED(result))
+        result = CoMarshalInterface(m_kept.Get(), __uuidof(IOrvanDcbIoControl), object.Get(), MSHCTX_LOCAL, nullptr,
+                                    MSHLFLAGS_TABLESTRONG);
+    if (SUCCEEDED(result))
+        ComObjectCount::Remove();
+    else
+        m_kept.Reset();
+    return result;
 }
 
 ClassServer::~ClassServer() {
@@ -30,6 +53,12 @@ ClassServer::~ClassServer() {
     ComObjectCount::Add(); // given back by the factory's end
     if (SUCCEEDED(m_result))
         CoRevokeClassObject(s_registration);
+    if (m_kept) {
+        ComObjectCount::Add(); // given back by the end of the kept object
+        m_kept.Get()->Seek({}, STREAM_SEEK_SET, nullptr);
+        CoReleaseMarshalData(m_kept.Get());
+        m_kept.Reset();
+    }
     if (m_comInitialized)
         CoUninitialize();
 }

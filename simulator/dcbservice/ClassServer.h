@@ -5,6 +5,10 @@
 
 #include <windows.h>
 
+#include <objidl.h>
+
+#include "Common/Src/ComOwner.h"
+
 class ClassServer {
   public:
     // Result tells whether the class is on offer. COM is initialized on the calling thread, which destroys the object.
@@ -20,7 +24,11 @@ class ClassServer {
     [[noreturn]] static void Crash();
 
   private:
+    HRESULT Offer(void (*onIdle)());
+    HRESULT Keep();
+
     HRESULT m_result;
     bool m_comInitialized;
+    CQelComPointer<IStream> m_kept; // the marshalled object that stays
     static inline std::atomic<DWORD> s_registration{0};
 };

@@ -36,7 +36,11 @@ void RunModuleCells(FaultHost& host, Matrix& matrix) {
     const TempFolder folder;
     const auto noModule = folder.Path() / L"CoreAgnt.dll";
     std::ofstream(noModule) << "no module";
-    const std::pair<const char*, std::wstring> locations[] = {
+    struct Location {
+        const char* name;
+        std::wstring path;
+    };
+    const Location locations[] = {
         {"no location", L""},
         {"missing file", (folder.Path() / L"missing.dll").wstring()},
         {"missing drive", L"Q:\\CoreAgnt.dll"},
@@ -44,10 +48,10 @@ void RunModuleCells(FaultHost& host, Matrix& matrix) {
         {"file that is no module", noModule.wstring()},
     };
     matrix.Row("core agent", "module");
-    for (const auto& [name, location] : locations)
+    for (const Location& location : locations)
         for (const Operation& operation : Operations())
-            matrix.Cell(fmt::format("{}, {}", name, operation.name),
-                        [&] { return CheckWithout(host, location, operation); });
+            matrix.Cell(fmt::format("{}, {}", location.name, operation.name),
+                        [&] { return CheckWithout(host, location.path, operation); });
 }
 
 } // namespace

@@ -8,7 +8,6 @@
 
 #include <fmt/format.h>
 
-#include "Common/Src/ComOwner.h"
 #include "FcoeAgent/OrvanDcb.h"
 #include "tests/faults/Cells.h"
 #include "tests/faults/FaultHost.h"
@@ -90,10 +89,7 @@ constexpr MOMENT DCB_MOMENTS[] = {
 class Service {
   public:
     Service() { CoInitializeEx(nullptr, COINIT_MULTITHREADED); }
-    ~Service() {
-        m_object.Reset();
-        CoUninitialize();
-    }
+    ~Service() { CoUninitialize(); }
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
 
@@ -104,8 +100,6 @@ class Service {
     }
     // Absent, stopped or running.
     void Bring(DWORD state) {
-        if (state != SERVICE_RUNNING)
-            m_object.Reset();
         if (state == 0)
             return m_system.reset();
         if (!m_system)
@@ -115,14 +109,9 @@ class Service {
         if (state == SERVICE_STOPPED)
             return m_system->Stop();
         m_system->Start();
-        // The RPC of Wine 8 can wait for ever when the last object of an interface is released beside a call of it. So
-        // one object stays for as long as the service runs.
-        CoCreateInstance(__uuidof(OrvanDcbIoControl), nullptr, CLSCTX_LOCAL_SERVER, __uuidof(IOrvanDcbIoControl),
-                         reinterpret_cast<void**>(m_object.Put()));
     }
     // After a kill: until the service manager has seen it, and the service is not taken for running.
     void Settle() {
-        m_object.Reset();
         constexpr int TRIES = 10; // of ten seconds
         for (int i = 0; i < TRIES; ++i)
             if (DcbSystem::WaitFor(SERVICE_STOPPED))
@@ -132,7 +121,6 @@ class Service {
 
   private:
     std::optional<DcbSystem> m_system;
-    CQelComPointer<IOrvanDcbIoControl> m_object;
 };
 
 // A use of the service that the agent has no part in.
@@ -199,12 +187,15 @@ void RunDcbCells(FaultHost& host, Matrix& matrix) {
     const std::size_t kept = HandlesOfAKilledCall(service);
     host.ShowOnline(true);
     matrix.Row("DCB service", "itself");
-    for (const auto& [name, state] : {std::pair("absent", DWORD{0}), std::pair("stopped", DWORD{SERVICE_STOPPED})})
+    for (const DWORD state : {DWORD{0}, DWORD{SERVICE_STOPPED}})
         for (const bool cold : {true, false})
             for (const Operation& operation : Operations())
-                matrix.Cell(fmt::format("{}, {}{}", name, cold ? "just started, " : "", operation.name), [&] {
-                    return Check(host, service, state, "", {UNAVAILABLE, UNAVAILABLE}, false, 0, operation, cold);
-                });
+                matrix.Cell(
+                    fmt::format("{}, {}{}", state == 0 ? "absent" : "stopped", cold ? "just started, " : "",
+                                operation.name),
+                    [&] {
+                        return Check(host, service, state, "", {UNAVAILABLE, UNAVAILABLE}, false, 0, operation, cold);
+                    });
     for (const FUNCTION& function : FUNCTIONS) {
         matrix.Row("DCB service", function.name);
         for (const KIND& kind : KINDS) {

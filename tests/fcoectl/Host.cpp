@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/kit/StartProcess.h"
 #include "tools/fcoectl/Text.h"
 
 namespace {
@@ -70,9 +71,8 @@ Answer Host::RunProgram(const std::wstring& commandLine) {
     startup.hStdOutput = InheritedFile(outPath);
     startup.hStdError = InheritedFile(errPath);
     PROCESS_INFORMATION process{};
-    std::wstring line = L"\"" + Beside(L"fcoectl.exe").wstring() + L"\" " + commandLine;
-    const BOOL started =
-        CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+    const std::wstring line = L"\"" + Beside(L"fcoectl.exe").wstring() + L"\" " + commandLine;
+    const bool started = StartProcess(line, true, startup, process);
     CloseHandle(startup.hStdOutput);
     CloseHandle(startup.hStdError);
     EXPECT_TRUE(started);

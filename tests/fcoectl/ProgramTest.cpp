@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/fcoectl/Host.h"
+#include "tests/kit/StartProcess.h"
 
 using testing::HasSubstr;
 using testing::Not;
@@ -72,9 +73,8 @@ TEST(Program, LostOutputIsAFailure) {
     startup.hStdOutput = CreateFileW(name.c_str(), GENERIC_READ, FILE_SHARE_READ, &inherit, OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(INVALID_HANDLE_VALUE, startup.hStdOutput);
     PROCESS_INFORMATION process{};
-    std::wstring line = L"\"" + name.wstring() + L"\" explain";
-    const BOOL started =
-        CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+    const std::wstring line = L"\"" + name.wstring() + L"\" explain";
+    const bool started = StartProcess(line, true, startup, process);
     CloseHandle(startup.hStdOutput);
     ASSERT_TRUE(started);
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process.hProcess, 60000));

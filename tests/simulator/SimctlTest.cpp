@@ -8,6 +8,7 @@
 
 #include "simulator/topology/Text.h"
 #include "simulator/topology/Topology.h"
+#include "tests/kit/StartProcess.h"
 
 namespace {
 
@@ -28,9 +29,9 @@ Outcome RunSimctl(const std::wstring& arguments) {
     PROCESS_INFORMATION process{};
     wchar_t program[MAX_PATH];
     GetModuleFileNameW(nullptr, program, MAX_PATH);
-    std::wstring line =
+    const std::wstring line =
         L"\"" + (std::filesystem::path(program).parent_path() / L"simctl.exe").wstring() + L"\" " + arguments;
-    EXPECT_TRUE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process));
+    EXPECT_TRUE(StartProcess(line, true, start, process));
     CloseHandle(write);
     Outcome outcome;
     char block[4096];

@@ -2,6 +2,7 @@
 #include <set>
 
 #include "simulator/topology/Text.h"
+#include "tests/kit/StartProcess.h"
 #include "tests/kit/TempFolder.h"
 #include "tests/simulator/VendorLibrary.h"
 
@@ -27,12 +28,13 @@ std::string Generated(const VendorLibrary& library, HBA_HANDLE handle) {
 DWORD RunOther(const char* test) {
     wchar_t program[MAX_PATH];
     GetModuleFileNameW(nullptr, program, MAX_PATH);
-    std::wstring line = L"\"" + std::wstring(program) +
-                        L"\" --gtest_also_run_disabled_tests --gtest_filter=OtherProcess.DISABLED_" + sim::Wide(test);
+    const std::wstring line = L"\"" + std::wstring(program) +
+                              L"\" --gtest_also_run_disabled_tests --gtest_filter=OtherProcess.DISABLED_" +
+                              sim::Wide(test);
     STARTUPINFOW start{};
     start.cb = sizeof start;
     PROCESS_INFORMATION process{};
-    EXPECT_TRUE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &process));
+    EXPECT_TRUE(StartProcess(line, false, start, process));
     WaitForSingleObject(process.hProcess, INFINITE);
     DWORD code = 99;
     GetExitCodeProcess(process.hProcess, &code);

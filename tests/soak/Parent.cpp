@@ -9,10 +9,9 @@
 
 #include <windows.h>
 
-#include "Common/Src/ComOwner.h"
 #include "Common/Src/Helper.h"
-#include "FcoeAgent/OrvanDcb.h"
 #include "tests/kit/CrashReport.h"
+#include "tests/kit/StartProcess.h"
 #include "tests/kit/TempFolder.h"
 #include "tests/soak/Report.h"
 #include "tests/soak/World.h"
@@ -59,7 +58,6 @@ class Parent {
         m_shared->stop = 1;
         dcb.join();
         EndChildren();
-        m_dcbObject.Reset();
         if (!m_dcbFailure.empty())
             m_failures.push_back(m_dcbFailure);
         return Report(*m_shared, {m_seed, (GetTickCount64() - start) / 1000, m_generation.number + 1, m_dcbRestarts},
@@ -82,14 +80,6 @@ class Parent {
         }
         m_dcb.Simulate(states);
         m_dcb.Start();
-        HoldDcbObject();
-    }
-
-    // The RPC of Wine 8 can wait for ever when the last object of an interface is released beside a call of it. So one
-    // object stays for as long as the service runs.
-    void HoldDcbObject() {
-        CoCreateInstance(__uuidof(OrvanDcbIoControl), nullptr, CLSCTX_LOCAL_SERVER, __uuidof(IOrvanDcbIoControl),
-                         reinterpret_cast<void**>(m_dcbObject.Put()));
     }
 
     Generation FirstGeneration() {
@@ -117,14 +107,14 @@ class Parent {
     HANDLE StartChild(unsigned child) {
         wchar_t program[MAX_PATH];
         GetModuleFileNameW(nullptr, program, MAX_PATH);
-        std::wstring command = L'"' + std::wstring(program) + L"\" --child " + std::to_wstring(child) + L" --memory " +
-                               m_name + L" --folder \"" + m_folder.Path().wstring() + L"\" --seed " +
-                               std::to_wstring(m_seed);
+        const std::wstring command = L'"' + std::wstring(program) + L"\" --child " + std::to_wstring(child) +
+                                     L" --memory " + m_name + L" --folder \"" + m_folder.Path().wstring() +
+                                     L"\" --seed " + std::to_wstring(m_seed);
         STARTUPINFOW startup{};
         startup.cb = sizeof startup;
         PROCESS_INFORMATION process{};
         m_shared->children[child].heartbeat = static_cast<long long>(GetTickCount64());
-        if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+        if (!StartProcess(command, true, startup, process)) {
             m_failures.push_back(fmt::format("child {} was not started: error {}", child, GetLastError()));
             return nullptr;
         }
@@ -161,7 +151,6 @@ class Parent {
         };
         while (Rest(8000), !m_shared->stop) {
             TakeDcbStep();
-            m_dcbObject.Reset();
             CHelper().QelStopService(CHelper::SERVICE_DCB); // may give up before the service does
             for (int i = 0; DcbSystem::State() != SERVICE_STOPPED; ++i) {
                 if (i == STOP_WAITS) {
@@ -174,7 +163,6 @@ class Parent {
             Rest(3000);
             TakeDcbStep();
             m_dcb.Start();
-            HoldDcbObject();
             TakeDcbStep();
             ++m_dcbRestarts;
         }
@@ -206,7 +194,6 @@ class Parent {
     const unsigned m_seed;
     TempFolder m_folder;
     DcbSystem m_dcb;
-    CQelComPointer<IOrvanDcbIoControl> m_dcbObject;
     Generation m_generation;
     HANDLE m_children[CHILDREN] = {};
     std::atomic<long long> m_dcbRestarts{0};
@@ -219,10 +206,7 @@ class Parent {
 bool RunParent(double minutes, unsigned seed) {
     InstallCrashReport();
     Say(fmt::format("soak: {} minutes, --seed {}", minutes, seed));
-    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    const bool survived = std::make_unique<Parent>(minutes, seed)->Run();
-    CoUninitialize();
-    return survived;
+    return std::make_unique<Parent>(minutes, seed)->Run();
 }
 
 } // namespace soak

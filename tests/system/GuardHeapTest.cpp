@@ -9,6 +9,7 @@
 #include "tests/kit/CrashReport.h"
 #include "tests/kit/GuardHeap.h"
 #include "tests/kit/ImportPatch.h"
+#include "tests/kit/StartProcess.h"
 #include "tests/system/SuiteHost.h"
 
 namespace {
@@ -17,8 +18,8 @@ namespace {
 DWORD RunOnGuardHeap(const std::wstring& test) {
     wchar_t file[MAX_PATH];
     GetModuleFileNameW(nullptr, file, MAX_PATH);
-    std::wstring command = L"\"" + std::wstring(file) + L"\" --gtest_also_run_disabled_tests --gtest_filter=" +
-                           L"GuardHeapChild.DISABLED_" + test;
+    const std::wstring command = L"\"" + std::wstring(file) + L"\" --gtest_also_run_disabled_tests --gtest_filter=" +
+                                 L"GuardHeapChild.DISABLED_" + test;
     // Its crash report and its closing line are not this program's.
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     const HANDLE nowhere =
@@ -29,8 +30,7 @@ DWORD RunOnGuardHeap(const std::wstring& test) {
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = startup.hStdError = nowhere;
     PROCESS_INFORMATION process{};
-    const BOOL started =
-        CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+    const bool started = StartProcess(command, true, startup, process);
     SetEnvironmentVariableW(L"FCOE_GUARD_HEAP", nullptr);
     CloseHandle(nowhere);
     if (!started)

@@ -6,23 +6,27 @@
 #include <gtest/gtest.h>
 
 #include "tests/kit/CrashReport.h"
+#include "tests/kit/StartProcess.h"
 #include "tests/system/SuiteHost.h"
 
 namespace {
 
 HANDLE Start(const std::wstring& mode) {
-    std::wstring command = L"\"" + (ModuleFolder() / L"exit_child.exe").wstring() + L"\" " + mode;
+    const std::wstring command = L"\"" + (ModuleFolder() / L"exit_child.exe").wstring() + L"\" " + mode;
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
-    EXPECT_TRUE(
-        CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process))
-        << GetLastError();
+    if (!StartProcess(command, true, startup, process)) {
+        ADD_FAILURE() << "cannot start exit_child.exe: error " << GetLastError();
+        return nullptr;
+    }
     CloseHandle(process.hThread);
     return process.hProcess;
 }
 
 DWORD Finish(HANDLE process) {
+    if (!process)
+        return EXIT_HUNG;
     // It ends by itself after 30 s, with the stacks of its threads, unless even that hangs.
     if (WaitForSingleObject(process, 60000) != WAIT_OBJECT_0) {
         ADD_FAILURE() << "a process hangs";

@@ -8,6 +8,7 @@
 #include "Common/Src/Helper.h"
 #include "Common/Src/Owner.h"
 #include "FcoeAgent/OrvanDcb.h"
+#include "tests/kit/StartProcess.h"
 
 namespace {
 
@@ -102,11 +103,11 @@ bool DcbSystem::WaitFor(DWORD state) {
 }
 
 HANDLE DcbSystem::Launch(const std::wstring& arguments) {
-    std::wstring command = L'"' + (ProgramFolder() / L"OrvanDcb.exe").wstring() + L"\" " + arguments;
+    const std::wstring command = L'"' + (ProgramFolder() / L"OrvanDcb.exe").wstring() + L"\" " + arguments;
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
-    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
+    if (!StartProcess(command, false, startup, process)) {
         ADD_FAILURE() << "cannot start OrvanDcb.exe: error " << GetLastError();
         return nullptr;
     }

@@ -38,7 +38,8 @@ std::string Topology(const std::string& faults = "") {
 
 // A host with the agent on that topology.
 struct Suite {
-    explicit Suite(const std::string& topology = Topology()) {
+    explicit Suite(const std::string& topology = Topology(), DWORD trace = 1) {
+        host.Hive().Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2", L"TRACE", trace);
         host.Simulate(topology);
         agent = host.GetAgent();
     }
@@ -281,6 +282,80 @@ TEST(Log, ThatCannotBeWrittenInItsFolderGoesToTemp) {
     EXPECT_TRUE(host.GetAgent());
     EXPECT_TRUE(host.Logged("ENTRY:  CQelFcoeAgentWin::Initialize"));
     SetEnvironmentVariableW(L"Temp", temp);
+}
+
+// What every operation answers: results, numbers of records, error codes, names.
+std::string Answers(const std::string& faults, DWORD trace) {
+    Suite suite(Topology(faults), trace);
+    std::string answers;
+    const auto Add = [&](BOOL result, std::size_t count) {
+        answers += std::to_string(result) + ":" + std::to_string(count) + " ";
+    };
+    const auto Ask =
+        [&]<class Record, class Name>(BOOL (CQelFcoeAgentIntf::*operation)(Name, std::vector<Record>&, ULONG64)) {
+            for (const wchar_t* adapter : {L"", ADAPTER1, ADAPTER2, L"{unknown}"}) {
+                std::vector<Record> records;
+                const BOOL result = suite.Ask(operation, adapter, records);
+                Add(result, records.size());
+            }
+        };
+    std::vector<QEL_ERROR_ENTRY> errors;
+    CQelString adapter(ADAPTER1), name;
+    ULONG owner = 5;
+    const auto AddErrors = [&](BOOL result) {
+        Add(result, errors.size());
+        for (const auto& error : errors)
+            answers += std::to_string(error.ulCode) + " ";
+        errors.clear();
+    };
+    for (const wchar_t* wwpn : {L"20:02:00:1b:21:00:00:0a", L"20:02:00:1b:21:00:00:0a", L"Auto", L"no name"}) {
+        name = wwpn;
+        AddErrors(suite.agent->CreateVPort(adapter, name, errors, owner));
+    }
+    AddErrors(suite.agent->GenerateVPortWWPN(adapter, name, errors, 0));
+    Ask(&CQelFcoeAgentIntf::EnumerateHBAs);
+    Ask(&CQelFcoeAgentIntf::EnumerateFabrics);
+    Ask(&CQelFcoeAgentIntf::EnumeratePorts);
+    Ask(&CQelFcoeAgentIntf::EnumerateTargets);
+    Ask(&CQelFcoeAgentIntf::EnumerateLUNs);
+    Ask(&CQelFcoeAgentIntf::EnumerateVLANs);
+    Ask(&CQelFcoeAgentIntf::EnumerateStatistics);
+    for (const wchar_t* wwpn : {L"20:02:00:1b:21:00:00:0a", L"20:02:00:1b:21:00:00:0a", L"20:01:00:1b:21:00:00:01"}) {
+        name = wwpn;
+        AddErrors(suite.agent->DeleteVPort(adapter, name, errors, {5, 0, 0}));
+    }
+    Add(suite.agent->RefreshTargets(adapter, 0), 0);
+    EXPECT_EQ(trace != 0, suite.host.Logged("ENTRY:  CQelFcoeAgentWin::RefreshTargets"));
+    return answers;
+}
+
+TEST(Log, ThatIsOffChangesNoAnswer) {
+    EXPECT_EQ(Answers("", 1), Answers("", 0));
+    constexpr const char* FUNCTIONS[] = {"ORVAN_InitializeLibrary",
+                                         "HBA_RegisterLibraryV2",
+                                         "ORVAN_GetFCoEControllerInfo",
+                                         "ORVAN_GetFCoEControllerHandle",
+                                         "CloseAdapter",
+                                         "ORVAN_GetFCPortList",
+                                         "ORVAN_GetTargetList",
+                                         "ScsiInquiry",
+                                         "GetFcpTargetMapping",
+                                         "ScsiReadCapacityV2",
+                                         "ORVAN_GetVlanIdList",
+                                         "GetPortStatistics",
+                                         "GetAdapterAttributes",
+                                         "GetAdapterPortAttributes",
+                                         "ORVAN_CreateVPort",
+                                         "ORVAN_RemoveVPort",
+                                         "ORVAN_GeneratePortWWN",
+                                         "ORVAN_RescanScsiBus",
+                                         "StartLock",
+                                         "EnumerateAdapters"};
+    for (const char* function : FUNCTIONS)
+        for (const char* how : {"\"status\": 1", "\"throw\": true"}) {
+            const std::string fault = std::string("{\"function\": \"") + function + "\", " + how + "}";
+            EXPECT_EQ(Answers(fault, 1), Answers(fault, 0)) << fault;
+        }
 }
 
 } // namespace

@@ -449,6 +449,17 @@ TEST_F(QelDebug, LinesThatFindTheFileAtTheMaximumSizeAreDropped) {
     EXPECT_EQ((Texts{"the first finds an empty file", "one byte is left"}), MessagesOf(m_file));
 }
 
+TEST_F(QelDebug, AMessageOfAnyLengthIsWhole) {
+    ASSERT_EQ(0, Configure(3));
+    Texts expected;
+    // The header is some 70 characters, and short lines have room for 512.
+    for (std::size_t length = 380; length <= 520; ++length) {
+        m_log->Print(L"%s%d%s%lld%llX", std::wstring(length, L'x').c_str(), -12345, L"ab", 67890LL, 0xABCDEFULL);
+        expected.push_back(std::string(length, 'x') + "-12345ab67890ABCDEF");
+    }
+    EXPECT_EQ(expected, MessagesOf(m_file));
+}
+
 TEST_F(QelDebug, ErrorsAreCutAt1023Characters) {
     ASSERT_EQ(0, Configure(3));
     m_log->Error(L"f.cpp", 1, L"%s", std::wstring(1023, L'x').c_str());

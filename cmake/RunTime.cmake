@@ -1,6 +1,17 @@
-# The C++ run time that all modules share, copied beside the binaries.
+# The C++ run time that all modules share, copied beside the binaries; aligned as they are.
+function(fcoe_ask_compiler variable question)
+  execute_process(COMMAND ${FCOE_MINGW_GXX} ${question} OUTPUT_VARIABLE answer OUTPUT_STRIP_TRAILING_WHITESPACE
+                  COMMAND_ERROR_IS_FATAL ANY)
+  set(${variable} ${answer} PARENT_SCOPE)
+endfunction()
+
+fcoe_ask_compiler(objcopy -print-prog-name=objcopy)
+file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 foreach(dll libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
-  execute_process(COMMAND ${FCOE_MINGW_GXX} -print-file-name=${dll} OUTPUT_VARIABLE path
-                  OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-  file(COPY ${path} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  fcoe_ask_compiler(path -print-file-name=${dll})
+  set(copy ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${dll})
+  if(${path} IS_NEWER_THAN ${copy} OR ${CMAKE_CURRENT_LIST_FILE} IS_NEWER_THAN ${copy})
+    execute_process(COMMAND ${objcopy} --file-alignment ${FCOE_FILE_ALIGNMENT} ${path} ${copy}
+                    COMMAND_ERROR_IS_FATAL ANY)
+  endif()
 endforeach()

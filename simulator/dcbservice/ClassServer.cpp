@@ -18,47 +18,46 @@ ClassServer::ClassServer(void (*onIdle)())
 }
 
 HRESULT ClassServer::Offer(void (*onIdle)()) {
-    auto* const factory = new DcbClassFactory;
-    ComObjectCount::Remove(); // the server's own objects keep nobody busy
-    HRESULT result = Keep();
+    CQelComPointer<IClassFactory> factory(new DcbClassFactory);
+    CQelComPointer<IOrvanDcbIoControl> object(new DcbIoControl);
+    HRESULT result = Keep(factory.Get(), __uuidof(IClassFactory));
+    if (SUCCEEDED(result))
+        result = Keep(object.Get(), __uuidof(IOrvanDcbIoControl));
+    // The server's own objects keep nobody busy.
+    ComObjectCount::Remove();
+    ComObjectCount::Remove();
     ComObjectCount::OnLast(onIdle);
     if (SUCCEEDED(result)) {
         DWORD registration = 0;
-        result = CoRegisterClassObject(__uuidof(OrvanDcbIoControl), factory, CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE,
-                                       &registration);
+        result = CoRegisterClassObject(__uuidof(OrvanDcbIoControl), factory.Get(), CLSCTX_LOCAL_SERVER,
+                                       REGCLS_MULTIPLEUSE, &registration);
         s_registration = registration;
     }
-    factory->Release();
     return result;
 }
 
-// One object stays marshalled for as long as the class is on offer. Wine takes an interface back when its last object
-// goes, and waits for the calls of it that are under way: for ever, when a client makes one beside that release.
-HRESULT ClassServer::Keep() {
-    CQelComPointer<IOrvanDcbIoControl> object;
-    object.Reset(new DcbIoControl);
-    HRESULT result = CreateStreamOnHGlobal(nullptr, TRUE, m_kept.Put());
+// Both interfaces stay marshalled for as long as the class is on offer. Wine takes an interface back when the last
+// object that clients have of it goes, waits for the calls of it that are under way, and may miss that one has just
+// ended: it then waits for ever.
+HRESULT ClassServer::Keep(IUnknown* object, REFIID iid) {
+    CQelComPointer<IStream> stream;
+    HRESULT result = CreateStreamOnHGlobal(nullptr, TRUE, stream.Put());
     if (SUCCEEDED(result))
-        result = CoMarshalInterface(m_kept.Get(), __uuidof(IOrvanDcbIoControl), object.Get(), MSHCTX_LOCAL, nullptr,
-                                    MSHLFLAGS_TABLESTRONG);
+        result = CoMarshalInterface(stream.Get(), iid, object, MSHCTX_LOCAL, nullptr, MSHLFLAGS_TABLESTRONG);
     if (SUCCEEDED(result))
-        ComObjectCount::Remove();
-    else
-        m_kept.Reset();
+        m_kept.push_back(std::move(stream));
     return result;
 }
 
 ClassServer::~ClassServer() {
     ComObjectCount::OnLast(nullptr);
-    ComObjectCount::Add(); // given back by the factory's end
     if (SUCCEEDED(m_result))
         CoRevokeClassObject(s_registration);
-    if (m_kept) {
-        ComObjectCount::Add(); // given back by the end of the kept object
-        m_kept.Get()->Seek({}, STREAM_SEEK_SET, nullptr);
-        CoReleaseMarshalData(m_kept.Get());
-        m_kept.Reset();
+    for (const auto& stream : m_kept) {
+        stream.Get()->Seek({}, STREAM_SEEK_SET, nullptr);
+        CoReleaseMarshalData(stream.Get());
     }
+    m_kept.clear();
     if (m_comInitialized)
         CoUninitialize();
 }

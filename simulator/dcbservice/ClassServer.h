@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <vector>
 
 #include <windows.h>
 
@@ -25,10 +26,10 @@ class ClassServer {
 
   private:
     HRESULT Offer(void (*onIdle)());
-    HRESULT Keep();
+    HRESULT Keep(IUnknown* object, REFIID iid);
 
     HRESULT m_result;
     bool m_comInitialized;
-    CQelComPointer<IStream> m_kept; // the marshalled object that stays
+    std::vector<CQelComPointer<IStream>> m_kept; // the marshalled interfaces that stay
     static inline std::atomic<DWORD> s_registration{0};
 };

@@ -92,13 +92,15 @@ DWORD InstallService(const std::wstring& command) {
 
 DWORD StopService(SC_HANDLE service) {
     SERVICE_STATUS status{};
-    if (!ControlService(service, SERVICE_CONTROL_STOP, &status))
-        return GetLastError() == ERROR_SERVICE_NOT_ACTIVE ? NO_ERROR : GetLastError();
+    const DWORD error = ControlService(service, SERVICE_CONTROL_STOP, &status) ? NO_ERROR : GetLastError();
+    // A service may end before the manager has its answer: it is stopped all the same.
     return Poll([&]() -> std::optional<DWORD> {
         if (!QueryServiceStatus(service, &status))
             return GetLastError();
         if (status.dwCurrentState == SERVICE_STOPPED)
             return NO_ERROR;
+        if (error != NO_ERROR && status.dwCurrentState != SERVICE_STOP_PENDING)
+            return error;
         return std::nullopt;
     });
 }

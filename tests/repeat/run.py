@@ -106,6 +106,8 @@ class Repetition:
         self.seed = options.seed
         self.programs = [p for p in programs(options.build, options.leave_out) if re.search(options.only, p.name)]
         self.locks: dict[str, threading.Lock] = defaultdict(threading.Lock)
+        self.running: set[subprocess.Popen] = set()
+        self.interrupted = False
         self.runs = 0
         self.failed: dict[str, list[str]] = defaultdict(list)
         self.lost: dict[str, list[str]] = defaultdict(list)
@@ -116,12 +118,14 @@ class Repetition:
         with file.open("wb") as output:
             process = subprocess.Popen(program.command + shuffle, cwd=program.folder, stdin=subprocess.DEVNULL,
                                        stdout=output, stderr=output)
+            self.running.add(process)
             try:
                 exit_code = process.wait(program.seconds_allowed)
             except subprocess.TimeoutExpired:
                 process.kill()
                 process.wait()
                 exit_code = None
+            self.running.discard(process)
         outcome = judge(program, file.read_text(errors="replace").replace("\r\n", "\n"), exit_code)
         if outcome.verdict == PASSED:
             file.unlink()
@@ -130,8 +134,10 @@ class Repetition:
     def run_program(self, program: Program, seed: int) -> tuple[Program, Outcome, Outcome | None]:
         with self.locks[program.lock or program.name]:
             begin = time.monotonic()
+            if self.interrupted:
+                raise KeyboardInterrupt
             first = self.once(program, seed, 0)
-            second = self.once(program, seed, 1) if first.verdict == LOST else None
+            second = self.once(program, seed, 1) if first.verdict == LOST and not self.interrupted else None
             program.seconds = time.monotonic() - begin
         return program, first, second
 
@@ -161,6 +167,11 @@ class Repetition:
             line += f"  (lost by Wine, run once more: {', '.join(lost)})"
         print(line, flush=True)
 
+    def interrupt(self) -> None:
+        self.interrupted = True
+        for process in list(self.running):
+            process.kill()
+
     def times(self) -> str:
         return ", ".join(f"{p.name} {p.seconds:.0f} s" for p in sorted(self.programs, key=lambda p: -p.seconds))
 
@@ -184,8 +195,14 @@ def main() -> int:
     parser.add_argument("--only", default="", help="the programs whose name matches")
     parser.add_argument("--leave-out", default="^(fresh_clone|soak|fuzz)$", help="the labels that are not run")
     options = parser.parse_args()
-    signal.signal(signal.SIGTERM, signal.default_int_handler)
     repetition = Repetition(options)
+
+    def stop(number, frame):
+        repetition.interrupt()
+        raise KeyboardInterrupt
+
+    signal.signal(signal.SIGINT, stop)
+    signal.signal(signal.SIGTERM, stop)
     try:
         for _ in range(options.runs):
             repetition.run()

@@ -2,6 +2,9 @@
 
 #include <cstdlib>
 
+#include <objidl.h>
+
+#include "Common/Src/ComOwner.h"
 #include "simulator/dcbservice/DcbIoControl.h"
 #include "simulator/dcbservice/ServiceHost.h"
 
@@ -9,11 +12,21 @@ namespace {
 
 constexpr UINT EXIT_CRASHED = 3;
 
+// Has the interface stay marshalled until the process ends. Wine takes an interface back when the last object that
+// clients have of it goes, waits for the calls of it that are under way, and may miss that one has just ended: it then
+// waits for ever.
+HRESULT Keep(IUnknown* object, REFIID iid) {
+    CQelComPointer<IStream> stream;
+    HRESULT result = CreateStreamOnHGlobal(nullptr, TRUE, stream.Put());
+    if (SUCCEEDED(result))
+        result = CoMarshalInterface(stream.Get(), iid, object, MSHCTX_LOCAL, nullptr, MSHLFLAGS_TABLESTRONG);
+    return result;
 }
 
-ClassServer::ClassServer(void (*onIdle)())
-    : m_result(CoInitializeEx(nullptr, COINIT_MULTITHREADED)), m_comInitialized(SUCCEEDED(m_result)) {
-    if (m_comInitialized)
+} // namespace
+
+ClassServer::ClassServer(void (*onIdle)()) : m_result(CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {
+    if (SUCCEEDED(m_result))
         m_result = Offer(onIdle);
 }
 
@@ -36,30 +49,11 @@ HRESULT ClassServer::Offer(void (*onIdle)()) {
     return result;
 }
 
-// Both interfaces stay marshalled for as long as the class is on offer. Wine takes an interface back when the last
-// object that clients have of it goes, waits for the calls of it that are under way, and may miss that one has just
-// ended: it then waits for ever.
-HRESULT ClassServer::Keep(IUnknown* object, REFIID iid) {
-    CQelComPointer<IStream> stream;
-    HRESULT result = CreateStreamOnHGlobal(nullptr, TRUE, stream.Put());
-    if (SUCCEEDED(result))
-        result = CoMarshalInterface(stream.Get(), iid, object, MSHCTX_LOCAL, nullptr, MSHLFLAGS_TABLESTRONG);
-    if (SUCCEEDED(result))
-        m_kept.push_back(std::move(stream));
-    return result;
-}
-
+// COM itself is left to the end of the process, which is next: its own end would wait for calls in the same way.
 ClassServer::~ClassServer() {
     ComObjectCount::OnLast(nullptr);
     if (SUCCEEDED(m_result))
         CoRevokeClassObject(s_registration);
-    for (const auto& stream : m_kept) {
-        stream.Get()->Seek({}, STREAM_SEEK_SET, nullptr);
-        CoReleaseMarshalData(stream.Get());
-    }
-    m_kept.clear();
-    if (m_comInitialized)
-        CoUninitialize();
 }
 
 void ClassServer::Crash() {

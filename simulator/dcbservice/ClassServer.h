@@ -1,18 +1,13 @@
-// Offers the DCB service's COM class to other processes for as long as it lives.
+// Offers the DCB service's COM class to other processes for as long as it lives. One to a process, which ends after it.
 #pragma once
 
 #include <atomic>
-#include <vector>
 
 #include <windows.h>
 
-#include <objidl.h>
-
-#include "Common/Src/ComOwner.h"
-
 class ClassServer {
   public:
-    // Result tells whether the class is on offer. COM is initialized on the calling thread, which destroys the object.
+    // Result tells whether the class is on offer. Initializes COM on the calling thread.
     // onIdle: called, on any thread, whenever the last object or lock of a client is gone; may be null.
     explicit ClassServer(void (*onIdle)() = nullptr);
     ~ClassServer();
@@ -26,10 +21,7 @@ class ClassServer {
 
   private:
     HRESULT Offer(void (*onIdle)());
-    HRESULT Keep(IUnknown* object, REFIID iid);
 
     HRESULT m_result;
-    bool m_comInitialized;
-    std::vector<CQelComPointer<IStream>> m_kept; // the marshalled interfaces that stay
     static inline std::atomic<DWORD> s_registration{0};
 };

@@ -23,15 +23,6 @@ void Report(DWORD state, DWORD exitCode = NO_ERROR) {
     SetServiceStatus(g_status, &status);
 }
 
-// COM waits for the calls of its clients when it ends, and one of them may never come to its end: the service is
-// stopped all the same.
-DWORD WINAPI EndLateStop(void*) {
-    Sleep(STOP_LIMIT);
-    Report(SERVICE_STOPPED);
-    TerminateProcess(GetCurrentProcess(), NO_ERROR);
-    return 0;
-}
-
 DWORD WINAPI OnControl(DWORD control, DWORD, void*, void*) {
     switch (control) {
     case SERVICE_CONTROL_STOP:
@@ -58,8 +49,6 @@ void WINAPI Serve(DWORD, wchar_t**) {
         if (SUCCEEDED(result)) {
             Report(SERVICE_RUNNING);
             WaitForSingleObject(g_stop, INFINITE);
-            if (const HANDLE late = CreateThread(nullptr, 0, EndLateStop, nullptr, 0, nullptr))
-                CloseHandle(late);
         }
     }
     // Last of all: the process may be gone as soon as the manager knows.

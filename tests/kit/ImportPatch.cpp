@@ -1,8 +1,20 @@
 #include "tests/kit/ImportPatch.h"
 
+#include <cstddef>
 #include <cstring>
 
 #include <gtest/gtest.h>
+
+namespace {
+
+// The tables of a module may lie at any address that four divides.
+template <class T> T Read(const void* from) {
+    T value;
+    std::memcpy(&value, from, sizeof value);
+    return value;
+}
+
+} // namespace
 
 void** FindImport(HMODULE module, const char* dll, const char* function) {
     auto* base = reinterpret_cast<BYTE*>(module ? module : GetModuleHandleW(nullptr));
@@ -13,23 +25,27 @@ void** FindImport(HMODULE module, const char* dll, const char* function) {
     for (auto* d = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + directory.VirtualAddress); d->Name; ++d) {
         if (_stricmp(reinterpret_cast<char*>(base + d->Name), dll))
             continue;
-        auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + d->OriginalFirstThunk);
-        auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + d->FirstThunk);
-        for (; name->u1.AddressOfData; ++name, ++slot) {
-            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal))
+        const BYTE* name = base + d->OriginalFirstThunk;
+        BYTE* slot = base + d->FirstThunk;
+        for (ULONG_PTR entry; (entry = Read<ULONG_PTR>(name)) != 0; name += sizeof entry, slot += sizeof entry) {
+            if (IMAGE_SNAP_BY_ORDINAL(entry))
                 continue;
-            auto* byName = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-            if (std::strcmp(reinterpret_cast<char*>(byName->Name), function) == 0)
-                return reinterpret_cast<void**>(&slot->u1.Function);
+            if (std::strcmp(reinterpret_cast<char*>(base + entry + offsetof(IMAGE_IMPORT_BY_NAME, Name)), function) ==
+                0)
+                return reinterpret_cast<void**>(slot);
         }
     }
     return nullptr;
 }
 
+void* LoadImport(void** slot) {
+    return Read<void*>(slot);
+}
+
 void StoreImport(void** slot, void* function) {
     DWORD protection = 0;
     VirtualProtect(slot, sizeof function, PAGE_READWRITE, &protection);
-    *slot = function;
+    std::memcpy(slot, &function, sizeof function);
     VirtualProtect(slot, sizeof function, protection, &protection);
 }
 
@@ -39,7 +55,7 @@ ImportPatch::ImportPatch(HMODULE module, const char* dll, const char* function, 
         ADD_FAILURE() << "the module does not import " << dll << "!" << function;
         return;
     }
-    m_original = *m_slot;
+    m_original = LoadImport(m_slot);
     StoreImport(m_slot, replacement);
 }
 

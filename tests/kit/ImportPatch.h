@@ -5,6 +5,8 @@
 
 // Where a module keeps the function that it imports; null: it does not. module: null for the program itself.
 void** FindImport(HMODULE module, const char* dll, const char* function);
+// What is there. A slot need not be aligned as a pointer is.
+void* LoadImport(void** slot);
 void StoreImport(void** slot, void* function);
 
 // For as long as the object lives.

@@ -75,7 +75,7 @@ def programs(build: Path, leave_out: str) -> list[Program]:
 def judge(program: Program, text: str, exit_code: int | None) -> Outcome:
     """What a run says of itself, and what its end says of it."""
     if program.gtest:
-        failures = sorted(set(re.findall(r"^\[  FAILED  \] ([^\s,]+)", text, re.MULTILINE)))
+        failures = sorted(set(re.findall(r"^\[  FAILED  \] ([A-Za-z_][^\s,]*)", text, re.MULTILINE)))
         done = len(re.findall(r"^\[ {7}OK \]|^\[  (?:FAILED|SKIPPED)  ?\].* \(\d+ ms\)", text, re.MULTILINE))
         whole = re.search(r"^\[=+\] (\d+) tests? from .* ran\.", text, re.MULTILINE)
         started = re.findall(r"^\[ RUN      \] (\S+)", text, re.MULTILINE)

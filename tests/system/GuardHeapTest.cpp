@@ -133,9 +133,9 @@ TEST(GuardHeapChild, DISABLED_ModulesThatAreLoadedLaterUseIt) {
         // The common library may get by without the one or the other.
         void** const slot = FindImport(module, "msvcrt.dll", "free");
         ASSERT_TRUE(slot) << name;
-        EXPECT_EQ(reinterpret_cast<void*>(&GuardHeap::Free), *slot) << name;
+        EXPECT_EQ(reinterpret_cast<void*>(&GuardHeap::Free), LoadImport(slot)) << name;
         if (void** const taken = FindImport(module, "msvcrt.dll", "malloc")) {
-            EXPECT_EQ(reinterpret_cast<void*>(&GuardHeap::Allocate), *taken) << name;
+            EXPECT_EQ(reinterpret_cast<void*>(&GuardHeap::Allocate), LoadImport(taken)) << name;
         }
     }
 }

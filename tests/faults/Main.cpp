@@ -16,18 +16,12 @@ int main(int argc, char** argv) {
     Matrix::Options options;
     CLI::App app("The agent's answers to failing neighbours", "fcoefaults");
     app.add_option("--sample", options.every, "Run every Nth cell")->check(CLI::PositiveNumber)->option_text("N");
-    app.add_option("--first", options.first, "Begin the sample with this cell, 0 to N-1; all of them are the matrix")
-        ->option_text("K");
     app.add_option("--neighbour", options.neighbour, "Run the cells of one neighbour")
         ->check(CLI::IsMember({"library", "core agent", "DCB service", "registry", "file system", "memory"}))
         ->option_text("NAME");
     app.add_option("--function", options.function, "Run the cells of one row of the table")->option_text("NAME");
     app.add_flag("--verbose", options.verbose, "Name each cell before it runs");
     CLI11_PARSE(app, argc, argv);
-    if (options.first >= options.every) {
-        std::fprintf(stderr, "--first: %llu is not below the sample's %llu\n", options.first, options.every);
-        return 1;
-    }
 
     try {
         Matrix matrix(options);

@@ -85,7 +85,7 @@ void Matrix::Cell(const std::string& name, const std::function<std::string()>& r
     ROW& row = m_rows.back();
     if (!m_options.function.empty() && m_options.function != row.aspect)
         return;
-    if (m_count++ % m_options.every != m_options.first)
+    if (m_count++ % m_options.every != 0)
         return;
     const std::string whole = fmt::format("{}: {}: {}", row.neighbour, row.aspect, name);
     if (m_options.verbose)

@@ -8,8 +8,7 @@
 class Matrix {
   public:
     struct Options {
-        unsigned long long every = 1; // every so many cells one runs,
-        unsigned long long first = 0; // from this one on
+        unsigned long long every = 1; // every so many cells one runs
         std::string neighbour;        // only this one's cells; empty: all
         std::string function;         // only the rows of this function, operation or value; empty: all
         bool verbose = false;         // names each cell on stderr before it runs

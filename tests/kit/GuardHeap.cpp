@@ -22,6 +22,8 @@ constexpr std::size_t PAGES = 4u << 20; // 16 GB of addresses: what is freed is 
 constexpr std::size_t ALIGNMENT = 16;
 constexpr std::size_t WATCHED_BEFORE = 32; // bytes in front of a block that free looks at
 constexpr std::size_t LARGE = 1u << 28;    // the C run time's
+constexpr std::size_t MOST_LIVE = 25000;   // further blocks are the C run time's: each of ours takes two of the 65530
+                                           // mappings that Linux allows a process
 constexpr BYTE UNWRITTEN = 0xA5;           // what a new block holds
 constexpr BYTE WATCHED = 0xFB;             // what is around it
 
@@ -81,6 +83,8 @@ void* Take(std::size_t size) {
     const std::size_t rounded = std::max(ALIGNMENT, (size + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT);
     const std::size_t used = (rounded + PAGE - 1) / PAGE;
     const Locked locked;
+    if (g_live >= MOST_LIVE)
+        return g_malloc(size);
     const std::size_t first = TakePages(used + 1);
     if (first == PAGES)
         return nullptr;

@@ -30,8 +30,8 @@ void** FindImport(HMODULE module, const char* dll, const char* function) {
         for (ULONG_PTR entry; (entry = Read<ULONG_PTR>(name)) != 0; name += sizeof entry, slot += sizeof entry) {
             if (IMAGE_SNAP_BY_ORDINAL(entry))
                 continue;
-            if (std::strcmp(reinterpret_cast<char*>(base + entry + offsetof(IMAGE_IMPORT_BY_NAME, Name)), function) ==
-                0)
+            const BYTE* const imported = base + entry + offsetof(IMAGE_IMPORT_BY_NAME, Name);
+            if (std::strcmp(reinterpret_cast<const char*>(imported), function) == 0)
                 return reinterpret_cast<void**>(slot);
         }
     }

@@ -1,4 +1,6 @@
 // What the enumerations answer on a simulated suite, field by field.
+#include <optional>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -36,10 +38,11 @@ std::string Topology(const std::string& faults = "") {
     return text;
 }
 
-// A host with the agent on that topology.
+// A host with the agent on that topology. trace: the registry value, if there is one.
 struct Suite {
-    explicit Suite(const std::string& topology = Topology(), DWORD trace = 1) {
-        host.Hive().Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2", L"TRACE", trace);
+    explicit Suite(const std::string& topology = Topology(), std::optional<DWORD> trace = std::nullopt) {
+        if (trace)
+            host.Hive().Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2", L"TRACE", *trace);
         host.Simulate(topology);
         agent = host.GetAgent();
     }
@@ -284,7 +287,7 @@ TEST(Log, ThatCannotBeWrittenInItsFolderGoesToTemp) {
     SetEnvironmentVariableW(L"Temp", temp);
 }
 
-// What every operation answers: results, numbers of records, error codes, names.
+// What every operation answers: results, numbers of records, error codes.
 std::string Answers(const std::string& faults, DWORD trace) {
     Suite suite(Topology(faults), trace);
     std::string answers;

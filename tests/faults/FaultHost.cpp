@@ -210,7 +210,8 @@ std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, 
         }
         const std::size_t handlesNow = CountHandles();
         const unsigned openNow = SIM(m_library, OrvanSim_OpenHandles)();
-        if (handlesNow >= handles && handlesNow <= handles + keptHandles && (openNow == open || !closesAdapters))
+        if (handlesNow + keptHandles >= handles && handlesNow <= handles + keptHandles &&
+            (openNow == open || !closesAdapters))
             return {};
         problem =
             fmt::format("{} handles instead of {}, {} adapters open instead of {}", handlesNow, handles, openNow, open);

@@ -68,7 +68,8 @@ class FaultHost {
     // answer, else any outcome will do.
     std::string CheckAllOperations(bool whole);
     // The operation between hurt and heal, which concern a service that tells of the adapters' link status. isExpected:
-    // whether an adapter's status is right meanwhile. keptHandles: so many may be open more than before.
+    // whether an adapter's status is right meanwhile. keptHandles: so many may be open more than before, or
+    // fewer when an earlier operation left them.
     using LinkStatusTest = std::function<bool(std::size_t adapter, const CQelString& status)>;
     std::string CheckService(const Operation& operation, bool cold, std::size_t keptHandles,
                              const std::function<void()>& hurt, const std::function<void()>& heal,

@@ -9,6 +9,7 @@
 #include <tlhelp32.h>
 
 #include "Common/Src/ComOwner.h"
+#include "Common/Src/Owner.h"
 #include "FcoeAgent/OrvanDcb.h"
 #include "simulator/control/SimControl.h"
 #include "tests/kit/CrashReport.h"
@@ -145,8 +146,8 @@ class Child {
         ++m_figures.generations;
     }
 
-    // The service stops and starts between calls that ask it: a server that ends beside a call of it may wait for ever
-    // in the RPC of Wine 8.
+    // The service stops and starts between calls that ask it: for each that its end meets Wine 8 may keep handles in
+    // this process, and a leak of the agent's could not be told from them.
     void FollowDcb() {
         const long step = m_shared.dcbStep;
         if (step == m_dcbStep && m_dcbSettled)
@@ -203,6 +204,8 @@ class Child {
     ChildFigures& m_figures;
     const unsigned m_child;
     const std::wstring m_folder;
+    // Kept open for the same reason as DcbSystem keeps one.
+    const CQelServiceHandle m_serviceManager{OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT)};
     SuiteHost m_host;
     History m_history;
     Crew m_crew;

@@ -23,7 +23,7 @@ namespace {
 constexpr ULONGLONG PROGRESS_INTERVAL = 10000;
 constexpr ULONGLONG SILENCE_LIMIT = 180000; // of a child that does not even watch its threads
 constexpr ULONGLONG END_LIMIT = 240000;     // from the stop to the end of the last child
-constexpr int STOP_WAITS = 1200;            // of 50 ms, for the DCB service
+constexpr ULONGLONG DCB_STOP_LIMIT = 60000; // milliseconds
 constexpr unsigned KEPT_TOPOLOGIES = 100;   // files; a child may be behind
 
 void Say(const std::string& line) {
@@ -151,9 +151,10 @@ class Parent {
         };
         while (Rest(8000), !m_shared->stop) {
             TakeDcbStep();
-            CHelper().QelStopService(CHelper::SERVICE_DCB); // may give up before the service does
-            for (int i = 0; DcbSystem::State() != SERVICE_STOPPED; ++i) {
-                if (i == STOP_WAITS) {
+            // Until it has: the service may take longer than this waits.
+            const ULONGLONG start = GetTickCount64();
+            while (!CHelper().QelStopService(CHelper::SERVICE_DCB)) {
+                if (GetTickCount64() - start > DCB_STOP_LIMIT) {
                     m_dcbFailure = "the DCB service does not stop";
                     return;
                 }

@@ -39,6 +39,9 @@ DcbSystem::Turn::~Turn() {
 }
 
 DcbSystem::DcbSystem() {
+    // Wine 8 forgets handles of the service manager, ERROR_INVALID_HANDLE, when threads or processes open and close
+    // theirs at once; not those of a process that keeps one open.
+    static const CQelServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
     if (State() != 0) // a test that was killed left it
         Run(L"--uninstall");
     Simulate({});

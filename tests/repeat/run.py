@@ -53,12 +53,12 @@ class Outcome:
 
 
 def programs(build: Path, leave_out: str) -> list[Program]:
-    """The test programs that ctest knows, and its other tests."""
+    """The test programs that ctest knows, with their cases that are not disabled, and its other tests."""
     shown = subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"], check=True, capture_output=True)
     found: dict[str, Program] = {}
     for test in json.loads(shown.stdout)["tests"]:
         properties = {p["name"]: p["value"] for p in test["properties"]}
-        if any(re.search(leave_out, label) for label in properties.get("LABELS", [])):
+        if any(re.search(leave_out, label) for label in properties.get("LABELS", [])) or properties.get("DISABLED"):
             continue
         gtest = any(a.startswith("--gtest_filter=") for a in test["command"])
         command = [a for a in test["command"] if not a.startswith("--gtest_")]
@@ -77,7 +77,10 @@ def judge(program: Program, text: str, exit_code: int | None) -> Outcome:
     if program.gtest:
         failures = sorted(set(re.findall(r"^\[  FAILED  \] ([A-Za-z_][^\s,]*)", text, re.MULTILINE)))
         done = len(re.findall(r"^\[ {7}OK \]|^\[  (?:FAILED|SKIPPED)  ?\].* \(\d+ ms\)", text, re.MULTILINE))
-        whole = re.search(r"^\[=+\] (\d+) tests? from .* ran\.", text, re.MULTILINE)
+        # Of all its cases: those that start the program again show its closing lines, too.
+        whole = re.search(rf"^\[=+\] {program.cases} tests? from .* ran\.", text, re.MULTILINE)
+        if whole:  # a line of another process may have fallen into one of those counted above
+            done = program.cases
         started = re.findall(r"^\[ RUN      \] (\S+)", text, re.MULTILINE)
         here = [] if whole else [started[-1] if started else program.name]
     else:

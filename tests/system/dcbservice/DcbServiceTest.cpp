@@ -201,6 +201,12 @@ TEST_F(DcbService, WrongTopologyFailsEveryQuery) {
 TEST_F(DcbService, AnswersSeveralClientsAtOnce) {
     system.Simulate({json::object(), {{"app_hresult", 1}}, {{"app_hresult", 2}}, {{"pfc_hresult", 1}}});
     system.Start();
+    // Wine 8 destroys the proxies that a process's clients share when the last of them leaves, even while the next one
+    // takes them up, and crashes: one client stays.
+    const ComThread com;
+    CQelComPointer<IClassFactory> factory;
+    ASSERT_HRESULT_SUCCEEDED(CoGetClassObject(__uuidof(OrvanDcbIoControl), CLSCTX_LOCAL_SERVER, nullptr,
+                                              __uuidof(IClassFactory), reinterpret_cast<void**>(factory.Put())));
     constexpr ULONG LINKS[] = {0, 7, 9, 3};
     std::vector<Answer> answers[std::size(LINKS)];
     std::vector<std::thread> threads;

@@ -103,6 +103,23 @@ class CQelDebugScope {
     const HRESULT* m_phResult = nullptr;
 };
 
+// The result of a traced operation: a scope whose EXIT line shows what the operation returns.
+//
+//     CQelTracedResult traced(L"CQelFcoeFabric::Get", FALSE);
+//     return traced(CopyCached(CacheKey::FABRIC_RECORD, fabric));
+//
+// The value given at first is what the EXIT line shows when an exception ends the operation.
+template <class Result> class CQelTracedResult {
+  public:
+    CQelTracedResult(const wchar_t* pszFunction, Result initial) : m_result(initial), m_scope(pszFunction, &m_result) {}
+
+    Result operator()(Result result) { return m_result = result; }
+
+  private:
+    Result m_result; // before the scope, which reads it at its end
+    CQelDebugScope m_scope;
+};
+
 // The caller's source file, for CQelDebug::Error: its path in the project, because the build leaves out the folder that
 // the project lies in.
 #define QEL_WIDEN_TEXT(text) L##text

@@ -2,9 +2,7 @@
 
 #include <new>
 
-#include "Common/Src/CriticalSection.h"
 #include "Common/Src/Helper.h"
-#include "Common/Src/ProcessExit.h"
 #include "FcoeAgent/QelDebug.h"
 
 namespace {
@@ -19,35 +17,23 @@ HMODULE g_hModule;
 
 CQelFcoeAgentWin::CQelFcoeAgentWin() {
     CQelDebug::Instance().Configure(L"FCOEAGENT", L"FcoeAgnt.txt", 1, 0, 0);
-    InitializeCriticalSection(&m_csAgent);
 }
 
 CQelFcoeAgentWin::~CQelFcoeAgentWin() {
-    if (ProcessIsTerminating()) {
-        // The other threads are gone, with locks held perhaps, and the neighbours may be unloaded: what the agent holds
-        // is left to the system.
-        new (std::nothrow) auto(std::move(m_mapHBAs));
-        new (std::nothrow) auto(std::move(m_vecLibraries));
-        return;
+    const CQelLockGuard guard(m_csAgent);
+    FreeCoreAgent();
+    try {
+        ShutDown();
+    } catch (...) {
+        // Without memory for an orderly end the members give up the library.
+        CQelDebug::Instance().Error(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::~CQelFcoeAgentWin() - Exception caught");
     }
-    {
-        CQelCriticalSectionGuard guard(m_csAgent);
-        FreeCoreAgent();
-        try {
-            ShutDown();
-        } catch (...) {
-            // Without memory for an orderly end the members give up the library.
-            CQelDebug::Instance().Error(SOURCE_FILE, __LINE__,
-                                        L"CQelFcoeAgentWin::~CQelFcoeAgentWin() - Exception caught");
-        }
-    }
-    DeleteCriticalSection(&m_csAgent);
 }
 
 BOOL CQelFcoeAgentWin::Initialize() {
     BOOL bReturn = FALSE;
     CQelDebugScope trace(L"CQelFcoeAgentWin::Initialize", &bReturn);
-    CQelCriticalSectionGuard guard(m_csAgent);
+    const CQelLockGuard guard(m_csAgent);
     if (m_bInitialized) {
         QEL_PRINT(L"CQelFcoeAgentWin::Initialize() - Already initialized");
         bReturn = TRUE;
@@ -105,7 +91,7 @@ BOOL CQelFcoeAgentWin::GetAdaptersThatSupportFCOE(std::vector<CQelString>& vecAd
 
 std::shared_ptr<CQelFcoeHBA> CQelFcoeAgentWin::GetHBAObject(const CQelString& strAdapter) {
     CQelDebugScope trace(L"CQelFcoeAgentWin::GetHBAObject");
-    CQelCriticalSectionGuard guard(m_csAgent);
+    const CQelLockGuard guard(m_csAgent);
     if (const auto it = m_mapHBAs.find(strAdapter); it != m_mapHBAs.end())
         return it->second;
     if (!m_pLibrary)
@@ -133,7 +119,7 @@ std::shared_ptr<CQelFcoeHBA> CQelFcoeAgentWin::GetHBAObject(const CQelString& st
 BOOL CQelFcoeAgentWin::Uninstall(ULONG64) {
     BOOL bReturn = TRUE;
     CQelDebugScope trace(L"CQelFcoeAgentWin::Uninstall", &bReturn);
-    CQelCriticalSectionGuard guard(m_csAgent);
+    const CQelLockGuard guard(m_csAgent);
     ShutDown();
     return bReturn;
 }

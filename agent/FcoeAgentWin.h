@@ -10,6 +10,7 @@
 
 #include "Common/Src/QelNetAgentPvt.h"
 #include "FcoeAgent/FcoeAgentIntf.h"
+#include "FcoeAgent/QelLock.h"
 #include "hbaapi/HBAAPIInt.h"
 #include "model/FcoeHBA.h"
 
@@ -77,7 +78,7 @@ class CQelFcoeAgentWin : public CQelFcoeAgentIntf, public CQelNetAgentPvt {
     void ShutDown();
 
   protected:
-    CRITICAL_SECTION m_csAgent;
+    CQelLock m_csAgent;
     BOOL m_bInitialized = FALSE;
     CHBAAPIInt* m_pLibrary = nullptr;
     std::map<CQelString, std::shared_ptr<CQelFcoeHBA>> m_mapHBAs;

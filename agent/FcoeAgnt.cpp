@@ -7,12 +7,13 @@
 namespace {
 
 // Built when the module is loaded, destroyed when it is unloaded.
-CQelFcoeAgentWin g_agent;
+CQelLeftAtProcessEnd<CQelFcoeAgentWin> g_agent;
 
 } // namespace
 
 extern "C" CQelFcoeAgentIntf* GetFcoeAgent() {
-    return g_agent.Initialize() ? &g_agent : nullptr;
+    CQelFcoeAgentWin& agent = g_agent.Get();
+    return agent.Initialize() ? &agent : nullptr;
 }
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD dwReason, void* pReserved) {

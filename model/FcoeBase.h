@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include "FcoeAgent/HbaApi.h"
+#include "FcoeAgent/QelLock.h"
 #include "hbaapi/HBAAPIInt.h"
 #include "model/CacheCollection.h"
 #include "model/CacheKeys.h"
@@ -37,14 +38,13 @@ class CQelFcoeBase {
     // Appends the objects of a cached list in their order.
     template <class Object> bool AppendCached(LONG lKey, std::vector<std::shared_ptr<Object>>& vecOut) const;
 
-    mutable CRITICAL_SECTION m_csLock;
+    mutable CQelLock m_csLock;
     ULONG m_ulOpened; // 1 once an attempt to open the library handle has run
     CHBAAPIInt* m_pLibrary;
     CQelSharedText m_strSecondName;
     CacheCollection m_cache;
     const CQelSharedText& m_strName; // the collection's, which every object has anyway
     HBA_HANDLE m_hAdapter;           // 0: not open
-    bool m_bLockInitialised;
 };
 
 template <class Object, class Value, auto pfnReader> bool CQelFcoeBase::Refresh(void* pOwner, CacheSlot* pSlot) {

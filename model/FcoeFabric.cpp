@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include "Common/Src/CriticalSection.h"
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelResource.h"
 #include "model/ListRead.h"
@@ -59,7 +58,7 @@ CQelFcoeFabric::CQelFcoeFabric(CHBAAPIInt* pLibrary, const CQelSharedText& strNa
     : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
     CQelDebugScope trace(L"CQelFcoeFabric::CQelFcoeFabric");
     {
-        CQelCriticalSectionGuard guard(m_csLock);
+        const CQelLockGuard guard(m_csLock);
         m_ulOpened = 1;
     }
     SetupFabric(pPorts, ulKind);

@@ -3,10 +3,8 @@
 #include <cstring>
 #include <span>
 
-#include "Common/Src/CriticalSection.h"
 #include "Common/Src/DCXServiceInterface.h"
 #include "Common/Src/Owner.h"
-#include "Common/Src/ProcessExit.h"
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelResource.h"
 #include "model/FcoeFabric.h"
@@ -48,17 +46,12 @@ CQelFcoeHBA::CQelFcoeHBA(CHBAAPIInt* pLibrary, const CQelSharedText& strName, co
 }
 
 CQelFcoeHBA::~CQelFcoeHBA() {
-    if (ProcessIsTerminating()) {
-        // The library may be gone, and the lock may have been held by a thread that is.
-        m_bLockInitialised = false;
-        return;
-    }
     CQelDebugScope trace(L"CQelFcoeHBA::~CQelFcoeHBA");
     Close();
 }
 
 void CQelFcoeHBA::Close() noexcept {
-    CQelCriticalSectionGuard guard(m_csLock);
+    const CQelLockGuard guard(m_csLock);
     m_ulOpened = 0;
     if (m_hAdapter == 0)
         return;
@@ -71,7 +64,7 @@ void CQelFcoeHBA::Close() noexcept {
 
 HBA_HANDLE CQelFcoeHBA::Open() {
     CQelDebugScope trace(L"CQelFcoeHBA::Open");
-    CQelCriticalSectionGuard guard(m_csLock);
+    const CQelLockGuard guard(m_csLock);
     if (m_hAdapter != 0) {
         m_pLibrary->CloseAdapHandle(m_hAdapter);
         m_hAdapter = 0;
@@ -91,12 +84,12 @@ HBA_HANDLE CQelFcoeHBA::Open() {
 }
 
 HBA_HANDLE CQelFcoeHBA::GetHandle() const {
-    CQelCriticalSectionGuard guard(m_csLock);
+    const CQelLockGuard guard(m_csLock);
     return m_hAdapter;
 }
 
 CQelString CQelFcoeHBA::GetAdapterName() const {
-    CQelCriticalSectionGuard guard(m_csLock);
+    const CQelLockGuard guard(m_csLock);
     return m_strAdapterName;
 }
 
@@ -114,7 +107,7 @@ void CQelFcoeHBA::SetupCache() {
 
 void CQelFcoeHBA::InvalidateCache() {
     CQelDebugScope trace(L"CQelFcoeHBA::InvalidateCache");
-    CQelCriticalSectionGuard guard(m_csLock);
+    const CQelLockGuard guard(m_csLock);
     for (const LONG lKey : CACHE_KEYS)
         m_cache.Invalidate(lKey);
 }

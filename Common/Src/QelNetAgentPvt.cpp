@@ -4,9 +4,7 @@
 #include <cstddef>
 #include <new>
 
-#include "Common/Src/CriticalSection.h"
 #include "Common/Src/Helper.h"
-#include "Common/Src/ProcessExit.h"
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelRegKey.h"
 
@@ -32,21 +30,16 @@ void RestartDcbServiceIfSettingChanged() {
 
 } // namespace
 
-CQelNetAgentPvt::CQelNetAgentPvt() : m_pCoreAgent(nullptr), m_hCoreAgent(nullptr) {
-    InitializeCriticalSection(&m_csLock);
-}
+CQelNetAgentPvt::CQelNetAgentPvt() : m_pCoreAgent(nullptr), m_hCoreAgent(nullptr) {}
 
 CQelNetAgentPvt::~CQelNetAgentPvt() {
-    if (ProcessIsTerminating())
-        new (std::nothrow) auto(m_pLoaded.load()); // the module may be torn down already: it is left to the system
     FreeCoreAgent();
-    DeleteCriticalSection(&m_csLock);
 }
 
 // The messages of this pass say "UnLoad" and "to load", and it reports failures in the words of the load pass; they are
 // kept as hosts and support tools know them.
 QEL_RESULT CQelNetAgentPvt::ApplyDone_UnloadDevice(BYTE& byChanged) {
-    const CQelCriticalSectionGuard guard(m_csLock);
+    const CQelLockGuard guard(m_csLock);
     QEL_RESULT result = QEL_RESULT_NOT_DONE;
     const CQelDebugScope trace(L"CQelNetAgentPvt::ApplyDone_UnloadDevice", &result);
     RestartDcbServiceIfSettingChanged();
@@ -62,7 +55,7 @@ QEL_RESULT CQelNetAgentPvt::ApplyDone_UnloadDevice(BYTE& byChanged) {
 }
 
 QEL_RESULT CQelNetAgentPvt::ApplyDone_LoadDevice(BYTE& byChanged) {
-    const CQelCriticalSectionGuard guard(m_csLock);
+    const CQelLockGuard guard(m_csLock);
     QEL_RESULT result = QEL_RESULT_NOT_DONE;
     const CQelDebugScope trace(L"CQelNetAgentPvt::ApplyDone_LoadDevice", &result);
     if (m_vecLoadMiniports.empty()) {
@@ -122,14 +115,14 @@ QEL_RESULT CQelNetAgentPvt::QueryApplyStatus() {
 void CQelNetAgentPvt::AddForReload(const CQelString& strMiniportInst) {
     const CQelDebugScope trace(L"CQelNetAgentPvt::AddForReload");
     QEL_PRINT(L"Adding strMiniportInst=%s", strMiniportInst.c_str());
-    const CQelCriticalSectionGuard guard(m_csLock);
+    const CQelLockGuard guard(m_csLock);
     if (!strMiniportInst.empty() && std::ranges::find(m_vecLoadMiniports, strMiniportInst) == m_vecLoadMiniports.end())
         m_vecLoadMiniports.push_back(strMiniportInst);
 }
 
 void CQelNetAgentPvt::GetCoreAgntPvt() {
     const CQelDebugScope trace(L"CQelNetAgentPvt::GetCoreAgntPvt");
-    const CQelCriticalSectionGuard guard(m_csLock);
+    const CQelLockGuard guard(m_csLock);
     FreeCoreAgent();
     CQelModule module(CHelper().PwLoadLibrary(L"CoreAgnt"));
     if (!module)

@@ -10,6 +10,7 @@
 #include "Common/Src/Owner.h"
 #include "FcoeAgent/CoreAgentPvt.h"
 #include "FcoeAgent/QelDebug.h"
+#include "FcoeAgent/QelLock.h"
 #include "FcoeAgent/QelString.h"
 #include "FcoeAgent/QelTypes.h"
 
@@ -56,7 +57,7 @@ class CQelNetAgentPvt {
     template <class Call>
     bool CallCoreAgent(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszMessage, Call call);
 
-    CRITICAL_SECTION m_csLock; // guards the lists and the module handle
+    CQelLock m_csLock; // guards the lists and the module handle
     std::vector<CQelString> m_vecLoadMiniports;
     std::vector<CQelString> m_vecUnloadMiniports;
     ICoreAgentPvt* m_pCoreAgent;

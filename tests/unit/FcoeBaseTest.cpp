@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include "Common/Src/CriticalSection.h"
 #include "tests/kit/MovedClock.h"
 
 namespace {
@@ -35,7 +34,6 @@ class Object : public CQelFcoeBase {
 
     using CQelFcoeBase::AppendCached;
     using CQelFcoeBase::CopyCached;
-    using CQelFcoeBase::m_bLockInitialised;
     using CQelFcoeBase::m_cache;
     using CQelFcoeBase::m_csLock;
     using CQelFcoeBase::m_hAdapter;
@@ -62,7 +60,6 @@ TEST(FcoeBase, KeepsWhatItIsMadeWith) {
     EXPECT_TRUE(object.m_strSecondName.Text() == L"Adapter 1");
     EXPECT_EQ(7u, object.m_hAdapter);
     EXPECT_EQ(0u, object.m_ulOpened);
-    EXPECT_TRUE(object.m_bLockInitialised);
     EXPECT_TRUE(object.m_cache.GetName().Text() == L"{GUID}");
     EXPECT_FALSE(std::is_polymorphic_v<CQelFcoeBase>);
 }
@@ -157,7 +154,7 @@ TEST(FcoeBase, DestructionWaitsForAThreadInsideTheLock) {
     auto object = std::make_unique<Object>();
     std::atomic<bool> inside{false}, leaving{false};
     std::thread thread([&] {
-        CQelCriticalSectionGuard guard(object->m_csLock);
+        const CQelLockGuard guard(object->m_csLock);
         inside = true;
         Sleep(50);
         leaving = true;

@@ -4,11 +4,11 @@
 
 #include "simulator/topology/Text.h"
 #include "tests/kit/TempFolder.h"
-#include "tests/simulator/VendorLibrary.h"
+#include "tests/simulator/LoadedLibrary.h"
 
 namespace {
 
-HBA_STATUS ListVlans(const VendorLibrary& library, HBA_HANDLE handle) {
+HBA_STATUS ListVlans(const LoadedLibrary& library, HBA_HANDLE handle) {
     ORVAN_VLAN_LIST list{};
     return SIM_CALL(library, ORVAN_GetVlanIdList)(handle, &list);
 }
@@ -16,7 +16,7 @@ HBA_STATUS ListVlans(const VendorLibrary& library, HBA_HANDLE handle) {
 } // namespace
 
 TEST(Fault, StatusEndsTheCallWithoutItsWork) {
-    const VendorLibrary library(AdapterWithTargets(1, R"({"function": "ORVAN_GetTargetList", "status": 12})"));
+    const LoadedLibrary library(AdapterWithTargets(1, R"({"function": "ORVAN_GetTargetList", "status": 12})"));
     ORVAN_TARGET_LIST list{};
     list.NumberOfEntries = 1;
     EXPECT_EQ(HBA_STATUS_ERROR_UNAVAILABLE, SIM_CALL(library, ORVAN_GetTargetList)(library.Open(), &list));
@@ -25,7 +25,7 @@ TEST(Fault, StatusEndsTheCallWithoutItsWork) {
 }
 
 TEST(Fault, CountIsWrittenBackWithAnyStatus) {
-    const VendorLibrary library(
+    const LoadedLibrary library(
         AdapterWithTargets(1, R"({"function": "ORVAN_GetTargetList", "status": 7, "count": 0, "on_call": 1},
                                  {"function": "ORVAN_GetTargetList", "status": 0, "count": 5, "on_call": 2},
                                  {"function": "ORVAN_GetTargetList", "count": 9, "on_call": 3})"));
@@ -40,7 +40,7 @@ TEST(Fault, CountIsWrittenBackWithAnyStatus) {
 }
 
 TEST(Fault, ShowsOnItsCallAndAsOftenAsItSays) {
-    const VendorLibrary library(
+    const LoadedLibrary library(
         OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "status": 10, "on_call": 2, "times": 2})"));
     const HBA_HANDLE handle = library.Open();
     for (const HBA_STATUS expected : {0, 10, 10, 0, 0})
@@ -48,7 +48,7 @@ TEST(Fault, ShowsOnItsCallAndAsOftenAsItSays) {
 }
 
 TEST(Fault, OnCallAloneMeansOnce) {
-    const VendorLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "status": 10, "on_call": 2})"));
+    const LoadedLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "status": 10, "on_call": 2})"));
     const HBA_HANDLE handle = library.Open();
     for (const HBA_STATUS expected : {0, 10, 0})
         EXPECT_EQ(expected, ListVlans(library, handle));
@@ -59,19 +59,19 @@ TEST(Fault, ConcernsOneAdapterWhenItNamesOne) {
     std::string text = built.substr(0, built.rfind("\"faults\""));
     text += R"("faults": [{"function": "ORVAN_GetVlanIdList", "status": 10,
                            "adapter": "{5b2c7a10-3d4e-4f60-8a71-92b3c4d5e6f2}"}]})";
-    const VendorLibrary library(text);
+    const LoadedLibrary library(text);
     EXPECT_NE(10u, ListVlans(library, library.Open("com.orvan-CX20-1")));
     EXPECT_EQ(10u, ListVlans(library, library.Open("com.orvan-CX20-2")));
 }
 
 TEST(Fault, ThrowsOutOfTheLibrary) {
-    const VendorLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "throw": true})"));
+    const LoadedLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "throw": true})"));
     const HBA_HANDLE handle = library.Open();
     EXPECT_THROW(ListVlans(library, handle), std::runtime_error);
 }
 
 TEST(Fault, DelaysTheCall) {
-    const VendorLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "delay_ms": 60})"));
+    const LoadedLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "delay_ms": 60})"));
     const HBA_HANDLE handle = library.Open();
     LARGE_INTEGER frequency, before, after;
     QueryPerformanceFrequency(&frequency);
@@ -82,7 +82,7 @@ TEST(Fault, DelaysTheCall) {
 }
 
 TEST(Fault, GarbageFillsOutputsWithinTheirRoom) {
-    const VendorLibrary library(AdapterWithTargets(3, R"({"function": "ORVAN_GetTargetList", "garbage": true},
+    const LoadedLibrary library(AdapterWithTargets(3, R"({"function": "ORVAN_GetTargetList", "garbage": true},
         {"function": "GetPortStatistics", "garbage": true, "status": 1}, {"function": "ScsiInquiry", "garbage": true},
         {"function": "ORVAN_GetFCoEControllerInfo", "garbage": true})"));
     const HBA_HANDLE handle = library.Open();
@@ -112,7 +112,7 @@ TEST(Fault, GarbageFillsOutputsWithinTheirRoom) {
 }
 
 TEST(Fault, MissingExportsAreGoneAndComeBack) {
-    const VendorLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "missing": true},
+    const LoadedLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "missing": true},
                                                    {"function": "HBA_RegisterLibraryV2", "missing": true})"));
     EXPECT_FALSE(SIM_CALL(library, ORVAN_GetVlanIdList));
     EXPECT_FALSE(SIM_CALL(library, HBA_RegisterLibraryV2));
@@ -133,17 +133,17 @@ TEST(Fault, ConfiguredMissingExportsAreGoneFromTheStart) {
     CloseHandle(handle);
     SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", file.c_str());
     {
-        const VendorLibrary library;
+        const LoadedLibrary library;
         EXPECT_FALSE(SIM_CALL(library, ORVAN_InitializeLibrary));
         EXPECT_TRUE(SIM_CALL(library, ORVAN_GetFCoEControllerInfo));
     }
     SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", nullptr);
-    const VendorLibrary library;
+    const LoadedLibrary library;
     EXPECT_TRUE(SIM_CALL(library, ORVAN_InitializeLibrary));
 }
 
 TEST(Fault, UnterminatedTextsFillTheirArrays) {
-    const VendorLibrary library(OneAdapter(R"(, "attributes": {"model": "CX-20"})",
+    const LoadedLibrary library(OneAdapter(R"(, "attributes": {"model": "CX-20"})",
                                            R"({"function": "GetAdapterAttributes", "unterminated": true},
                                               {"function": "ORVAN_GetFCoEControllerInfo", "unterminated": true})"));
     HBA_ADAPTERATTRIBUTES attributes;
@@ -160,7 +160,7 @@ TEST(Fault, UnterminatedTextsFillTheirArrays) {
 }
 
 TEST(Fault, DisarmedOnesDoNotShowAndArmedOnesCountAnew) {
-    const VendorLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "status": 10, "on_call": 2},
+    const LoadedLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "status": 10, "on_call": 2},
                                                    {"function": "ORVAN_GetTargetList", "missing": true})"));
     const HBA_HANDLE handle = library.Open();
     const auto arm = SIM_CALL(library, OrvanSim_ArmFaults);
@@ -176,14 +176,14 @@ TEST(Fault, DisarmedOnesDoNotShowAndArmedOnesCountAnew) {
 }
 
 TEST(Fault, MissingHandlerIsNullInTheTable) {
-    const VendorLibrary library(OneAdapter("", R"({"function": "ScsiReadCapacityV2", "missing": true})"));
+    const LoadedLibrary library(OneAdapter("", R"({"function": "ScsiReadCapacityV2", "missing": true})"));
     const auto table = library.Table();
     EXPECT_FALSE(table.ScsiReadCapacityV2Handler);
     EXPECT_TRUE(table.ScsiInquiryHandler);
 }
 
 TEST(Fault, WrongTopologyFailsEveryFunctionAndSaysWhy) {
-    const VendorLibrary library(OneAdapter());
+    const LoadedLibrary library(OneAdapter());
     const HBA_HANDLE handle = library.Open();
     const std::string error = SIM_CALL(library, OrvanSim_LoadTopology)("{\"adapters\": 5}");
     EXPECT_EQ("topology text: /adapters: expected a list, found 5", error);
@@ -201,7 +201,7 @@ TEST(Fault, WrongTopologyFailsEveryFunctionAndSaysWhy) {
 // --- Records of the calls --------------------------------------------------------------------------------------------
 
 TEST(Calls, OneLineEach) {
-    const VendorLibrary library(AdapterWithTargets(3, R"({"function": "ORVAN_GetVlanIdList", "throw": true})"));
+    const LoadedLibrary library(AdapterWithTargets(3, R"({"function": "ORVAN_GetVlanIdList", "throw": true})"));
     const HBA_HANDLE handle = library.Open();
     SIM_CALL(library, OrvanSim_RecordCalls)(1);
     ORVAN_TARGET_LIST list{};
@@ -229,7 +229,7 @@ TEST(Calls, AreAppendedToTheFileThatTheVariableNames) {
     const auto file = folder.Path() / L"calls.txt";
     SetEnvironmentVariableW(L"ORVAN_SIM_CALLS", file.c_str());
     for (int i = 0; i < 2; ++i) {
-        const VendorLibrary library(OneAdapter());
+        const LoadedLibrary library(OneAdapter());
         SIM_CALL(library, ORVAN_InitializeLibrary)();
         SIM_CALL(library, OrvanSim_LoadTopology)("{}");
     }
@@ -240,7 +240,7 @@ TEST(Calls, AreAppendedToTheFileThatTheVariableNames) {
 }
 
 TEST(Calls, FromManyThreadsAreAllCounted) {
-    const VendorLibrary library(AdapterWithTargets(3));
+    const LoadedLibrary library(AdapterWithTargets(3));
     const HBA_HANDLE handle = library.Open();
     const auto list = SIM_CALL(library, ORVAN_GetTargetList);
     std::vector<std::thread> threads;

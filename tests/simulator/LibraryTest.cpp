@@ -3,7 +3,7 @@
 
 #include "simulator/topology/HexFile.h"
 #include "simulator/topology/Text.h"
-#include "tests/simulator/VendorLibrary.h"
+#include "tests/simulator/LoadedLibrary.h"
 
 namespace {
 
@@ -51,14 +51,14 @@ std::vector<std::uint8_t> Recorded(const char* file) {
 } // namespace
 
 TEST(Library, ListsNeverExceedTheirRoomAndTellWhatExists) {
-    const VendorLibrary library(AdapterWithTargets(3));
+    const LoadedLibrary library(AdapterWithTargets(3));
     const HBA_HANDLE handle = library.Open();
     ExpectHonestCounts<ORVAN_TARGET_LIST>(SIM_CALL(library, ORVAN_GetTargetList), handle);
     ExpectHonestCounts<HBA_FCPTARGETMAPPING>(library.Table().GetFcpTargetMappingHandler, handle);
 }
 
 TEST(Library, PortAndVlanListsNeverExceedTheirRoom) {
-    const VendorLibrary library(OneAdapter(R"(, "vlans": [{"id": 1}, {"id": 100, "state": 2}, {"id": 4095}],
+    const LoadedLibrary library(OneAdapter(R"(, "vlans": [{"id": 1}, {"id": 100, "state": 2}, {"id": 4095}],
         "ports": [{}, {"type": 2, "port_wwn": "20:01:02:05:7C:00:00:01"},
                   {"type": 3, "port_wwn": "20:02:02:05:7C:00:00:01"}])"));
     const HBA_HANDLE handle = library.Open();
@@ -70,7 +70,7 @@ TEST(Library, PortAndVlanListsNeverExceedTheirRoom) {
 }
 
 TEST(Library, AdapterKeepsItsHandleAndClosedOnesAreRefused) {
-    const VendorLibrary library(OneAdapter());
+    const LoadedLibrary library(OneAdapter());
     const auto table = library.Table();
     const HBA_HANDLE handle = library.Open();
     HBA_PORTSTATISTICS statistics;
@@ -86,7 +86,7 @@ TEST(Library, AdapterKeepsItsHandleAndClosedOnesAreRefused) {
 }
 
 TEST(Library, FindsTheControllerOfADevice) {
-    const VendorLibrary library(OneAdapter(R"(, "library_name": "com.example-7", "controller": 9)"));
+    const LoadedLibrary library(OneAdapter(R"(, "library_name": "com.example-7", "controller": 9)"));
     const auto find = SIM_CALL(library, ORVAN_GetFCoEControllerInfo);
     HBA_UINT32 controller = 0;
     char name[ORVAN_NAME_SIZE];
@@ -98,7 +98,7 @@ TEST(Library, FindsTheControllerOfADevice) {
 }
 
 TEST(Library, DoesNotKnowAdaptersWithoutFcoe) {
-    const VendorLibrary library(OneAdapter(R"(, "supports_fcoe": false)"));
+    const LoadedLibrary library(OneAdapter(R"(, "supports_fcoe": false)"));
     HBA_UINT32 controller = 0;
     char name[ORVAN_NAME_SIZE];
     EXPECT_EQ(HBA_STATUS_ERROR_ILLEGAL_INDEX,
@@ -107,7 +107,7 @@ TEST(Library, DoesNotKnowAdaptersWithoutFcoe) {
 }
 
 TEST(Library, HandsOutAllHandlersAndSaysWhichItDoesNotSupport) {
-    const VendorLibrary library(OneAdapter());
+    const LoadedLibrary library(OneAdapter());
     const auto table = library.Table();
     HBA_UNUSEDFUNC handlers[sizeof table / sizeof(HBA_UNUSEDFUNC)];
     std::memcpy(handlers, &table, sizeof table);
@@ -121,7 +121,7 @@ TEST(Library, HandsOutAllHandlersAndSaysWhichItDoesNotSupport) {
 }
 
 TEST(Library, ShowsAttributesOfTheTopology) {
-    const VendorLibrary library(OneAdapter(R"(, "attributes": {"model": "Größe 7", "manufacturer":
+    const LoadedLibrary library(OneAdapter(R"(, "attributes": {"model": "Größe 7", "manufacturer":
         "0123456789012345678901234567890123456789012345678901234567890123"})"));
     HBA_ADAPTERATTRIBUTES attributes;
     EXPECT_EQ(HBA_STATUS_OK, library.Table().GetAdapterAttributesHandler(library.Open(), &attributes));
@@ -131,7 +131,7 @@ TEST(Library, ShowsAttributesOfTheTopology) {
 }
 
 TEST(Library, HasPort0Only) {
-    const VendorLibrary library(OneAdapter());
+    const LoadedLibrary library(OneAdapter());
     const HBA_HANDLE handle = library.Open();
     HBA_PORTATTRIBUTES attributes;
     EXPECT_EQ(HBA_STATUS_OK, library.Table().GetAdapterPortAttributesHandler(handle, 0, &attributes));
@@ -141,7 +141,7 @@ TEST(Library, HasPort0Only) {
 }
 
 TEST(Library, CountersGrowAndUnsupportedOnesStay) {
-    const VendorLibrary library(OneAdapter(R"(, "statistics": {"tx_frames": 1000, "rx_frames": -1, "nos_count": 5},
+    const LoadedLibrary library(OneAdapter(R"(, "statistics": {"tx_frames": 1000, "rx_frames": -1, "nos_count": 5},
         "statistics_per_second": {"tx_frames": 10, "rx_frames": 10})"));
     HBA_PORTSTATISTICS statistics;
     const ULONGLONG before = GetTickCount64() / 1000;
@@ -154,7 +154,7 @@ TEST(Library, CountersGrowAndUnsupportedOnesStay) {
 }
 
 TEST(Library, TellsThePropertiesOfBothSides) {
-    const VendorLibrary library(OneAdapter(R"(, "properties": {"remote_page_file": true})"));
+    const LoadedLibrary library(OneAdapter(R"(, "properties": {"remote_page_file": true})"));
     ORVAN_FC_NIC_PROPERTIES properties{};
     EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_GetFCAndNICProperties)(library.Open(), &properties));
     EXPECT_STREQ("\\DEVICE\\{11111111-2222-4333-8444-555555555501}", properties.NetworkInstance);
@@ -175,11 +175,11 @@ class Scsi : public testing::Test {
         return "\"" + std::filesystem::path(std::filesystem::path(FCOE_TEST_DATA) / "scsi" / name).generic_string() +
                "\"";
     }
-    HBA_STATUS Inquiry(const VendorLibrary& library, HBA_UINT8 evpd, HBA_UINT32 page, HBA_UINT64 lun = 0) {
+    HBA_STATUS Inquiry(const LoadedLibrary& library, HBA_UINT8 evpd, HBA_UINT32 page, HBA_UINT64 lun = 0) {
         return library.Table().ScsiInquiryHandler(library.Open(), TARGET, lun, evpd, page, m_rsp, sizeof m_rsp, m_sense,
                                                   sizeof m_sense);
     }
-    HBA_STATUS ReadCapacity(const VendorLibrary& library, HBA_UINT64 lun = 0) {
+    HBA_STATUS ReadCapacity(const LoadedLibrary& library, HBA_UINT64 lun = 0) {
         m_rspSize = sizeof m_rsp;
         m_senseSize = sizeof m_sense;
         return library.Table().ScsiReadCapacityV2Handler(library.Open(), {}, TARGET, lun, m_rsp, &m_rspSize, &m_status,
@@ -196,33 +196,33 @@ class Scsi : public testing::Test {
 };
 
 TEST_F(Scsi, InquiryHasTheStandardLayout) {
-    const VendorLibrary library(TargetWith(R"(, "vendor": "ACME", "product": "Disk", "revision": "2")", ""));
+    const LoadedLibrary library(TargetWith(R"(, "vendor": "ACME", "product": "Disk", "revision": "2")", ""));
     EXPECT_EQ(HBA_STATUS_OK, Inquiry(library, 0, 0));
     EXPECT_EQ(0, m_rsp[0]);
     EXPECT_EQ(0, std::memcmp(m_rsp + 8, "ACME    Disk            2   ", 28));
 }
 
 TEST_F(Scsi, TargetAnswersInquiryForAUnitThatItDoesNotHave) {
-    const VendorLibrary library(TargetWith("", ""));
+    const LoadedLibrary library(TargetWith("", ""));
     EXPECT_EQ(HBA_STATUS_OK, Inquiry(library, 0, 0, 0x0900));
     EXPECT_EQ(0x7F, m_rsp[0]);
 }
 
 TEST_F(Scsi, SerialNumberPageCarriesItsLength) {
-    const VendorLibrary library(TargetWith(R"(, "serial": " SN 1 ")", ""));
+    const LoadedLibrary library(TargetWith(R"(, "serial": " SN 1 ")", ""));
     EXPECT_EQ(HBA_STATUS_OK, Inquiry(library, 1, 0x80));
     EXPECT_EQ((std::vector<std::uint8_t>{0, 0x80, 0, 6, ' ', 'S', 'N', ' ', '1', ' ', 0}), Response(11));
 }
 
 TEST_F(Scsi, UnknownPageIsAnIllegalRequest) {
-    const VendorLibrary library(TargetWith("", ""));
+    const LoadedLibrary library(TargetWith("", ""));
     EXPECT_EQ(HBA_STATUS_SCSI_CHECK_CONDITION, Inquiry(library, 1, 0xB7));
     EXPECT_EQ(5, m_sense[2]);
     EXPECT_EQ(0x24, m_sense[12]);
 }
 
 TEST_F(Scsi, RecordedResponsesComeBackAsTheyAre) {
-    const VendorLibrary library(
+    const LoadedLibrary library(
         TargetWith(", \"inquiry\": " + File("inquiry-512.hex") + ", \"vpd_80\": " + File("vpd80-512.hex"),
                    "\"read_capacity_16\": " + File("capacity16-large.hex") +
                        ", \"read_capacity_10\": " + File("capacity10-large.hex")));
@@ -237,7 +237,7 @@ TEST_F(Scsi, RecordedResponsesComeBackAsTheyAre) {
 // What the library makes of a size is what a real disk of that size says, down to the bytes that describe the disk's
 // layout and provisioning.
 TEST_F(Scsi, CapacityAgreesWithARealDiskOfTheSameSize) {
-    const VendorLibrary library(TargetWith("", R"("blocks": 6442450944)"));
+    const LoadedLibrary library(TargetWith("", R"("blocks": 6442450944)"));
     EXPECT_EQ(HBA_STATUS_OK, ReadCapacity(library));
     EXPECT_EQ(32u, m_rspSize);
     auto real = Recorded("capacity16-large.hex");
@@ -247,7 +247,7 @@ TEST_F(Scsi, CapacityAgreesWithARealDiskOfTheSameSize) {
 }
 
 TEST_F(Scsi, CapacityOf10BytesSaturates) {
-    const VendorLibrary library(TargetWith("", R"("blocks": 6442450944, "read_capacity": 10)"));
+    const LoadedLibrary library(TargetWith("", R"("blocks": 6442450944, "read_capacity": 10)"));
     EXPECT_EQ(HBA_STATUS_OK, ReadCapacity(library));
     EXPECT_EQ(8u, m_rspSize);
     EXPECT_EQ(Recorded("capacity10-large.hex"), Response(8));
@@ -259,7 +259,7 @@ TEST_F(Scsi, CapacityOf10BytesSaturates) {
 }
 
 TEST_F(Scsi, CheckConditionsComeFirstAndOnce) {
-    const VendorLibrary library(TargetWith("", R"("blocks": 4097, "check_conditions": 2)"));
+    const LoadedLibrary library(TargetWith("", R"("blocks": 4097, "check_conditions": 2)"));
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(HBA_STATUS_SCSI_CHECK_CONDITION, ReadCapacity(library));
         EXPECT_EQ(2, m_status);
@@ -273,7 +273,7 @@ TEST_F(Scsi, CheckConditionsComeFirstAndOnce) {
 }
 
 TEST_F(Scsi, RefusesUnknownTargetsAndUnits) {
-    const VendorLibrary library(TargetWith("", ""));
+    const LoadedLibrary library(TargetWith("", ""));
     EXPECT_EQ(HBA_STATUS_ERROR_INVALID_LUN, ReadCapacity(library, 0x0900));
     HBA_UINT32 size = sizeof m_rsp;
     EXPECT_EQ(HBA_STATUS_ERROR_ILLEGAL_WWN,
@@ -282,7 +282,7 @@ TEST_F(Scsi, RefusesUnknownTargetsAndUnits) {
 }
 
 TEST_F(Scsi, ResponseIsCutToTheBuffer) {
-    const VendorLibrary library(TargetWith(R"(, "vendor": "ACME")", ""));
+    const LoadedLibrary library(TargetWith(R"(, "vendor": "ACME")", ""));
     std::memset(m_rsp, 0xCC, sizeof m_rsp);
     EXPECT_EQ(HBA_STATUS_OK,
               library.Table().ScsiInquiryHandler(library.Open(), TARGET, 0, 0, 0, m_rsp, 10, m_sense, sizeof m_sense));

@@ -4,7 +4,7 @@
 #include "simulator/topology/Text.h"
 #include "tests/kit/StartProcess.h"
 #include "tests/kit/TempFolder.h"
-#include "tests/simulator/VendorLibrary.h"
+#include "tests/simulator/LoadedLibrary.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ const std::string NPIV_TARGET =
 
 using Names = std::vector<std::string>;
 
-std::string Generated(const VendorLibrary& library, HBA_HANDLE handle) {
+std::string Generated(const LoadedLibrary& library, HBA_HANDLE handle) {
     HBA_WWN wwn{};
     EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_GeneratePortWWN)(handle, &wwn));
     return WwnOf(wwn);
@@ -79,7 +79,7 @@ class SharedState : public testing::Test {
 } // namespace
 
 TEST(VirtualPort, AppearsInTheListWithTheFabricOfThePhysicalPort) {
-    const VendorLibrary library(OneAdapter(R"(, "ports": [{"word_a": 66048, "number": 100, "byte_62": 3,
+    const LoadedLibrary library(OneAdapter(R"(, "ports": [{"word_a": 66048, "number": 100, "byte_62": 3,
         "identifiers": ["10:00:02:4E:90:00:01:00", "20:64:02:4E:90:00:01:00", "20:0B:02:4E:90:00:01:00"]}])"));
     const HBA_HANDLE handle = library.Open();
     EXPECT_EQ(HBA_STATUS_OK, library.Create(handle, FIRST));
@@ -97,7 +97,7 @@ TEST(VirtualPort, AppearsInTheListWithTheFabricOfThePhysicalPort) {
 }
 
 TEST(VirtualPort, RefusesNamesThatTheAdapterUses) {
-    const VendorLibrary library(OneAdapter(NPIV_TARGET));
+    const LoadedLibrary library(OneAdapter(NPIV_TARGET));
     const HBA_HANDLE handle = library.Open();
     EXPECT_EQ(HBA_STATUS_OK, library.Create(handle, FIRST));
     for (const auto* used : {FIRST, PHYSICAL, TARGET})
@@ -109,7 +109,7 @@ TEST(VirtualPort, RefusesNamesThatTheAdapterUses) {
 }
 
 TEST(VirtualPort, MaximumCountsDeclaredPortsToo) {
-    const VendorLibrary library(OneAdapter(R"(, "max_virtual_ports": 2,
+    const LoadedLibrary library(OneAdapter(R"(, "max_virtual_ports": 2,
         "ports": [{}, {"type": 2, "port_wwn": "20:0F:02:05:7C:00:00:01"}])"));
     const HBA_HANDLE handle = library.Open();
     EXPECT_EQ(HBA_STATUS_OK, library.Create(handle, FIRST));
@@ -121,7 +121,7 @@ TEST(VirtualPort, MaximumCountsDeclaredPortsToo) {
 }
 
 TEST(VirtualPort, RemovesWhatItKnowsExceptPhysicalPorts) {
-    const VendorLibrary library(OneAdapter());
+    const LoadedLibrary library(OneAdapter());
     const HBA_HANDLE handle = library.Open();
     EXPECT_EQ(HBA_STATUS_ERROR_ILLEGAL_WWN, library.Remove(handle, FIRST));
     EXPECT_EQ(HBA_STATUS_ERROR_NOT_SUPPORTED, library.Remove(handle, PHYSICAL));
@@ -131,7 +131,7 @@ TEST(VirtualPort, RemovesWhatItKnowsExceptPhysicalPorts) {
 }
 
 TEST(VirtualPort, GeneratedNamesAreNewValidAndUnused) {
-    const VendorLibrary library(OneAdapter());
+    const LoadedLibrary library(OneAdapter());
     const HBA_HANDLE handle = library.Open();
     EXPECT_EQ(HBA_STATUS_OK, library.Create(handle, SECOND));
     EXPECT_EQ(FIRST, Generated(library, handle));
@@ -150,12 +150,12 @@ TEST(VirtualPort, GeneratedNamesAreNewValidAndUnused) {
 TEST(VirtualPort, RegisteredNamesCountInTheirLastBits) {
     std::string text = OneAdapter();
     text.replace(text.find("20:00:02:05"), 11, "50:00:02:05");
-    const VendorLibrary library(text);
+    const LoadedLibrary library(text);
     EXPECT_EQ("50:00:02:05:7C:00:00:02", Generated(library, library.Open()));
 }
 
 TEST(VirtualPort, SeesNpivTargetsThroughItsOwnAddress) {
-    const VendorLibrary library(OneAdapter(NPIV_TARGET));
+    const LoadedLibrary library(OneAdapter(NPIV_TARGET));
     const HBA_HANDLE handle = library.Open();
     EXPECT_EQ(HBA_STATUS_OK, library.Create(handle, FIRST));
 
@@ -181,7 +181,7 @@ TEST(VirtualPort, SeesNpivTargetsThroughItsOwnAddress) {
 }
 
 TEST(VirtualPort, ChangesToATopologyGivenAsTextEndWithIt) {
-    const VendorLibrary library(OneAdapter());
+    const LoadedLibrary library(OneAdapter());
     EXPECT_EQ(HBA_STATUS_OK, library.Create(library.Open(), FIRST));
     EXPECT_EQ(nullptr, SIM_CALL(library, OrvanSim_LoadTopology)(OneAdapter().c_str()));
     EXPECT_EQ((Names{PHYSICAL}), library.PortNames(library.Open()));
@@ -189,15 +189,15 @@ TEST(VirtualPort, ChangesToATopologyGivenAsTextEndWithIt) {
 
 TEST_F(SharedState, OutlivesTheLibrary) {
     {
-        const VendorLibrary library;
+        const LoadedLibrary library;
         EXPECT_EQ(HBA_STATUS_OK, library.Create(library.Open(), FIRST));
     }
-    const VendorLibrary library;
+    const LoadedLibrary library;
     EXPECT_EQ((Names{PHYSICAL, FIRST}), library.PortNames(library.Open()));
 }
 
 TEST_F(SharedState, ProcessesSeeEachOthersChangesAtOnce) {
-    const VendorLibrary library;
+    const LoadedLibrary library;
     const HBA_HANDLE handle = library.Open();
     EXPECT_EQ(HBA_STATUS_OK, library.Create(handle, FIRST));
     EXPECT_EQ(0u, RunOther("ReplacesFirstBySecond"));
@@ -205,7 +205,7 @@ TEST_F(SharedState, ProcessesSeeEachOthersChangesAtOnce) {
 }
 
 TEST(OtherProcess, DISABLED_ReplacesFirstBySecond) {
-    const VendorLibrary library;
+    const LoadedLibrary library;
     const HBA_HANDLE handle = library.Open();
     EXPECT_EQ((Names{PHYSICAL, FIRST}), library.PortNames(handle));
     EXPECT_EQ(HBA_STATUS_OK, library.Remove(handle, FIRST));
@@ -215,10 +215,10 @@ TEST(OtherProcess, DISABLED_ReplacesFirstBySecond) {
 TEST_F(SharedState, RemovedPortOfTheTopologyStaysRemoved) {
     Write(L"topology.json", OneAdapter(R"(, "ports": [{}, {"type": 3, "port_wwn": "20:01:02:05:7C:00:00:01"}])"));
     {
-        const VendorLibrary library;
+        const LoadedLibrary library;
         EXPECT_EQ(HBA_STATUS_OK, library.Remove(library.Open(), FIRST));
     }
-    const VendorLibrary library;
+    const LoadedLibrary library;
     EXPECT_EQ((Names{PHYSICAL}), library.PortNames(library.Open()));
     EXPECT_EQ(HBA_STATUS_OK, library.Create(library.Open(), FIRST));
     EXPECT_EQ((Names{PHYSICAL, FIRST}), library.PortNames(library.Open()));
@@ -226,7 +226,7 @@ TEST_F(SharedState, RemovedPortOfTheTopologyStaysRemoved) {
 
 TEST_F(SharedState, UnreadableStateIsAnErrorThatTheCallLogExplains) {
     Write(L"state.json", "{\"{x}\": 5}");
-    const VendorLibrary library;
+    const LoadedLibrary library;
     SIM_CALL(library, OrvanSim_RecordCalls)(1);
     HBA_UINT32 list[17] = {1};
     EXPECT_EQ(HBA_STATUS_ERROR,
@@ -238,7 +238,7 @@ TEST_F(SharedState, UnreadableStateIsAnErrorThatTheCallLogExplains) {
 
 TEST_F(SharedState, RescanFindsWhatTheTopologyFileSaysNow) {
     MakeOld(L"topology.json");
-    const VendorLibrary library;
+    const LoadedLibrary library;
     const HBA_HANDLE handle = library.Open();
     Write(L"topology.json", OneAdapter(NPIV_TARGET));
     HBA_UINT32 list[12] = {1};

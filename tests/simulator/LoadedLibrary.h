@@ -20,14 +20,14 @@ std::string AdapterWithTargets(int count, const std::string& faults = {});
 HBA_WWN HbaWwn(const char* text);
 std::string WwnOf(const HBA_WWN& wwn);
 
-class VendorLibrary {
+class LoadedLibrary {
   public:
     // Loads the module, which simulates the topology from then on. Without a topology: what is configured.
-    explicit VendorLibrary(const std::string& topology);
-    VendorLibrary();
-    ~VendorLibrary();
-    VendorLibrary(const VendorLibrary&) = delete;
-    VendorLibrary& operator=(const VendorLibrary&) = delete;
+    explicit LoadedLibrary(const std::string& topology);
+    LoadedLibrary();
+    ~LoadedLibrary();
+    LoadedLibrary(const LoadedLibrary&) = delete;
+    LoadedLibrary& operator=(const LoadedLibrary&) = delete;
 
     // Null: the module has no such export now.
     template <class F> F Find(const char* name) const {

@@ -1,4 +1,4 @@
-#include "tests/simulator/VendorLibrary.h"
+#include "tests/simulator/LoadedLibrary.h"
 
 #include "simulator/topology/Text.h"
 
@@ -31,32 +31,32 @@ std::string WwnOf(const HBA_WWN& wwn) {
     return sim::WwnText(bytes);
 }
 
-VendorLibrary::VendorLibrary() : m_module(LoadLibraryW(L"orvanhapi.dll")) {
+LoadedLibrary::LoadedLibrary() : m_module(LoadLibraryW(L"orvanhapi.dll")) {
     EXPECT_TRUE(m_module) << "error " << GetLastError();
 }
 
-VendorLibrary::VendorLibrary(const std::string& topology) : VendorLibrary() {
+LoadedLibrary::LoadedLibrary(const std::string& topology) : LoadedLibrary() {
     const char* error = SIM_CALL(*this, OrvanSim_LoadTopology)(topology.c_str());
     EXPECT_EQ(nullptr, error) << error;
 }
 
-VendorLibrary::~VendorLibrary() {
+LoadedLibrary::~LoadedLibrary() {
     FreeLibrary(m_module);
 }
 
-HBA_ENTRYPOINTSV2 VendorLibrary::Table() const {
+HBA_ENTRYPOINTSV2 LoadedLibrary::Table() const {
     HBA_ENTRYPOINTSV2 table{};
     EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(*this, HBA_RegisterLibraryV2)(&table));
     return table;
 }
 
-HBA_HANDLE VendorLibrary::Open(const char* name) const {
+HBA_HANDLE LoadedLibrary::Open(const char* name) const {
     const HBA_HANDLE handle = SIM_CALL(*this, ORVAN_GetFCoEControllerHandle)(name);
     EXPECT_NE(HBA_HANDLE_INVALID, handle);
     return handle;
 }
 
-std::vector<std::string> VendorLibrary::PortNames(HBA_HANDLE handle) const {
+std::vector<std::string> LoadedLibrary::PortNames(HBA_HANDLE handle) const {
     std::vector<HBA_UINT32> buffer(1 + 64 * sizeof(ORVAN_FC_PORT) / sizeof(HBA_UINT32));
     auto* list = reinterpret_cast<ORVAN_FC_PORT_LIST*>(buffer.data());
     list->NumberOfEntries = 64;
@@ -67,19 +67,19 @@ std::vector<std::string> VendorLibrary::PortNames(HBA_HANDLE handle) const {
     return names;
 }
 
-HBA_STATUS VendorLibrary::Create(HBA_HANDLE handle, const char* wwn) const {
+HBA_STATUS LoadedLibrary::Create(HBA_HANDLE handle, const char* wwn) const {
     ORVAN_FC_PORT request{};
     request.PortWWN = HbaWwn(wwn);
     return SIM_CALL(*this, ORVAN_CreateVPort)(handle, &request);
 }
 
-HBA_STATUS VendorLibrary::Remove(HBA_HANDLE handle, const char* wwn) const {
+HBA_STATUS LoadedLibrary::Remove(HBA_HANDLE handle, const char* wwn) const {
     ORVAN_FC_PORT request{};
     request.PortWWN = HbaWwn(wwn);
     return SIM_CALL(*this, ORVAN_RemoveVPort)(handle, &request);
 }
 
-std::string VendorLibrary::CallLines() const {
+std::string LoadedLibrary::CallLines() const {
     std::string lines(SIM_CALL(*this, OrvanSim_CallLog)(nullptr, 0), '\0');
     SIM_CALL(*this, OrvanSim_CallLog)(lines.data(), static_cast<unsigned>(lines.size()));
     lines.pop_back();

@@ -4,12 +4,12 @@
 #include "hbaapi/HBAAPIInt.h"
 #include "model/FcoeHBA.h"
 #include "tests/fuzz/Check.h"
-#include "tests/fuzz/VendorLibrary.h"
+#include "tests/fuzz/DrawnLibrary.h"
 
 extern const FuzzedFamilies FUZZED_FAMILIES;
 
 // Called once for every input. access: what the adapter asks the library through.
-void Fuzz(VendorLibrary& library, CHBAAPIInt& access, CQelFcoeHBA& hba);
+void Fuzz(DrawnLibrary& library, CHBAAPIInt& access, CQelFcoeHBA& hba);
 
 // The entries that make one port, target or unit of a well-behaved library.
 ORVAN_FC_PORT UsualPort(unsigned uNumber, HBA_UINT8 byType = 0);

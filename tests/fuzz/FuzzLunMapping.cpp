@@ -9,7 +9,7 @@
 
 const FuzzedFamilies FUZZED_FAMILIES{.bMapping = true};
 
-void Fuzz(VendorLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
+void Fuzz(DrawnLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
     library.vecPorts = {UsualPort(0)};
     for (unsigned i = 0; i < 3; ++i)
         library.vecTargets.push_back(UsualTarget(i, library.vecPorts[0]));

@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pbyData, std::size_t n
     native::SetCodePage(input.ConsumeBool() ? 65001 : 1252);
     native::SetTickCount(input.ConsumeIntegral<DWORD>());
     {
-        VendorLibrary library(input, FUZZED_FAMILIES);
+        DrawnLibrary library(input, FUZZED_FAMILIES);
         CHBAAPIInt access;
         CQelFcoeHBA hba(&access, L"{12345678-1234-1234-1234-123456789ABC}", L"second");
         Fuzz(library, access, hba);

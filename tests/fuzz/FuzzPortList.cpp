@@ -40,7 +40,7 @@ std::vector<ORVAN_FC_PORT> ExpectedPorts(const std::vector<ListCall<ORVAN_FC_POR
 
 } // namespace
 
-void Fuzz(VendorLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
+void Fuzz(DrawnLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
     std::vector<std::shared_ptr<CQelFcoeFabric>> vecFabrics;
     FUZZ_CHECK(hba.GetFabrics(vecFabrics));
     FUZZ_CHECK(vecFabrics.size() <= 2);

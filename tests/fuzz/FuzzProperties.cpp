@@ -29,7 +29,7 @@ bool IsResource(UINT uFirst, UINT uLast, const CQelString& strText) {
     return false;
 }
 
-void FuzzRecord(VendorLibrary& library, CQelFcoeHBA& hba) {
+void FuzzRecord(DrawnLibrary& library, CQelFcoeHBA& hba) {
     QEL_FCOE_HBA record;
     FUZZ_CHECK(hba.Get(record));
     if (record.strType.empty()) {
@@ -53,7 +53,7 @@ void FuzzRecord(VendorLibrary& library, CQelFcoeHBA& hba) {
                    record.ulPortFcId == library.portAttributes.PortFcId);
 }
 
-void FuzzStatistics(VendorLibrary& library, CQelFcoeHBA& hba) {
+void FuzzStatistics(DrawnLibrary& library, CQelFcoeHBA& hba) {
     library.ulStatisticsStatus = HBA_STATUS_OK;
     library.statistics = {};
     std::vector<QEL_FCOE_STATISTIC> vecStatistics;
@@ -70,7 +70,7 @@ void FuzzStatistics(VendorLibrary& library, CQelFcoeHBA& hba) {
 }
 
 // Three more neighbours of the text: the parser, the formatter and the comparison agree.
-void FuzzWwn(VendorLibrary& library) {
+void FuzzWwn(DrawnLibrary& library) {
     constexpr wchar_t BORDERS[] = L"/09:;@AFG`afg"; // and the null
     const HBA_WWN wwn = library.DrawWwn();
     const CQelString strText = WwnText(wwn);
@@ -103,7 +103,7 @@ void FuzzWwn(VendorLibrary& library) {
 }
 
 // Whatever stands around the number, the text is the one that the formatter makes.
-void FuzzNumber(VendorLibrary& library) {
+void FuzzNumber(DrawnLibrary& library) {
     const auto Around = [&] {
         CQelString strText = Widened(library.DrawText(12));
         // No conversions of their own, nor an end.
@@ -125,7 +125,7 @@ void FuzzNumber(VendorLibrary& library) {
     FUZZ_CHECK(strNumber == (strDecimal.size() <= 9 ? strDecimal.c_str() : L""));
 }
 
-void FuzzVirtualPorts(VendorLibrary& library, CQelFcoeHBA& hba) {
+void FuzzVirtualPorts(DrawnLibrary& library, CQelFcoeHBA& hba) {
     std::vector<QEL_ERROR_ENTRY> vecErrors;
     CQelString strWWPN = library.DrawByte() & 1 ? Widened(library.DrawText(40)) : CQelString(L"auto");
     const bool bNamed = ParseWwn(strWWPN).has_value();
@@ -141,7 +141,7 @@ void FuzzVirtualPorts(VendorLibrary& library, CQelFcoeHBA& hba) {
 
 } // namespace
 
-void Fuzz(VendorLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
+void Fuzz(DrawnLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
     FuzzWwn(library);
     FuzzNumber(library);
     FuzzRecord(library, hba);

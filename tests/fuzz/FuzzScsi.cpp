@@ -24,7 +24,7 @@ ULONG64 BigEndian(const HBA_UINT8* pby, int nBytes) {
     return ullValue;
 }
 
-void CheckTarget(const VendorLibrary& library, const QEL_FCOE_TARGET& record) {
+void CheckTarget(const DrawnLibrary& library, const QEL_FCOE_TARGET& record) {
     const ScsiCall& serial = library.mapInquiries.at(1);
     FUZZ_CHECK(record.strSerial.size() <= serial.abyResponse[3]);
     FUZZ_CHECK(record.strSerial.find(L'\0') == CQelString::npos);
@@ -48,7 +48,7 @@ void CheckTarget(const VendorLibrary& library, const QEL_FCOE_TARGET& record) {
 }
 
 // "Unknown", or the capacity in its unit: read back from the text, it is the response's, but for what a unit cuts off.
-void CheckUnit(const VendorLibrary& library, HBA_UINT64 ullLun, const QEL_FCOE_LUN& record) {
+void CheckUnit(const DrawnLibrary& library, HBA_UINT64 ullLun, const QEL_FCOE_LUN& record) {
     const ScsiCall& call = library.mapCapacities.at(ullLun);
     FUZZ_CHECK(library.mapCapacityCalls.at(ullLun) <= 4);
     if (call.ulStatus != HBA_STATUS_OK) {
@@ -75,7 +75,7 @@ void CheckUnit(const VendorLibrary& library, HBA_UINT64 ullLun, const QEL_FCOE_L
 }
 
 // The readers by themselves, on a buffer that ends with its last byte.
-void FuzzReaders(VendorLibrary& library) {
+void FuzzReaders(DrawnLibrary& library) {
     const std::string strResponse = library.DrawText(40);
     const auto nSize = static_cast<LONG>(strResponse.size());
     const auto pbyResponse = std::make_unique<BYTE[]>(strResponse.size());
@@ -112,7 +112,7 @@ void FuzzReaders(VendorLibrary& library) {
 }
 
 // READ CAPACITY (16), into buffers of any size: what the library is told of is there.
-void FuzzCapacity16(VendorLibrary& library, CHBAAPIInt& access) {
+void FuzzCapacity16(DrawnLibrary& library, CHBAAPIInt& access) {
     const HBA_UINT32 ulSize = library.DrawByte(), ulSenseSize = library.DrawByte();
     const auto pbyResponse = std::make_unique<HBA_UINT8[]>(ulSize),
                pbySense = std::make_unique<HBA_UINT8[]>(ulSenseSize);
@@ -127,7 +127,7 @@ void FuzzCapacity16(VendorLibrary& library, CHBAAPIInt& access) {
 
 } // namespace
 
-void Fuzz(VendorLibrary& library, CHBAAPIInt& access, CQelFcoeHBA& hba) {
+void Fuzz(DrawnLibrary& library, CHBAAPIInt& access, CQelFcoeHBA& hba) {
     library.vecPorts = {UsualPort(0)};
     library.vecTargets = {UsualTarget(0, library.vecPorts[0])};
     for (HBA_UINT64 ullLun = 0; ullLun < UNITS; ++ullLun)

@@ -12,7 +12,7 @@ const FuzzedFamilies FUZZED_FAMILIES{.bTargets = true};
 namespace {
 
 // Whether a read of the list may have shown the entry that the record tells of.
-bool WasListed(const VendorLibrary& library, const QEL_FCOE_TARGET& record) {
+bool WasListed(const DrawnLibrary& library, const QEL_FCOE_TARGET& record) {
     return std::ranges::any_of(library.vecTargetCalls, [&](const ListCall<ORVAN_TARGET_ENTRY>& call) {
         return call.ulStatus == HBA_STATUS_OK &&
                std::ranges::any_of(call.Counted(), [&](const ORVAN_TARGET_ENTRY& entry) {
@@ -27,7 +27,7 @@ bool WasListed(const VendorLibrary& library, const QEL_FCOE_TARGET& record) {
 
 } // namespace
 
-void Fuzz(VendorLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
+void Fuzz(DrawnLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
     for (unsigned uType = 0; uType < 4; ++uType)
         library.vecPorts.push_back(UsualPort(uType, static_cast<HBA_UINT8>(uType)));
 

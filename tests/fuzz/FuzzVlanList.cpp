@@ -27,7 +27,7 @@ void CheckRecord(const QEL_FCOE_VLAN& record, HBA_UINT32 ulEntry) {
 
 } // namespace
 
-void Fuzz(VendorLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
+void Fuzz(DrawnLibrary& library, CHBAAPIInt&, CQelFcoeHBA& hba) {
     std::vector<std::shared_ptr<CQelFcoeVLAN>> vecVLANs;
     FUZZ_CHECK(hba.GetVLANs(vecVLANs));
     FUZZ_CHECK(library.vecVlanCalls.size() <= 2);

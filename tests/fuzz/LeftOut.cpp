@@ -5,7 +5,7 @@ struct IOrvanDcbIoControl {
 
 #include "Common/Src/DCXServiceInterface.h"
 #include "Common/Src/Helper.h"
-#include "tests/fuzz/VendorLibrary.h"
+#include "tests/fuzz/DrawnLibrary.h"
 #include "tests/fuzz/native/Neighbours.h"
 
 // --- CHelper: loads the vendor library; no support setting is there
@@ -39,12 +39,12 @@ CDCX_ServiceInterface::CDCX_ServiceInterface(const CQelString& strAdapter, BOOL 
 CDCX_ServiceInterface::~CDCX_ServiceInterface() = default;
 
 BOOL CDCX_ServiceInterface::Initialize(BOOL) {
-    m_byServiceCreated = VendorLibrary::Current().DrawByte() & 1;
+    m_byServiceCreated = DrawnLibrary::Current().DrawByte() & 1;
     return m_byServiceCreated;
 }
 
 void CDCX_ServiceInterface::GetDCB_FcoeLinkStatus(QEL_RESULT& result, BYTE& byDcbEnabled, ULONG& ulLinkStatus) {
-    result = {VendorLibrary::Current().DrawNumber(), 0xFFFFFFFF};
-    byDcbEnabled = VendorLibrary::Current().DrawByte() & 1;
-    ulLinkStatus = VendorLibrary::Current().DrawNumber() * 2 + VendorLibrary::Current().DrawByte() % 2;
+    result = {DrawnLibrary::Current().DrawNumber(), 0xFFFFFFFF};
+    byDcbEnabled = DrawnLibrary::Current().DrawByte() & 1;
+    ulLinkStatus = DrawnLibrary::Current().DrawNumber() * 2 + DrawnLibrary::Current().DrawByte() % 2;
 }

@@ -5,13 +5,13 @@
 #include <string_view>
 
 #include "tests/fuzz/Check.h"
-#include "tests/fuzz/VendorLibrary.h"
+#include "tests/fuzz/DrawnLibrary.h"
 #include "tests/fuzz/native/Neighbours.h"
 
 namespace {
 
-VendorLibrary& Library() {
-    return VendorLibrary::Current();
+DrawnLibrary& Library() {
+    return DrawnLibrary::Current();
 }
 
 HBA_STATUS Status() {

@@ -11,7 +11,7 @@ HERE = Path(__file__).resolve().parent
 RECORDED = HERE.parent / "data" / "scsi"
 CORPUS = HERE / "corpus" / "scsi"
 UNITS = 3
-OK, CHECK_CONDITION = 0, 6  # places in VendorLibrary::DrawStatus
+OK, CHECK_CONDITION = 0, 6  # places in DrawnLibrary::DrawStatus
 
 
 def response(name: str) -> bytes:

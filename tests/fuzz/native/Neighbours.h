@@ -7,7 +7,7 @@
 
 namespace native {
 
-// --- Asked of the neighbours; an adapter's fuzz program has one set (VendorLibrary.cpp).
+// --- Asked of the neighbours; an adapter's fuzz program has one set (DrawnLibrary.cpp).
 
 // A function of the vendor library; null when it has none of the name.
 FARPROC LibraryFunction(const char* pszName);

@@ -50,14 +50,14 @@ struct ScsiCall {
     std::array<HBA_UINT8, 260> abyResponse; // the whole buffer after the call
 };
 
-class VendorLibrary {
+class DrawnLibrary {
   public:
-    VendorLibrary(FuzzedDataProvider& input, const FuzzedFamilies& families);
-    ~VendorLibrary();
-    VendorLibrary(const VendorLibrary&) = delete;
-    VendorLibrary& operator=(const VendorLibrary&) = delete;
+    DrawnLibrary(FuzzedDataProvider& input, const FuzzedFamilies& families);
+    ~DrawnLibrary();
+    DrawnLibrary(const DrawnLibrary&) = delete;
+    DrawnLibrary& operator=(const DrawnLibrary&) = delete;
 
-    static VendorLibrary& Current();
+    static DrawnLibrary& Current();
 
     // --- What the well-behaved answers are
     std::vector<ORVAN_FC_PORT> vecPorts;
@@ -119,8 +119,8 @@ class VendorLibrary {
 };
 
 template <class List, class Entry>
-HBA_STATUS VendorLibrary::AnswerList(List* pList, bool bFuzzed, const std::vector<Entry>& vecExisting,
-                                     std::vector<ListCall<Entry>>& vecCalls) {
+HBA_STATUS DrawnLibrary::AnswerList(List* pList, bool bFuzzed, const std::vector<Entry>& vecExisting,
+                                    std::vector<ListCall<Entry>>& vecCalls) {
     const HBA_UINT32 ulRoom = pList->NumberOfEntries;
     // No caller has room for a count that takes more memory than there is.
     FUZZ_CHECK(ulRoom <= LONGEST_LIST + 1);

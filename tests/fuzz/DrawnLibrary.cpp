@@ -1,4 +1,4 @@
-#include "tests/fuzz/VendorLibrary.h"
+#include "tests/fuzz/DrawnLibrary.h"
 
 #include <algorithm>
 #include <cstring>
@@ -7,7 +7,7 @@
 
 namespace {
 
-VendorLibrary* g_pCurrent;
+DrawnLibrary* g_pCurrent;
 
 // Most bytes choose the usual; the last few choose what the input says.
 constexpr HBA_UINT8 FIRST_UNUSUAL = 0xF0;
@@ -51,7 +51,7 @@ HBA_WWN UsualWwn(unsigned uNumber) {
     return {{0x20, 0x01, 0x00, 0x11, 0x22, 0x33, 0x44, static_cast<HBA_UINT8>(uNumber)}};
 }
 
-VendorLibrary::VendorLibrary(FuzzedDataProvider& input, const FuzzedFamilies& families)
+DrawnLibrary::DrawnLibrary(FuzzedDataProvider& input, const FuzzedFamilies& families)
     : m_input(input), m_families(families) {
     FUZZ_CHECK(!g_pCurrent);
     g_pCurrent = this;
@@ -59,25 +59,25 @@ VendorLibrary::VendorLibrary(FuzzedDataProvider& input, const FuzzedFamilies& fa
         m_ulMissing = m_input.ConsumeIntegral<HBA_UINT32>();
 }
 
-VendorLibrary::~VendorLibrary() {
+DrawnLibrary::~DrawnLibrary() {
     g_pCurrent = nullptr;
 }
 
-VendorLibrary& VendorLibrary::Current() {
+DrawnLibrary& DrawnLibrary::Current() {
     FUZZ_CHECK(g_pCurrent);
     return *g_pCurrent;
 }
 
-bool VendorLibrary::DrawUsual() {
+bool DrawnLibrary::DrawUsual() {
     return DrawByte() < FIRST_UNUSUAL;
 }
 
-HBA_UINT32 VendorLibrary::DrawNumber() {
+HBA_UINT32 DrawnLibrary::DrawNumber() {
     const HBA_UINT8 byKind = DrawByte();
     return byKind < FIRST_UNUSUAL ? byKind & 7 : m_input.ConsumeIntegral<HBA_UINT32>();
 }
 
-HBA_STATUS VendorLibrary::DrawStatus() {
+HBA_STATUS DrawnLibrary::DrawStatus() {
     constexpr HBA_STATUS STATUSES[] = {HBA_STATUS_OK,
                                        HBA_STATUS_OK,
                                        HBA_STATUS_OK,
@@ -92,7 +92,7 @@ HBA_STATUS VendorLibrary::DrawStatus() {
     return m_input.PickValueInArray(STATUSES);
 }
 
-HBA_UINT32 VendorLibrary::DrawCount(HBA_UINT32 ulRoom) {
+HBA_UINT32 DrawnLibrary::DrawCount(HBA_UINT32 ulRoom) {
     const HBA_UINT8 byKind = DrawByte();
     if (byKind < 0x40)
         return ulRoom;
@@ -103,11 +103,11 @@ HBA_UINT32 VendorLibrary::DrawCount(HBA_UINT32 ulRoom) {
     return m_input.PickValueInArray(ENDLESS_COUNTS);
 }
 
-std::string VendorLibrary::DrawText(std::size_t nMaximum) {
+std::string DrawnLibrary::DrawText(std::size_t nMaximum) {
     return m_input.ConsumeBytesAsString(m_input.ConsumeIntegralInRange<std::size_t>(0, nMaximum));
 }
 
-HBA_WWN VendorLibrary::DrawWwn() {
+HBA_WWN DrawnLibrary::DrawWwn() {
     HBA_WWN wwn{};
     m_input.ConsumeData(&wwn, sizeof wwn);
     Tame(wwn);
@@ -115,7 +115,7 @@ HBA_WWN VendorLibrary::DrawWwn() {
 }
 
 // A text of any length up to its array's, without a terminator when what follows it is no null.
-void VendorLibrary::FillText(char* pszText, std::size_t nSize, std::string_view strStart) {
+void DrawnLibrary::FillText(char* pszText, std::size_t nSize, std::string_view strStart) {
     const HBA_UINT8 byKind = DrawByte();
     std::memset(pszText, byKind < FIRST_UNUSUAL ? 0 : byKind, nSize);
     std::string strText(DrawUsual() ? strStart : std::string_view());
@@ -123,13 +123,13 @@ void VendorLibrary::FillText(char* pszText, std::size_t nSize, std::string_view 
     std::ranges::copy(strText, pszText);
 }
 
-void VendorLibrary::FillResponse(void* pResponse, HBA_UINT32 ulRoom) {
+void DrawnLibrary::FillResponse(void* pResponse, HBA_UINT32 ulRoom) {
     Touch(pResponse, ulRoom);
     const std::string strBytes = DrawText(ulRoom);
     std::memcpy(pResponse, strBytes.data(), strBytes.size());
 }
 
-void VendorLibrary::Draw(ORVAN_FC_PORT& port) {
+void DrawnLibrary::Draw(ORVAN_FC_PORT& port) {
     FillRecord(port);
     TamePortType(port.PortType);
     Tame(port.PortWWN);
@@ -137,14 +137,14 @@ void VendorLibrary::Draw(ORVAN_FC_PORT& port) {
     Tame(port.Word56);
 }
 
-void VendorLibrary::Draw(ORVAN_TARGET_ENTRY& target) {
+void DrawnLibrary::Draw(ORVAN_TARGET_ENTRY& target) {
     FillRecord(target);
     TamePortType(target.InitiatorPortType);
     Tame(target.InitiatorPortWWN);
     Tame(target.FcId);
 }
 
-void VendorLibrary::Draw(HBA_FCPSCSIENTRY& unit) {
+void DrawnLibrary::Draw(HBA_FCPSCSIENTRY& unit) {
     FillText(unit.ScsiId.OSDeviceName, sizeof unit.ScsiId.OSDeviceName);
     FillRecord(unit.ScsiId.ScsiBusNumber);
     FillRecord(unit.ScsiId.ScsiTargetNumber);
@@ -156,6 +156,6 @@ void VendorLibrary::Draw(HBA_FCPSCSIENTRY& unit) {
     Tame(unit.FcpId.PortWWN);
 }
 
-void VendorLibrary::Draw(HBA_UINT32& ulVlan) {
+void DrawnLibrary::Draw(HBA_UINT32& ulVlan) {
     FillRecord(ulVlan);
 }

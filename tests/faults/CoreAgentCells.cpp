@@ -5,6 +5,7 @@
 
 #include "tests/faults/Cells.h"
 #include "tests/faults/Moments.h"
+#include "tests/kit/ProgramFolder.h"
 
 using namespace std::string_literals;
 
@@ -15,7 +16,7 @@ constexpr wchar_t CORE_AGENT[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agen
 // Loads the agent without a core agent: the first start fails, the next ones do not, and the operations do what they
 // can: there is no list of adapters and no configuration lock.
 std::string CheckWithout(FaultHost& host, const std::wstring& location, const Operation& operation) {
-    const std::wstring healthy = (ModuleFolder() / L"CoreAgnt.dll").wstring();
+    const std::wstring healthy = (ProgramFolder() / L"CoreAgnt.dll").wstring();
     host.Unload();
     host.Suite().Hive().Set(CORE_AGENT, L"InstalledDir", location);
     std::string problem;

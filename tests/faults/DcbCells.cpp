@@ -12,8 +12,8 @@
 #include "tests/faults/Cells.h"
 #include "tests/faults/FaultHost.h"
 #include "tests/faults/Matrix.h"
+#include "tests/kit/DcbSystem.h"
 #include "tests/kit/HandleCount.h"
-#include "tests/system/dcbservice/DcbSystem.h"
 
 namespace {
 

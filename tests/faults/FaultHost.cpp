@@ -10,6 +10,7 @@
 
 #include "simulator/control/SimControl.h"
 #include "tests/kit/HandleCount.h"
+#include "tests/kit/ProgramFolder.h"
 #include "tools/fcoectl/Records.h"
 
 namespace {
@@ -98,7 +99,7 @@ FaultHost::FaultHost() {
     m_suite.Hive().Set(SIMULATOR_KEY, L"Instance", std::to_wstring(GetCurrentProcessId())); // a lock of its own
     m_suite.Simulate(TopologyText(""));
     m_library = m_suite.Library();
-    m_coreAgent = LoadLibraryW((ModuleFolder() / L"CoreAgnt.dll").c_str());
+    m_coreAgent = LoadLibraryW((ProgramFolder() / L"CoreAgnt.dll").c_str());
     m_core = Find<PFN_GetCoreAgentPvt>(m_coreAgent, "GetCoreAgentPvt")();
     SIM(m_library, OrvanSim_LoadTopology)(TopologyText("").c_str());
     if (!Load())

@@ -13,7 +13,7 @@
 #include "tests/faults/Operations.h"
 #include "tests/faults/OtherThread.h"
 #include "tests/kit/MovedClock.h"
-#include "tests/system/SuiteHost.h"
+#include "tests/kit/SuiteHost.h"
 
 class FaultHost {
   public:

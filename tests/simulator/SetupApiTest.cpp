@@ -1,5 +1,4 @@
 // The simulated setupapi.dll: the topology's adapters as network devices.
-#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -9,6 +8,7 @@
 #include <setupapi.h>
 
 #include "simulator/control/SimControl.h"
+#include "tests/kit/ProgramFolder.h"
 
 namespace {
 
@@ -25,9 +25,7 @@ constexpr char TWO_ADAPTERS[] = R"({"adapters": [
 class SetupApi : public testing::Test {
   protected:
     SetupApi() {
-        wchar_t program[MAX_PATH];
-        GetModuleFileNameW(nullptr, program, MAX_PATH);
-        m_module = LoadLibraryW((std::filesystem::path(program).parent_path() / L"setupapi.dll").c_str());
+        m_module = LoadLibraryW((ProgramFolder() / L"setupapi.dll").c_str());
         Load("");
     }
     ~SetupApi() override { FreeLibrary(m_module); }

@@ -1,5 +1,4 @@
 // simctl.exe as a user runs it.
-#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -8,6 +7,7 @@
 
 #include "simulator/topology/Text.h"
 #include "simulator/topology/Topology.h"
+#include "tests/kit/ProgramFolder.h"
 #include "tests/kit/StartProcess.h"
 
 namespace {
@@ -27,10 +27,7 @@ Outcome RunSimctl(const std::wstring& arguments) {
     start.dwFlags = STARTF_USESTDHANDLES;
     start.hStdOutput = start.hStdError = write;
     PROCESS_INFORMATION process{};
-    wchar_t program[MAX_PATH];
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    const std::wstring line =
-        L"\"" + (std::filesystem::path(program).parent_path() / L"simctl.exe").wstring() + L"\" " + arguments;
+    const std::wstring line = L"\"" + (ProgramFolder() / L"simctl.exe").wstring() + L"\" " + arguments;
     EXPECT_TRUE(StartProcess(line, true, start, process));
     CloseHandle(write);
     Outcome outcome;

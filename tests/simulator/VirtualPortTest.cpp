@@ -2,6 +2,7 @@
 #include <set>
 
 #include "simulator/topology/Text.h"
+#include "tests/kit/ProgramFolder.h"
 #include "tests/kit/StartProcess.h"
 #include "tests/kit/TempFolder.h"
 #include "tests/simulator/LoadedLibrary.h"
@@ -26,9 +27,7 @@ std::string Generated(const LoadedLibrary& library, HBA_HANDLE handle) {
 
 // This program again, as another process on the same topology and state; the one test that is disabled otherwise.
 DWORD RunOther(const char* test) {
-    wchar_t program[MAX_PATH];
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    const std::wstring line = L"\"" + std::wstring(program) +
+    const std::wstring line = L"\"" + ProgramFile().wstring() +
                               L"\" --gtest_also_run_disabled_tests --gtest_filter=OtherProcess.DISABLED_" +
                               sim::Wide(test);
     STARTUPINFOW start{};

@@ -15,9 +15,9 @@
 #include "tests/kit/CrashReport.h"
 #include "tests/kit/HandleCount.h"
 #include "tests/kit/HeapUse.h"
+#include "tests/kit/SuiteHost.h"
 #include "tests/soak/Crew.h"
 #include "tests/soak/LogCheck.h"
-#include "tests/system/SuiteHost.h"
 
 namespace soak {
 namespace {

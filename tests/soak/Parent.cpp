@@ -11,11 +11,12 @@
 
 #include "Common/Src/Helper.h"
 #include "tests/kit/CrashReport.h"
+#include "tests/kit/DcbSystem.h"
+#include "tests/kit/ProgramFolder.h"
 #include "tests/kit/StartProcess.h"
 #include "tests/kit/TempFolder.h"
 #include "tests/soak/Report.h"
 #include "tests/soak/World.h"
-#include "tests/system/dcbservice/DcbSystem.h"
 
 namespace soak {
 namespace {
@@ -105,9 +106,7 @@ class Parent {
     }
 
     HANDLE StartChild(unsigned child) {
-        wchar_t program[MAX_PATH];
-        GetModuleFileNameW(nullptr, program, MAX_PATH);
-        const std::wstring command = L'"' + std::wstring(program) + L"\" --child " + std::to_wstring(child) +
+        const std::wstring command = L'"' + ProgramFile().wstring() + L"\" --child " + std::to_wstring(child) +
                                      L" --memory " + m_name + L" --folder \"" + m_folder.Path().wstring() +
                                      L"\" --seed " + std::to_wstring(m_seed);
         STARTUPINFOW startup{};

@@ -7,7 +7,8 @@
 #include "tests/kit/CrashReport.h"
 #include "tests/kit/HandleCount.h"
 #include "tests/kit/HeapUse.h"
-#include "tests/system/SuiteHost.h"
+#include "tests/kit/ProgramFolder.h"
+#include "tests/kit/SuiteHost.h"
 
 namespace {
 
@@ -34,7 +35,7 @@ TEST(GetFcoeAgent, WithoutItsRegistryValueReturnsNullAndALaterCallTriesAgain) {
     host.Hive().Delete(AGENT_KEY, L"InstalledDir");
     EXPECT_FALSE(host.GetAgent());
     EXPECT_FALSE(host.GetAgent());
-    host.Hive().Set(AGENT_KEY, L"InstalledDir", (ModuleFolder() / L"FcoeAgnt.dll").wstring());
+    host.Hive().Set(AGENT_KEY, L"InstalledDir", (ProgramFolder() / L"FcoeAgnt.dll").wstring());
     EXPECT_TRUE(host.GetAgent());
 }
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/system/SuiteHost.h"
+#include "tests/kit/SuiteHost.h"
 
 namespace {
 

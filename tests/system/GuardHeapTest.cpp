@@ -10,17 +10,17 @@
 #include "tests/kit/CrashReport.h"
 #include "tests/kit/GuardHeap.h"
 #include "tests/kit/ImportPatch.h"
+#include "tests/kit/ProgramFolder.h"
 #include "tests/kit/StartProcess.h"
-#include "tests/system/SuiteHost.h"
+#include "tests/kit/SuiteHost.h"
 
 namespace {
 
 // The exit code of that disabled test.
 DWORD RunOnGuardHeap(const std::wstring& test) {
-    wchar_t file[MAX_PATH];
-    GetModuleFileNameW(nullptr, file, MAX_PATH);
-    const std::wstring command = L"\"" + std::wstring(file) + L"\" --gtest_also_run_disabled_tests --gtest_filter=" +
-                                 L"GuardHeapChild.DISABLED_" + test;
+    const std::wstring command = L"\"" + ProgramFile().wstring() +
+                                 L"\" --gtest_also_run_disabled_tests --gtest_filter=" + L"GuardHeapChild.DISABLED_" +
+                                 test;
     // Its crash report and its closing line are not this program's.
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     const HANDLE nowhere =

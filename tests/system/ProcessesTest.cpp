@@ -6,13 +6,14 @@
 #include <gtest/gtest.h>
 
 #include "tests/kit/CrashReport.h"
+#include "tests/kit/ProgramFolder.h"
 #include "tests/kit/StartProcess.h"
-#include "tests/system/SuiteHost.h"
+#include "tests/kit/SuiteHost.h"
 
 namespace {
 
 HANDLE Start(const std::wstring& mode) {
-    const std::wstring command = L"\"" + (ModuleFolder() / L"exit_child.exe").wstring() + L"\" " + mode;
+    const std::wstring command = L"\"" + (ProgramFolder() / L"exit_child.exe").wstring() + L"\" " + mode;
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};

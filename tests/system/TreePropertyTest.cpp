@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/kit/MovedClock.h"
-#include "tests/system/SuiteHost.h"
+#include "tests/kit/SuiteHost.h"
 
 namespace {
 

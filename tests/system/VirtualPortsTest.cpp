@@ -1,7 +1,7 @@
 // Virtual ports end to end: host, core agent's lock, library, and the errors that come back.
 #include <gtest/gtest.h>
 
-#include "tests/system/SuiteHost.h"
+#include "tests/kit/SuiteHost.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 #include <thread>
 
 #include "tests/kit/CrashReport.h"
-#include "tests/system/SuiteHost.h"
+#include "tests/kit/SuiteHost.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include "Common/Src/ComOwner.h"
 #include "Common/Src/DCXServiceInterface.h"
 #include "FcoeAgent/OrvanDcb.h"
+#include "tests/kit/DcbSystem.h"
 #include "tests/kit/LogCapture.h"
-#include "tests/system/dcbservice/DcbSystem.h"
 
 namespace {
 

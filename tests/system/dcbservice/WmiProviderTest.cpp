@@ -8,8 +8,9 @@
 #include "Common/Src/ComOwner.h"
 #include "Common/Src/Helper.h"
 #include "Common/Src/Owner.h"
+#include "tests/kit/DcbSystem.h"
 #include "tests/kit/LogCapture.h"
-#include "tests/system/dcbservice/DcbSystem.h"
+#include "tests/kit/ProgramFolder.h"
 
 namespace {
 

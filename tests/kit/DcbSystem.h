@@ -47,5 +47,3 @@ class DcbSystem {
     Turn m_turn;
     TempFolder m_folder;
 };
-
-std::filesystem::path ProgramFolder();

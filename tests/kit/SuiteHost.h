@@ -12,9 +12,6 @@
 #include "tests/kit/PrivateHive.h"
 #include "tests/kit/TempFolder.h"
 
-// The folder of the test program, where all modules lie.
-std::filesystem::path ModuleFolder();
-
 class SuiteHost {
   public:
     // Registry values as an installation writes them; the log in a folder of the test's own. Nothing is loaded yet.

@@ -1,4 +1,4 @@
-#include "tests/system/dcbservice/DcbSystem.h"
+#include "tests/kit/DcbSystem.h"
 
 #include <fstream>
 
@@ -8,6 +8,7 @@
 #include "Common/Src/Helper.h"
 #include "Common/Src/Owner.h"
 #include "FcoeAgent/OrvanDcb.h"
+#include "tests/kit/ProgramFolder.h"
 #include "tests/kit/StartProcess.h"
 
 namespace {
@@ -21,12 +22,6 @@ bool IsRpcFailure(HRESULT result) {
 }
 
 } // namespace
-
-std::filesystem::path ProgramFolder() {
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return std::filesystem::path(path).parent_path();
-}
 
 DcbSystem::Turn::Turn() : mutex(CreateMutexW(nullptr, FALSE, L"Global\\OrvanDcbSystemTest")) {
     const DWORD wait = WaitForSingleObject(mutex, TURN_TIMEOUT_MS);

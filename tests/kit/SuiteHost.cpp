@@ -1,10 +1,11 @@
-#include "tests/system/SuiteHost.h"
+#include "tests/kit/SuiteHost.h"
 
 #include <algorithm>
 
 #include <gtest/gtest.h>
 
 #include "simulator/control/SimControl.h"
+#include "tests/kit/ProgramFolder.h"
 
 namespace {
 
@@ -16,14 +17,8 @@ template <class F> F Find(HMODULE module, const char* name) {
 
 } // namespace
 
-std::filesystem::path ModuleFolder() {
-    wchar_t file[MAX_PATH];
-    GetModuleFileNameW(nullptr, file, MAX_PATH);
-    return std::filesystem::path(file).parent_path();
-}
-
 SuiteHost::SuiteHost() {
-    const auto bin = ModuleFolder();
+    const auto bin = ProgramFolder();
     m_hive.Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2", L"InstalledDir", m_folder.Path().wstring());
     m_hive.Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2", L"TRACE", DWORD{1});
     m_hive.Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\FcoeAgnt", L"InstalledDir",
@@ -71,7 +66,7 @@ void SuiteHost::ResetCalls() {
 
 CQelFcoeAgentIntf* SuiteHost::GetAgent() {
     if (!m_agentModule)
-        m_agentModule = LoadLibraryW((ModuleFolder() / L"FcoeAgnt.dll").c_str());
+        m_agentModule = LoadLibraryW((ProgramFolder() / L"FcoeAgnt.dll").c_str());
     EXPECT_TRUE(m_agentModule) << "error " << GetLastError();
     return m_agentModule ? Find<PFN_GetFcoeAgent>(m_agentModule, "GetFcoeAgent")() : nullptr;
 }

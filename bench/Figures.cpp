@@ -1,5 +1,6 @@
 #include "bench/Figures.h"
 
+#include "bench/FindFunction.h"
 #include "bench/Floor.h"
 #include "bench/Measure.h"
 #include "bench/Topology.h"
@@ -32,7 +33,7 @@ void LoadAndFree(const std::filesystem::path& file) {
 } // namespace
 
 void MeasureRequired(const Neighbours& neighbours) {
-    ICoreAgentPvt* core = Find<PFN_GetCoreAgentPvt>(neighbours.coreAgent, "GetCoreAgentPvt")();
+    ICoreAgentPvt* core = NeedFunction<PFN_GetCoreAgentPvt>(neighbours.coreAgent, "GetCoreAgentPvt")();
     fmt::print("price of required behaviour (agent and floor alike):\n");
     PrintPrice("the library's mutex, opened, taken, given back", MeasureOne(200, [] { const LibraryMutex mutex; }));
     PrintPrice("WaitForApplyDone of the core agent", MeasureOne(200, [&] { core->WaitForApplyDone(0); }));
@@ -69,7 +70,7 @@ void MeasureCached(const Neighbours& neighbours, Machine& machine, unsigned targ
                                         for (const QEL_FCOE_LUN& record : source)
                                             records.push_back(record);
                                     });
-    ICoreAgentPvt* core = Find<PFN_GetCoreAgentPvt>(neighbours.coreAgent, "GetCoreAgentPvt")();
+    ICoreAgentPvt* core = NeedFunction<PFN_GetCoreAgentPvt>(neighbours.coreAgent, "GetCoreAgentPvt")();
     const double wait = MeasureOne(200, [&] { core->WaitForApplyDone(0); });
     fmt::print("cached read of {} LUNs: {:.3f} us each without WaitForApplyDone; copying a record {:.3f} us; more by "
                "{:.3f} us\n",

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <memory>
 
+#include "bench/FindFunction.h"
 #include "bench/Topology.h"
 
 namespace {
@@ -56,12 +57,8 @@ std::uint64_t BigEndian(const BYTE* bytes, int count) {
 
 } // namespace
 
-// Calls one of the library's exports by its name.
-#define LIBRARY(function) Export<decltype(&function)>(#function)
-
 Floor::Floor(HMODULE library, HMODULE coreAgent) : m_library(library) {
-    m_core =
-        reinterpret_cast<PFN_GetCoreAgentPvt>(reinterpret_cast<void*>(GetProcAddress(coreAgent, "GetCoreAgentPvt")))();
+    m_core = NeedFunction<PFN_GetCoreAgentPvt>(coreAgent, "GetCoreAgentPvt")();
     m_device = L"\\DEVICE\\" + std::wstring(BENCH_ADAPTER, BENCH_ADAPTER + std::strlen(BENCH_ADAPTER));
     Open();
 }
@@ -82,12 +79,12 @@ void Floor::Open() {
     {
         const LibraryMutex mutex;
         HBA_UINT32 controller = 0;
-        LIBRARY(ORVAN_InitializeLibrary)();
-        LIBRARY(HBA_RegisterLibraryV2)(&m_table);
-        LIBRARY(ORVAN_GetFCoEControllerInfo)(m_device.c_str(), &controller, name);
+        FIND_FUNCTION(m_library, ORVAN_InitializeLibrary)();
+        FIND_FUNCTION(m_library, HBA_RegisterLibraryV2)(&m_table);
+        FIND_FUNCTION(m_library, ORVAN_GetFCoEControllerInfo)(m_device.c_str(), &controller, name);
     }
     const LibraryMutex mutex;
-    m_handle = LIBRARY(ORVAN_GetFCoEControllerHandle)(name);
+    m_handle = FIND_FUNCTION(m_library, ORVAN_GetFCoEControllerHandle)(name);
 }
 
 std::vector<ORVAN_FC_PORT> Floor::ReadPorts() {
@@ -96,13 +93,13 @@ std::vector<ORVAN_FC_PORT> Floor::ReadPorts() {
         const LibraryMutex mutex;
         auto probe = Allocate<ORVAN_FC_PORT_LIST>(sizeof(ORVAN_FC_PORT_LIST));
         probe->NumberOfEntries = 1;
-        LIBRARY(ORVAN_GetFCPortList)(m_handle, probe.get());
+        FIND_FUNCTION(m_library, ORVAN_GetFCPortList)(m_handle, probe.get());
         count = probe->NumberOfEntries;
     }
     const LibraryMutex mutex;
     auto list = Allocate<ORVAN_FC_PORT_LIST>(4 + 64ull * count);
     list->NumberOfEntries = count;
-    LIBRARY(ORVAN_GetFCPortList)(m_handle, list.get());
+    FIND_FUNCTION(m_library, ORVAN_GetFCPortList)(m_handle, list.get());
     return {list->entry, list->entry + count};
 }
 
@@ -144,10 +141,10 @@ std::vector<QEL_FCOE_TARGET> Floor::ReadTargets() {
     probe.NumberOfEntries = 1;
     const ORVAN_TARGET_LIST* list = &probe;
     Buffer<ORVAN_TARGET_LIST> all;
-    if (LIBRARY(ORVAN_GetTargetList)(m_handle, &probe) == HBA_STATUS_ERROR_MORE_DATA) {
+    if (FIND_FUNCTION(m_library, ORVAN_GetTargetList)(m_handle, &probe) == HBA_STATUS_ERROR_MORE_DATA) {
         all = Allocate<ORVAN_TARGET_LIST>(4 + 44ull * probe.NumberOfEntries);
         all->NumberOfEntries = probe.NumberOfEntries;
-        LIBRARY(ORVAN_GetTargetList)(m_handle, all.get());
+        FIND_FUNCTION(m_library, ORVAN_GetTargetList)(m_handle, all.get());
         list = all.get();
     }
     std::vector<QEL_FCOE_TARGET> records;
@@ -246,7 +243,7 @@ void Floor::Vlans(std::vector<QEL_FCOE_VLAN>& records) {
     Begin();
     ORVAN_VLAN_LIST probe{};
     probe.NumberOfEntries = 1;
-    LIBRARY(ORVAN_GetVlanIdList)(m_handle, &probe);
+    FIND_FUNCTION(m_library, ORVAN_GetVlanIdList)(m_handle, &probe);
     QEL_FCOE_VLAN record;
     Identify(record);
     record.ulVlanId = probe.entry[0] & 0xFFFF;

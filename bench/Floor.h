@@ -47,10 +47,6 @@ class Floor {
   private:
     void Begin();
     void Open();
-    // An export of the library, looked up afresh.
-    template <class F> F Export(const char* name) const {
-        return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(m_library, name)));
-    }
     std::vector<ORVAN_FC_PORT> ReadPorts();
     std::vector<QEL_FCOE_TARGET> ReadTargets();
 

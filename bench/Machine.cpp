@@ -1,5 +1,7 @@
 #include "bench/Machine.h"
 
+#include "bench/FindFunction.h"
+
 namespace {
 
 constexpr wchar_t HIVE[] = L"Software\\FcoeBench";
@@ -39,7 +41,7 @@ void Machine::Trace(DWORD level) {
 Agent::Agent(const Machine& machine) : m_module(LoadLibraryW(machine.Module(L"FcoeAgnt.dll").c_str())) {
     if (!m_module)
         throw std::runtime_error(fmt::format("FcoeAgnt.dll cannot be loaded, error {}", GetLastError()));
-    m_agent = Find<PFN_GetFcoeAgent>(m_module, "GetFcoeAgent")();
+    m_agent = NeedFunction<PFN_GetFcoeAgent>(m_module, "GetFcoeAgent")();
     if (!m_agent)
         throw std::runtime_error("there is no agent to be had");
     m_clock = std::make_unique<AgentClock>(m_module);

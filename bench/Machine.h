@@ -12,13 +12,6 @@
 #include "FcoeAgent/FcoeAgentIntf.h"
 #include "bench/AgentClock.h"
 
-template <class F> F Find(HMODULE module, const char* name) {
-    const auto function = reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-    if (!function)
-        throw std::runtime_error(fmt::format("there is no export {}", name));
-    return function;
-}
-
 // A local machine of the benchmark's own: the installed suite stays as it is.
 class Machine {
   public:

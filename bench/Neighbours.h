@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "bench/FindFunction.h"
 #include "bench/Machine.h"
 #include "simulator/control/SimControl.h"
 
@@ -10,9 +11,9 @@ struct Neighbours {
     explicit Neighbours(const Machine& machine)
         : library(LoadLibraryW(machine.Module(L"orvanhapi.dll").c_str())),
           coreAgent(LoadLibraryW(machine.Module(L"CoreAgnt.dll").c_str())),
-          load(Find<decltype(load)>(library, "OrvanSim_LoadTopology")),
-          calls(Find<decltype(calls)>(library, "OrvanSim_CallCount")),
-          reset(Find<decltype(reset)>(library, "OrvanSim_ResetCalls")) {}
+          load(NeedFunction<decltype(load)>(library, "OrvanSim_LoadTopology")),
+          calls(NeedFunction<decltype(calls)>(library, "OrvanSim_CallCount")),
+          reset(NeedFunction<decltype(reset)>(library, "OrvanSim_ResetCalls")) {}
 
     void Load(const std::string& topology) const {
         if (const char* error = load(topology.c_str()))

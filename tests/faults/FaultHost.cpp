@@ -1,4 +1,5 @@
 #include "tests/faults/FaultHost.h"
+#include "tests/kit/ProgramFolder.h"
 
 #include <algorithm>
 #include <new>
@@ -9,8 +10,8 @@
 #include <fmt/format.h>
 
 #include "simulator/control/SimControl.h"
+#include "tests/kit/FindFunction.h"
 #include "tests/kit/HandleCount.h"
-#include "tests/kit/ProgramFolder.h"
 #include "tools/fcoectl/Records.h"
 
 namespace {
@@ -37,17 +38,9 @@ constexpr char TOPOLOGY[] = R"({"adapters": [
    "port": {"node_wwn": "10:00:02:05:7C:00:00:02", "port_wwn": "20:00:02:05:7C:00:00:02", "state": 3}}],
   "faults": [)";
 
-template <class F> F Find(HMODULE module, const char* name) {
-    const auto function = reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-    if (!function)
-        throw std::runtime_error(fmt::format("no export {}", name));
-    return function;
-}
-#define SIM(module, function) Find<decltype(&function)>(module, #function)
-
 // The lines that a simulated neighbour has recorded.
 std::vector<std::string> RecordedCalls(HMODULE module) {
-    const auto read = SIM(module, OrvanSim_CallLog);
+    const auto read = NEED_FUNCTION(module, OrvanSim_CallLog);
     std::string all(read(nullptr, 0), '\0');
     read(all.data(), static_cast<unsigned>(all.size()));
     all.resize(std::min(all.find('\0'), all.size()));
@@ -100,8 +93,8 @@ FaultHost::FaultHost() {
     m_suite.Simulate(TopologyText(""));
     m_library = m_suite.Library();
     m_coreAgent = LoadLibraryW((ProgramFolder() / L"CoreAgnt.dll").c_str());
-    m_core = Find<PFN_GetCoreAgentPvt>(m_coreAgent, "GetCoreAgentPvt")();
-    SIM(m_library, OrvanSim_LoadTopology)(TopologyText("").c_str());
+    m_core = NeedFunction<PFN_GetCoreAgentPvt>(m_coreAgent, "GetCoreAgentPvt")();
+    NEED_FUNCTION(m_library, OrvanSim_LoadTopology)(TopologyText("").c_str());
     if (!Load())
         throw std::runtime_error("there is no agent");
     m_clock->Advance(EVERYTHING_IS_OLD);
@@ -148,7 +141,7 @@ void FaultHost::Declare(Neighbour neighbour, const std::string& faults) {
         if (!faulty && m_neighbour == neighbour)
             continue;
         if (const char* error =
-                SIM(module, OrvanSim_LoadTopology)(TopologyText(faulty ? faults : "", m_online).c_str()))
+                NEED_FUNCTION(module, OrvanSim_LoadTopology)(TopologyText(faulty ? faults : "", m_online).c_str()))
             throw std::runtime_error(error);
     }
     m_neighbour = neighbour;
@@ -157,7 +150,7 @@ void FaultHost::Declare(Neighbour neighbour, const std::string& faults) {
 }
 
 void FaultHost::Arm(bool armed) {
-    SIM(m_neighbour == Neighbour::Library ? m_library : m_coreAgent, OrvanSim_ArmFaults)(armed);
+    NEED_FUNCTION(m_neighbour == Neighbour::Library ? m_library : m_coreAgent, OrvanSim_ArmFaults)(armed);
 }
 
 std::string FaultHost::Run(const Operation& operation, Outcome& outcome, bool memory) {
@@ -198,7 +191,7 @@ std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, 
     std::string problem;
     for (int attempt = 0; attempt < 2; ++attempt) {
         const std::size_t handles = CountHandles();
-        const unsigned open = SIM(m_library, OrvanSim_OpenHandles)();
+        const unsigned open = NEED_FUNCTION(m_library, OrvanSim_OpenHandles)();
         problem = work();
         if (lasting)
             Restart();
@@ -210,7 +203,7 @@ std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, 
             return problem;
         }
         const std::size_t handlesNow = CountHandles();
-        const unsigned openNow = SIM(m_library, OrvanSim_OpenHandles)();
+        const unsigned openNow = NEED_FUNCTION(m_library, OrvanSim_OpenHandles)();
         if (handlesNow + keptHandles >= handles && handlesNow <= handles + keptHandles &&
             (openNow == open || !closesAdapters))
             return {};
@@ -223,19 +216,19 @@ std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, 
 std::string FaultHost::RunObserved(const Fault& fault, const Operation& operation) {
     const HMODULE faulty = fault.neighbour == Neighbour::Library ? m_library : m_coreAgent;
     for (const HMODULE module : {m_library, m_coreAgent}) {
-        SIM(module, OrvanSim_ResetCalls)();
-        SIM(module, OrvanSim_RecordCalls)(TRUE);
+        NEED_FUNCTION(module, OrvanSim_ResetCalls)();
+        NEED_FUNCTION(module, OrvanSim_RecordCalls)(TRUE);
     }
     m_log->Clear();
     Observation observation;
     std::string problem = Run(operation, observation.outcome);
     observation.messages = m_log->Messages();
-    observation.calls = SIM(faulty, OrvanSim_CallCount)(fault.function.c_str());
+    observation.calls = NEED_FUNCTION(faulty, OrvanSim_CallCount)(fault.function.c_str());
     observation.libraryCalls = RecordedCalls(m_library);
     observation.coreCalls = RecordedCalls(m_coreAgent);
     for (const HMODULE module : {m_library, m_coreAgent}) {
-        SIM(module, OrvanSim_RecordCalls)(FALSE);
-        SIM(module, OrvanSim_ResetCalls)();
+        NEED_FUNCTION(module, OrvanSim_RecordCalls)(FALSE);
+        NEED_FUNCTION(module, OrvanSim_ResetCalls)();
     }
     return problem.empty() ? CheckContract(operation, fault.harm, observation) : problem;
 }

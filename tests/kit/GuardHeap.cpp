@@ -13,6 +13,7 @@
 #include <psapi.h>
 #include <winternl.h>
 
+#include "tests/kit/FindFunction.h"
 #include "tests/kit/ImportPatch.h"
 
 namespace {
@@ -195,8 +196,8 @@ void PatchModules() {
     using PFN_Register =
         LONG(NTAPI*)(ULONG, void(CALLBACK*)(ULONG, const LDR_DLL_LOADED_NOTIFICATION_DATA*, void*), void*, void**);
     static void* cookie;
-    const auto registerNotification = reinterpret_cast<PFN_Register>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "LdrRegisterDllNotification")));
+    const auto registerNotification =
+        FindFunction<PFN_Register>(GetModuleHandleW(L"ntdll.dll"), "LdrRegisterDllNotification");
     if (!registerNotification || registerNotification(0, &OnModule, nullptr, &cookie) != 0) {
         std::fputs("GUARD HEAP: modules that are loaded later cannot be watched\n", stderr);
         std::abort();
@@ -210,14 +211,10 @@ bool GuardHeap::InstallIfAsked() {
     if (!asked || std::strcmp(asked, "1") != 0 || g_area)
         return IsInstalled();
     const HMODULE runTime = GetModuleHandleW(L"msvcrt.dll");
-    const auto Find = [&](auto& function, const char* name) {
-        function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(
-            reinterpret_cast<void*>(GetProcAddress(runTime, name)));
-    };
-    Find(g_malloc, "malloc");
-    Find(g_calloc, "calloc");
-    Find(g_realloc, "realloc");
-    Find(g_free, "free");
+    g_malloc = FindFunction<decltype(g_malloc)>(runTime, "malloc");
+    g_calloc = FindFunction<decltype(g_calloc)>(runTime, "calloc");
+    g_realloc = FindFunction<decltype(g_realloc)>(runTime, "realloc");
+    g_free = FindFunction<decltype(g_free)>(runTime, "free");
     if (!Reserve()) {
         std::fputs("GUARD HEAP: no room\n", stderr);
         std::abort();

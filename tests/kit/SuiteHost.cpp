@@ -5,17 +5,8 @@
 #include <gtest/gtest.h>
 
 #include "simulator/control/SimControl.h"
+#include "tests/kit/FindFunction.h"
 #include "tests/kit/ProgramFolder.h"
-
-namespace {
-
-template <class F> F Find(HMODULE module, const char* name) {
-    const auto function = reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-    EXPECT_TRUE(function) << name;
-    return function;
-}
-
-} // namespace
 
 SuiteHost::SuiteHost() {
     const auto bin = ProgramFolder();
@@ -52,23 +43,23 @@ void SuiteHost::Simulate(const std::string& topology) {
     ASSERT_TRUE(WriteFile(handle, topology.data(), static_cast<DWORD>(topology.size()), &written, nullptr));
     CloseHandle(handle);
     m_hive.Set(L"SOFTWARE\\ORVAN\\Simulator", L"Topology", file.wstring());
-    const char* error = Find<decltype(&OrvanSim_ReloadTopology)>(Library(), "OrvanSim_ReloadTopology")();
+    const char* error = NEED_FUNCTION(Library(), OrvanSim_ReloadTopology)();
     ASSERT_EQ(nullptr, error) << error;
 }
 
 unsigned long long SuiteHost::Calls(const char* function) {
-    return Find<decltype(&OrvanSim_CallCount)>(Library(), "OrvanSim_CallCount")(function);
+    return NEED_FUNCTION(Library(), OrvanSim_CallCount)(function);
 }
 
 void SuiteHost::ResetCalls() {
-    Find<decltype(&OrvanSim_ResetCalls)>(Library(), "OrvanSim_ResetCalls")();
+    NEED_FUNCTION(Library(), OrvanSim_ResetCalls)();
 }
 
 CQelFcoeAgentIntf* SuiteHost::GetAgent() {
     if (!m_agentModule)
         m_agentModule = LoadLibraryW((ProgramFolder() / L"FcoeAgnt.dll").c_str());
     EXPECT_TRUE(m_agentModule) << "error " << GetLastError();
-    return m_agentModule ? Find<PFN_GetFcoeAgent>(m_agentModule, "GetFcoeAgent")() : nullptr;
+    return m_agentModule ? NeedFunction<PFN_GetFcoeAgent>(m_agentModule, "GetFcoeAgent")() : nullptr;
 }
 
 void SuiteHost::Unload() {

@@ -1,4 +1,4 @@
-// The main of every test program.
+// The main of every program of gtest cases.
 #include <cstdlib>
 
 #include <gtest/gtest.h>

@@ -10,7 +10,7 @@ namespace {
 
 HBA_STATUS ListVlans(const LoadedLibrary& library, HBA_HANDLE handle) {
     ORVAN_VLAN_LIST list{};
-    return SIM_CALL(library, ORVAN_GetVlanIdList)(handle, &list);
+    return NEED_FUNCTION(library, ORVAN_GetVlanIdList)(handle, &list);
 }
 
 } // namespace
@@ -19,7 +19,7 @@ TEST(Fault, StatusEndsTheCallWithoutItsWork) {
     const LoadedLibrary library(AdapterWithTargets(1, R"({"function": "ORVAN_GetTargetList", "status": 12})"));
     ORVAN_TARGET_LIST list{};
     list.NumberOfEntries = 1;
-    EXPECT_EQ(HBA_STATUS_ERROR_UNAVAILABLE, SIM_CALL(library, ORVAN_GetTargetList)(library.Open(), &list));
+    EXPECT_EQ(HBA_STATUS_ERROR_UNAVAILABLE, NEED_FUNCTION(library, ORVAN_GetTargetList)(library.Open(), &list));
     EXPECT_EQ(1u, list.NumberOfEntries);
     EXPECT_EQ(0u, list.entry[0].FcId);
 }
@@ -34,7 +34,7 @@ TEST(Fault, CountIsWrittenBackWithAnyStatus) {
     for (const auto& [status, count] : expected) {
         ORVAN_TARGET_LIST list{};
         list.NumberOfEntries = 1;
-        EXPECT_EQ(status, SIM_CALL(library, ORVAN_GetTargetList)(handle, &list));
+        EXPECT_EQ(status, NEED_FUNCTION(library, ORVAN_GetTargetList)(handle, &list));
         EXPECT_EQ(count, list.NumberOfEntries);
     }
 }
@@ -91,7 +91,7 @@ TEST(Fault, GarbageFillsOutputsWithinTheirRoom) {
         HBA_UINT32 behind = 0;
     } targets;
     targets.list.NumberOfEntries = 1;
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_GetTargetList)(handle, &targets.list));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_GetTargetList)(handle, &targets.list));
     EXPECT_EQ(0xA5A5A5A5u, targets.list.NumberOfEntries);
     EXPECT_EQ(0xA5A5A5A5u, targets.list.entry[0].FcId);
     EXPECT_EQ(0u, targets.behind);
@@ -107,18 +107,18 @@ TEST(Fault, GarbageFillsOutputsWithinTheirRoom) {
 
     HBA_UINT32 controller = 0;
     char name[ORVAN_NAME_SIZE];
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_GetFCoEControllerInfo)(L"x", &controller, name));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_GetFCoEControllerInfo)(L"x", &controller, name));
     EXPECT_EQ('\xA5', name[ORVAN_NAME_SIZE - 1]) << "a name without an end";
 }
 
 TEST(Fault, MissingExportsAreGoneAndComeBack) {
     const LoadedLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "missing": true},
                                                    {"function": "HBA_RegisterLibraryV2", "missing": true})"));
-    EXPECT_FALSE(SIM_CALL(library, ORVAN_GetVlanIdList));
-    EXPECT_FALSE(SIM_CALL(library, HBA_RegisterLibraryV2));
-    EXPECT_TRUE(SIM_CALL(library, ORVAN_GetTargetList));
-    EXPECT_EQ(nullptr, SIM_CALL(library, OrvanSim_LoadTopology)(OneAdapter().c_str()));
-    ASSERT_TRUE(SIM_CALL(library, ORVAN_GetVlanIdList));
+    EXPECT_FALSE(FIND_FUNCTION(library, ORVAN_GetVlanIdList));
+    EXPECT_FALSE(FIND_FUNCTION(library, HBA_RegisterLibraryV2));
+    EXPECT_TRUE(FIND_FUNCTION(library, ORVAN_GetTargetList));
+    EXPECT_EQ(nullptr, NEED_FUNCTION(library, OrvanSim_LoadTopology)(OneAdapter().c_str()));
+    ASSERT_TRUE(FIND_FUNCTION(library, ORVAN_GetVlanIdList));
     EXPECT_EQ(HBA_STATUS_OK, ListVlans(library, library.Open()));
 }
 
@@ -134,12 +134,12 @@ TEST(Fault, ConfiguredMissingExportsAreGoneFromTheStart) {
     SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", file.c_str());
     {
         const LoadedLibrary library;
-        EXPECT_FALSE(SIM_CALL(library, ORVAN_InitializeLibrary));
-        EXPECT_TRUE(SIM_CALL(library, ORVAN_GetFCoEControllerInfo));
+        EXPECT_FALSE(FIND_FUNCTION(library, ORVAN_InitializeLibrary));
+        EXPECT_TRUE(FIND_FUNCTION(library, ORVAN_GetFCoEControllerInfo));
     }
     SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", nullptr);
     const LoadedLibrary library;
-    EXPECT_TRUE(SIM_CALL(library, ORVAN_InitializeLibrary));
+    EXPECT_TRUE(FIND_FUNCTION(library, ORVAN_InitializeLibrary));
 }
 
 TEST(Fault, UnterminatedTextsFillTheirArrays) {
@@ -153,7 +153,7 @@ TEST(Fault, UnterminatedTextsFillTheirArrays) {
 
     HBA_UINT32 controller = 0;
     char name[ORVAN_NAME_SIZE + 1] = {};
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_GetFCoEControllerInfo)(
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_GetFCoEControllerInfo)(
                                  L"\\DEVICE\\{11111111-2222-4333-8444-555555555501}", &controller, name));
     EXPECT_EQ(std::size_t{ORVAN_NAME_SIZE}, std::string_view(name).size());
     EXPECT_TRUE(std::string_view(name).starts_with("com.orvan-FCoE-0#"));
@@ -163,14 +163,14 @@ TEST(Fault, DisarmedOnesDoNotShowAndArmedOnesCountAnew) {
     const LoadedLibrary library(OneAdapter("", R"({"function": "ORVAN_GetVlanIdList", "status": 10, "on_call": 2},
                                                    {"function": "ORVAN_GetTargetList", "missing": true})"));
     const HBA_HANDLE handle = library.Open();
-    const auto arm = SIM_CALL(library, OrvanSim_ArmFaults);
+    const auto arm = NEED_FUNCTION(library, OrvanSim_ArmFaults);
     EXPECT_EQ(0u, ListVlans(library, handle));
     arm(0);
-    EXPECT_TRUE(SIM_CALL(library, ORVAN_GetTargetList));
+    EXPECT_TRUE(FIND_FUNCTION(library, ORVAN_GetTargetList));
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(0u, ListVlans(library, handle));
     arm(1);
-    EXPECT_FALSE(SIM_CALL(library, ORVAN_GetTargetList));
+    EXPECT_FALSE(FIND_FUNCTION(library, ORVAN_GetTargetList));
     for (const HBA_STATUS expected : {0, 10, 0})
         EXPECT_EQ(expected, ListVlans(library, handle));
 }
@@ -185,17 +185,17 @@ TEST(Fault, MissingHandlerIsNullInTheTable) {
 TEST(Fault, WrongTopologyFailsEveryFunctionAndSaysWhy) {
     const LoadedLibrary library(OneAdapter());
     const HBA_HANDLE handle = library.Open();
-    const std::string error = SIM_CALL(library, OrvanSim_LoadTopology)("{\"adapters\": 5}");
+    const std::string error = NEED_FUNCTION(library, OrvanSim_LoadTopology)("{\"adapters\": 5}");
     EXPECT_EQ("topology text: /adapters: expected a list, found 5", error);
-    EXPECT_EQ(error, SIM_CALL(library, OrvanSim_TopologyError)());
-    EXPECT_EQ(HBA_STATUS_ERROR, SIM_CALL(library, ORVAN_InitializeLibrary)());
+    EXPECT_EQ(error, NEED_FUNCTION(library, OrvanSim_TopologyError)());
+    EXPECT_EQ(HBA_STATUS_ERROR, NEED_FUNCTION(library, ORVAN_InitializeLibrary)());
     EXPECT_EQ(HBA_STATUS_ERROR, ListVlans(library, handle));
     HBA_UINT32 controller = 0;
     char name[ORVAN_NAME_SIZE];
-    EXPECT_EQ(HBA_STATUS_ERROR, SIM_CALL(library, ORVAN_GetFCoEControllerInfo)(L"x", &controller, name));
-    EXPECT_EQ(HBA_HANDLE_INVALID, SIM_CALL(library, ORVAN_GetFCoEControllerHandle)("com.orvan-FCoE-0"));
+    EXPECT_EQ(HBA_STATUS_ERROR, NEED_FUNCTION(library, ORVAN_GetFCoEControllerInfo)(L"x", &controller, name));
+    EXPECT_EQ(HBA_HANDLE_INVALID, NEED_FUNCTION(library, ORVAN_GetFCoEControllerHandle)("com.orvan-FCoE-0"));
     HBA_ENTRYPOINTSV2 table;
-    EXPECT_EQ(HBA_STATUS_ERROR, SIM_CALL(library, HBA_RegisterLibraryV2)(&table));
+    EXPECT_EQ(HBA_STATUS_ERROR, NEED_FUNCTION(library, HBA_RegisterLibraryV2)(&table));
 }
 
 // --- Records of the calls --------------------------------------------------------------------------------------------
@@ -203,11 +203,11 @@ TEST(Fault, WrongTopologyFailsEveryFunctionAndSaysWhy) {
 TEST(Calls, OneLineEach) {
     const LoadedLibrary library(AdapterWithTargets(3, R"({"function": "ORVAN_GetVlanIdList", "throw": true})"));
     const HBA_HANDLE handle = library.Open();
-    SIM_CALL(library, OrvanSim_RecordCalls)(1);
+    NEED_FUNCTION(library, OrvanSim_RecordCalls)(1);
     ORVAN_TARGET_LIST list{};
     list.NumberOfEntries = 1;
-    SIM_CALL(library, ORVAN_GetTargetList)(handle, &list);
-    SIM_CALL(library, ORVAN_GetTargetList)(9, &list);
+    NEED_FUNCTION(library, ORVAN_GetTargetList)(handle, &list);
+    NEED_FUNCTION(library, ORVAN_GetTargetList)(9, &list);
     library.Create(handle, "20:01:02:05:7C:00:00:01");
     EXPECT_THROW(ListVlans(library, handle), std::runtime_error);
     EXPECT_EQ("ORVAN_GetTargetList handle=1 count=1 -> 7 count=3\n"
@@ -215,12 +215,12 @@ TEST(Calls, OneLineEach) {
               "ORVAN_CreateVPort handle=1 wwpn=20:01:02:05:7C:00:00:01 -> 0\n"
               "ORVAN_GetVlanIdList throws\n",
               library.CallLines());
-    SIM_CALL(library, OrvanSim_RecordCalls)(0);
+    NEED_FUNCTION(library, OrvanSim_RecordCalls)(0);
     list.NumberOfEntries = 1;
-    SIM_CALL(library, ORVAN_GetTargetList)(handle, &list);
-    EXPECT_EQ(3u, SIM_CALL(library, OrvanSim_CallCount)("ORVAN_GetTargetList"));
-    SIM_CALL(library, OrvanSim_ResetCalls)();
-    EXPECT_EQ(0u, SIM_CALL(library, OrvanSim_CallCount)("ORVAN_GetTargetList"));
+    NEED_FUNCTION(library, ORVAN_GetTargetList)(handle, &list);
+    EXPECT_EQ(3u, NEED_FUNCTION(library, OrvanSim_CallCount)("ORVAN_GetTargetList"));
+    NEED_FUNCTION(library, OrvanSim_ResetCalls)();
+    EXPECT_EQ(0u, NEED_FUNCTION(library, OrvanSim_CallCount)("ORVAN_GetTargetList"));
     EXPECT_EQ("", library.CallLines());
 }
 
@@ -230,8 +230,8 @@ TEST(Calls, AreAppendedToTheFileThatTheVariableNames) {
     SetEnvironmentVariableW(L"ORVAN_SIM_CALLS", file.c_str());
     for (int i = 0; i < 2; ++i) {
         const LoadedLibrary library(OneAdapter());
-        SIM_CALL(library, ORVAN_InitializeLibrary)();
-        SIM_CALL(library, OrvanSim_LoadTopology)("{}");
+        NEED_FUNCTION(library, ORVAN_InitializeLibrary)();
+        NEED_FUNCTION(library, OrvanSim_LoadTopology)("{}");
     }
     SetEnvironmentVariableW(L"ORVAN_SIM_CALLS", nullptr);
     const std::string lines = "ORVAN_InitializeLibrary -> 0\r\n"
@@ -242,7 +242,7 @@ TEST(Calls, AreAppendedToTheFileThatTheVariableNames) {
 TEST(Calls, FromManyThreadsAreAllCounted) {
     const LoadedLibrary library(AdapterWithTargets(3));
     const HBA_HANDLE handle = library.Open();
-    const auto list = SIM_CALL(library, ORVAN_GetTargetList);
+    const auto list = NEED_FUNCTION(library, ORVAN_GetTargetList);
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&, i] {
@@ -257,6 +257,6 @@ TEST(Calls, FromManyThreadsAreAllCounted) {
     }
     for (auto& thread : threads)
         thread.join();
-    EXPECT_EQ(800u, SIM_CALL(library, OrvanSim_CallCount)("ORVAN_GetTargetList"));
-    EXPECT_EQ(201u, SIM_CALL(library, OrvanSim_OpenHandles)());
+    EXPECT_EQ(800u, NEED_FUNCTION(library, OrvanSim_CallCount)("ORVAN_GetTargetList"));
+    EXPECT_EQ(201u, NEED_FUNCTION(library, OrvanSim_OpenHandles)());
 }

@@ -53,7 +53,7 @@ std::vector<std::uint8_t> Recorded(const char* file) {
 TEST(Library, ListsNeverExceedTheirRoomAndTellWhatExists) {
     const LoadedLibrary library(AdapterWithTargets(3));
     const HBA_HANDLE handle = library.Open();
-    ExpectHonestCounts<ORVAN_TARGET_LIST>(SIM_CALL(library, ORVAN_GetTargetList), handle);
+    ExpectHonestCounts<ORVAN_TARGET_LIST>(NEED_FUNCTION(library, ORVAN_GetTargetList), handle);
     ExpectHonestCounts<HBA_FCPTARGETMAPPING>(library.Table().GetFcpTargetMappingHandler, handle);
 }
 
@@ -62,10 +62,10 @@ TEST(Library, PortAndVlanListsNeverExceedTheirRoom) {
         "ports": [{}, {"type": 2, "port_wwn": "20:01:02:05:7C:00:00:01"},
                   {"type": 3, "port_wwn": "20:02:02:05:7C:00:00:01"}])"));
     const HBA_HANDLE handle = library.Open();
-    ExpectHonestCounts<ORVAN_FC_PORT_LIST>(SIM_CALL(library, ORVAN_GetFCPortList), handle);
-    ExpectHonestCounts<ORVAN_VLAN_LIST>(SIM_CALL(library, ORVAN_GetVlanIdList), handle);
+    ExpectHonestCounts<ORVAN_FC_PORT_LIST>(NEED_FUNCTION(library, ORVAN_GetFCPortList), handle);
+    ExpectHonestCounts<ORVAN_VLAN_LIST>(NEED_FUNCTION(library, ORVAN_GetVlanIdList), handle);
     ListBuffer<ORVAN_VLAN_LIST> vlans(3);
-    SIM_CALL(library, ORVAN_GetVlanIdList)(handle, vlans.Get());
+    NEED_FUNCTION(library, ORVAN_GetVlanIdList)(handle, vlans.Get());
     EXPECT_EQ(0x00020064u, vlans.Get()->entry[1]);
 }
 
@@ -80,14 +80,14 @@ TEST(Library, AdapterKeepsItsHandleAndClosedOnesAreRefused) {
     table.CloseAdapterHandler(handle);
     EXPECT_EQ(handle, library.Open());
     EXPECT_EQ(HBA_STATUS_OK, table.GetPortStatisticsHandler(handle, 0, &statistics));
-    EXPECT_EQ(1u, SIM_CALL(library, OrvanSim_OpenHandles)());
-    EXPECT_EQ(HBA_HANDLE_INVALID, SIM_CALL(library, ORVAN_GetFCoEControllerHandle)("nobody"));
-    EXPECT_EQ(HBA_HANDLE_INVALID, SIM_CALL(library, ORVAN_GetFCoEControllerHandle)(nullptr));
+    EXPECT_EQ(1u, NEED_FUNCTION(library, OrvanSim_OpenHandles)());
+    EXPECT_EQ(HBA_HANDLE_INVALID, NEED_FUNCTION(library, ORVAN_GetFCoEControllerHandle)("nobody"));
+    EXPECT_EQ(HBA_HANDLE_INVALID, NEED_FUNCTION(library, ORVAN_GetFCoEControllerHandle)(nullptr));
 }
 
 TEST(Library, FindsTheControllerOfADevice) {
     const LoadedLibrary library(OneAdapter(R"(, "library_name": "com.example-7", "controller": 9)"));
-    const auto find = SIM_CALL(library, ORVAN_GetFCoEControllerInfo);
+    const auto find = NEED_FUNCTION(library, ORVAN_GetFCoEControllerInfo);
     HBA_UINT32 controller = 0;
     char name[ORVAN_NAME_SIZE];
     EXPECT_EQ(HBA_STATUS_OK, find(L"\\Device\\{11111111-2222-4333-8444-555555555501}", &controller, name));
@@ -102,8 +102,8 @@ TEST(Library, DoesNotKnowAdaptersWithoutFcoe) {
     HBA_UINT32 controller = 0;
     char name[ORVAN_NAME_SIZE];
     EXPECT_EQ(HBA_STATUS_ERROR_ILLEGAL_INDEX,
-              SIM_CALL(library, ORVAN_GetFCoEControllerInfo)(L"\\DEVICE\\{11111111-2222-4333-8444-555555555501}",
-                                                             &controller, name));
+              NEED_FUNCTION(library, ORVAN_GetFCoEControllerInfo)(L"\\DEVICE\\{11111111-2222-4333-8444-555555555501}",
+                                                                  &controller, name));
 }
 
 TEST(Library, HandsOutAllHandlersAndSaysWhichItDoesNotSupport) {
@@ -115,9 +115,9 @@ TEST(Library, HandsOutAllHandlersAndSaysWhichItDoesNotSupport) {
         EXPECT_TRUE(handler);
     const auto sendRls = reinterpret_cast<HBA_STATUS (*)()>(reinterpret_cast<void*>(table.SendRLSHandler));
     EXPECT_EQ(HBA_STATUS_ERROR_NOT_SUPPORTED, sendRls());
-    EXPECT_EQ(1u, SIM_CALL(library, OrvanSim_CallCount)("SendRLS"));
-    EXPECT_EQ(0xFFFFFFFFu, SIM_CALL(library, OrvanSim_CallCount)("Nothing"));
-    EXPECT_EQ(HBA_STATUS_ERROR_ARG, SIM_CALL(library, HBA_RegisterLibraryV2)(nullptr));
+    EXPECT_EQ(1u, NEED_FUNCTION(library, OrvanSim_CallCount)("SendRLS"));
+    EXPECT_EQ(0xFFFFFFFFu, NEED_FUNCTION(library, OrvanSim_CallCount)("Nothing"));
+    EXPECT_EQ(HBA_STATUS_ERROR_ARG, NEED_FUNCTION(library, HBA_RegisterLibraryV2)(nullptr));
 }
 
 TEST(Library, ShowsAttributesOfTheTopology) {
@@ -156,7 +156,7 @@ TEST(Library, CountersGrowAndUnsupportedOnesStay) {
 TEST(Library, TellsThePropertiesOfBothSides) {
     const LoadedLibrary library(OneAdapter(R"(, "properties": {"remote_page_file": true})"));
     ORVAN_FC_NIC_PROPERTIES properties{};
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_GetFCAndNICProperties)(library.Open(), &properties));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_GetFCAndNICProperties)(library.Open(), &properties));
     EXPECT_STREQ("\\DEVICE\\{11111111-2222-4333-8444-555555555501}", properties.NetworkInstance);
     EXPECT_EQ(ORVAN_FLAG_REMOTE_PAGE_FILE, properties.Flags);
     EXPECT_EQ(0x7C, properties.MacAddress[2]);
@@ -252,8 +252,8 @@ TEST_F(Scsi, CapacityOf10BytesSaturates) {
     EXPECT_EQ(8u, m_rspSize);
     EXPECT_EQ(Recorded("capacity10-large.hex"), Response(8));
     HBA_UINT8 sense[18];
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_SendReadCapacity16)(library.Open(), TARGET, 0, m_rsp, sizeof m_rsp,
-                                                                         sense, sizeof sense));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_SendReadCapacity16)(library.Open(), TARGET, 0, m_rsp,
+                                                                              sizeof m_rsp, sense, sizeof sense));
     EXPECT_EQ(1, m_rsp[3]);
     EXPECT_EQ(0x7F, m_rsp[4]);
 }

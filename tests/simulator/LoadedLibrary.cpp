@@ -36,7 +36,7 @@ LoadedLibrary::LoadedLibrary() : m_module(LoadLibraryW(L"orvanhapi.dll")) {
 }
 
 LoadedLibrary::LoadedLibrary(const std::string& topology) : LoadedLibrary() {
-    const char* error = SIM_CALL(*this, OrvanSim_LoadTopology)(topology.c_str());
+    const char* error = NEED_FUNCTION(m_module, OrvanSim_LoadTopology)(topology.c_str());
     EXPECT_EQ(nullptr, error) << error;
 }
 
@@ -46,12 +46,12 @@ LoadedLibrary::~LoadedLibrary() {
 
 HBA_ENTRYPOINTSV2 LoadedLibrary::Table() const {
     HBA_ENTRYPOINTSV2 table{};
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(*this, HBA_RegisterLibraryV2)(&table));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(m_module, HBA_RegisterLibraryV2)(&table));
     return table;
 }
 
 HBA_HANDLE LoadedLibrary::Open(const char* name) const {
-    const HBA_HANDLE handle = SIM_CALL(*this, ORVAN_GetFCoEControllerHandle)(name);
+    const HBA_HANDLE handle = NEED_FUNCTION(m_module, ORVAN_GetFCoEControllerHandle)(name);
     EXPECT_NE(HBA_HANDLE_INVALID, handle);
     return handle;
 }
@@ -60,7 +60,7 @@ std::vector<std::string> LoadedLibrary::PortNames(HBA_HANDLE handle) const {
     std::vector<HBA_UINT32> buffer(1 + 64 * sizeof(ORVAN_FC_PORT) / sizeof(HBA_UINT32));
     auto* list = reinterpret_cast<ORVAN_FC_PORT_LIST*>(buffer.data());
     list->NumberOfEntries = 64;
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(*this, ORVAN_GetFCPortList)(handle, list));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(m_module, ORVAN_GetFCPortList)(handle, list));
     std::vector<std::string> names;
     for (HBA_UINT32 i = 0; i < list->NumberOfEntries; ++i)
         names.push_back(WwnOf(list->entry[i].PortWWN));
@@ -70,18 +70,18 @@ std::vector<std::string> LoadedLibrary::PortNames(HBA_HANDLE handle) const {
 HBA_STATUS LoadedLibrary::Create(HBA_HANDLE handle, const char* wwn) const {
     ORVAN_FC_PORT request{};
     request.PortWWN = HbaWwn(wwn);
-    return SIM_CALL(*this, ORVAN_CreateVPort)(handle, &request);
+    return NEED_FUNCTION(m_module, ORVAN_CreateVPort)(handle, &request);
 }
 
 HBA_STATUS LoadedLibrary::Remove(HBA_HANDLE handle, const char* wwn) const {
     ORVAN_FC_PORT request{};
     request.PortWWN = HbaWwn(wwn);
-    return SIM_CALL(*this, ORVAN_RemoveVPort)(handle, &request);
+    return NEED_FUNCTION(m_module, ORVAN_RemoveVPort)(handle, &request);
 }
 
 std::string LoadedLibrary::CallLines() const {
-    std::string lines(SIM_CALL(*this, OrvanSim_CallLog)(nullptr, 0), '\0');
-    SIM_CALL(*this, OrvanSim_CallLog)(lines.data(), static_cast<unsigned>(lines.size()));
+    std::string lines(NEED_FUNCTION(m_module, OrvanSim_CallLog)(nullptr, 0), '\0');
+    NEED_FUNCTION(m_module, OrvanSim_CallLog)(lines.data(), static_cast<unsigned>(lines.size()));
     lines.pop_back();
     return lines;
 }

@@ -10,6 +10,7 @@
 #include "FcoeAgent/OrvanHbaApi.h"
 #include "simulator/control/SimControl.h"
 #include "simulator/topology/Topology.h"
+#include "tests/kit/FindFunction.h"
 #include "tests/kit/PrivateHive.h"
 
 // One adapter; the text is inserted into its object. Starts with a comma or is empty.
@@ -29,10 +30,8 @@ class LoadedLibrary {
     LoadedLibrary(const LoadedLibrary&) = delete;
     LoadedLibrary& operator=(const LoadedLibrary&) = delete;
 
-    // Null: the module has no such export now.
-    template <class F> F Find(const char* name) const {
-        return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
-    }
+    // For FIND_FUNCTION and NEED_FUNCTION.
+    operator HMODULE() const { return m_module; }
     // The handler table, as the library fills it in.
     HBA_ENTRYPOINTSV2 Table() const;
     // A handle of the one adapter.
@@ -47,6 +46,3 @@ class LoadedLibrary {
     PrivateHive m_hive; // no topology and state of the machine
     HMODULE m_module;
 };
-
-// Calls an export by its own name and type.
-#define SIM_CALL(library, function) ((library).Find<decltype(&function)>(#function))

@@ -8,6 +8,7 @@
 #include <setupapi.h>
 
 #include "simulator/control/SimControl.h"
+#include "tests/kit/FindFunction.h"
 #include "tests/kit/ProgramFolder.h"
 
 namespace {
@@ -30,32 +31,27 @@ class SetupApi : public testing::Test {
     }
     ~SetupApi() override { FreeLibrary(m_module); }
 
-    template <class F> F Find(const char* name) const {
-        return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
-    }
     void Load(const std::string& faults) {
         std::string text = TWO_ADAPTERS;
         text.replace(text.find("%FAULTS%"), 8, faults);
-        const auto load = Find<PFN_OrvanSim_LoadTopology>("OrvanSim_LoadTopology");
-        ASSERT_TRUE(load) << "the system's setupapi.dll";
-        const char* error = load(text.c_str());
+        const char* error = NEED_FUNCTION(m_module, OrvanSim_LoadTopology)(text.c_str());
         EXPECT_EQ(nullptr, error) << error;
     }
     HDEVINFO Devices(const GUID* deviceClass = &NETWORK_DEVICES, DWORD flags = DIGCF_PRESENT) {
-        return Find<decltype(&SetupDiGetClassDevsW)>("SetupDiGetClassDevsW")(deviceClass, nullptr, nullptr, flags);
+        return NEED_FUNCTION(m_module, SetupDiGetClassDevsW)(deviceClass, nullptr, nullptr, flags);
     }
     BOOL Enumerate(HDEVINFO devices, DWORD index, SP_DEVINFO_DATA& data) {
         data = {};
         data.cbSize = sizeof data;
-        return Find<decltype(&SetupDiEnumDeviceInfo)>("SetupDiEnumDeviceInfo")(devices, index, &data);
+        return NEED_FUNCTION(m_module, SetupDiEnumDeviceInfo)(devices, index, &data);
     }
     BOOL Property(HDEVINFO devices, SP_DEVINFO_DATA& data, DWORD property, DWORD& value, DWORD size = 4) {
-        return Find<decltype(&SetupDiGetDeviceRegistryPropertyW)>("SetupDiGetDeviceRegistryPropertyW")(
+        return NEED_FUNCTION(m_module, SetupDiGetDeviceRegistryPropertyW)(
             devices, &data, property, nullptr, reinterpret_cast<BYTE*>(&value), size, nullptr);
     }
     std::wstring InstanceId(HDEVINFO devices, SP_DEVINFO_DATA& data) {
-        const HKEY key = Find<decltype(&SetupDiOpenDevRegKey)>("SetupDiOpenDevRegKey")(devices, &data, DICS_FLAG_GLOBAL,
-                                                                                       0, DIREG_DRV, KEY_READ);
+        const HKEY key =
+            NEED_FUNCTION(m_module, SetupDiOpenDevRegKey)(devices, &data, DICS_FLAG_GLOBAL, 0, DIREG_DRV, KEY_READ);
         EXPECT_NE(INVALID_HANDLE_VALUE, key);
         wchar_t text[64] = L"";
         DWORD size = sizeof text;
@@ -64,9 +60,7 @@ class SetupApi : public testing::Test {
         RegCloseKey(key);
         return text;
     }
-    BOOL Destroy(HDEVINFO devices) {
-        return Find<decltype(&SetupDiDestroyDeviceInfoList)>("SetupDiDestroyDeviceInfoList")(devices);
-    }
+    BOOL Destroy(HDEVINFO devices) { return NEED_FUNCTION(m_module, SetupDiDestroyDeviceInfoList)(devices); }
 
     HMODULE m_module;
 };
@@ -135,7 +129,7 @@ TEST_F(SetupApi, RefusesWrongSizesAndProperties) {
     EXPECT_EQ(DWORD(ERROR_INVALID_DATA), GetLastError());
     EXPECT_EQ(7u, value);
     data.cbSize = 4;
-    EXPECT_FALSE(Find<decltype(&SetupDiEnumDeviceInfo)>("SetupDiEnumDeviceInfo")(devices, 0, &data));
+    EXPECT_FALSE(NEED_FUNCTION(m_module, SetupDiEnumDeviceInfo)(devices, 0, &data));
     EXPECT_EQ(DWORD(ERROR_INVALID_USER_BUFFER), GetLastError());
     Destroy(devices);
 }
@@ -151,8 +145,8 @@ TEST_F(SetupApi, FaultStatusIsTheLastError) {
     EXPECT_EQ(3u, value);
     EXPECT_FALSE(Property(devices, data, SPDRP_ADDRESS, value));
     EXPECT_EQ(DWORD(ERROR_INVALID_DATA), GetLastError());
-    EXPECT_EQ(INVALID_HANDLE_VALUE, Find<decltype(&SetupDiOpenDevRegKey)>("SetupDiOpenDevRegKey")(
-                                        devices, &data, DICS_FLAG_GLOBAL, 0, DIREG_DRV, KEY_READ));
+    EXPECT_EQ(INVALID_HANDLE_VALUE,
+              NEED_FUNCTION(m_module, SetupDiOpenDevRegKey)(devices, &data, DICS_FLAG_GLOBAL, 0, DIREG_DRV, KEY_READ));
     EXPECT_EQ(DWORD(ERROR_ACCESS_DENIED), GetLastError());
     Destroy(devices);
 }

@@ -21,7 +21,7 @@ using Names = std::vector<std::string>;
 
 std::string Generated(const LoadedLibrary& library, HBA_HANDLE handle) {
     HBA_WWN wwn{};
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_GeneratePortWWN)(handle, &wwn));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_GeneratePortWWN)(handle, &wwn));
     return WwnOf(wwn);
 }
 
@@ -84,7 +84,7 @@ TEST(VirtualPort, AppearsInTheListWithTheFabricOfThePhysicalPort) {
     EXPECT_EQ(HBA_STATUS_OK, library.Create(handle, FIRST));
     HBA_UINT32 buffer[1 + 2 * 16] = {2};
     auto* list = reinterpret_cast<ORVAN_FC_PORT_LIST*>(buffer);
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_GetFCPortList)(handle, list));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_GetFCPortList)(handle, list));
     const ORVAN_FC_PORT& port = list->entry[1];
     EXPECT_EQ(FIRST, WwnOf(port.PortWWN));
     EXPECT_EQ(3, port.PortType);
@@ -103,7 +103,7 @@ TEST(VirtualPort, RefusesNamesThatTheAdapterUses) {
         EXPECT_EQ(HBA_STATUS_ERROR_AMBIGUOUS_WWN, library.Create(handle, used)) << used;
     EXPECT_EQ(HBA_STATUS_ERROR_ILLEGAL_WWN, library.Create(handle, "00:00:00:00:00:00:00:00"));
     EXPECT_EQ(HBA_STATUS_ERROR_ILLEGAL_WWN, library.Create(handle, "FF:FF:FF:FF:FF:FF:FF:FF"));
-    EXPECT_EQ(HBA_STATUS_ERROR_ARG, SIM_CALL(library, ORVAN_CreateVPort)(handle, nullptr));
+    EXPECT_EQ(HBA_STATUS_ERROR_ARG, NEED_FUNCTION(library, ORVAN_CreateVPort)(handle, nullptr));
     EXPECT_EQ((Names{PHYSICAL, FIRST}), library.PortNames(handle));
 }
 
@@ -143,7 +143,7 @@ TEST(VirtualPort, GeneratedNamesAreNewValidAndUnused) {
         EXPECT_EQ('2', name[0]);
     }
     EXPECT_EQ(HBA_STATUS_OK, library.Create(handle, names.begin()->c_str()));
-    EXPECT_EQ(HBA_STATUS_ERROR_ARG, SIM_CALL(library, ORVAN_GeneratePortWWN)(handle, nullptr));
+    EXPECT_EQ(HBA_STATUS_ERROR_ARG, NEED_FUNCTION(library, ORVAN_GeneratePortWWN)(handle, nullptr));
 }
 
 TEST(VirtualPort, RegisteredNamesCountInTheirLastBits) {
@@ -160,7 +160,7 @@ TEST(VirtualPort, SeesNpivTargetsThroughItsOwnAddress) {
 
     HBA_UINT32 targets[1 + 2 * 11] = {2};
     auto* list = reinterpret_cast<ORVAN_TARGET_LIST*>(targets);
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_GetTargetList)(handle, list));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_GetTargetList)(handle, list));
     ASSERT_EQ(2u, list->NumberOfEntries);
     EXPECT_EQ(PHYSICAL, WwnOf(list->entry[0].InitiatorPortWWN));
     EXPECT_EQ(77u, list->entry[0].FcId);
@@ -182,7 +182,7 @@ TEST(VirtualPort, SeesNpivTargetsThroughItsOwnAddress) {
 TEST(VirtualPort, ChangesToATopologyGivenAsTextEndWithIt) {
     const LoadedLibrary library(OneAdapter());
     EXPECT_EQ(HBA_STATUS_OK, library.Create(library.Open(), FIRST));
-    EXPECT_EQ(nullptr, SIM_CALL(library, OrvanSim_LoadTopology)(OneAdapter().c_str()));
+    EXPECT_EQ(nullptr, NEED_FUNCTION(library, OrvanSim_LoadTopology)(OneAdapter().c_str()));
     EXPECT_EQ((Names{PHYSICAL}), library.PortNames(library.Open()));
 }
 
@@ -226,10 +226,10 @@ TEST_F(SharedState, RemovedPortOfTheTopologyStaysRemoved) {
 TEST_F(SharedState, UnreadableStateIsAnErrorThatTheCallLogExplains) {
     Write(L"state.json", "{\"{x}\": 5}");
     const LoadedLibrary library;
-    SIM_CALL(library, OrvanSim_RecordCalls)(1);
+    NEED_FUNCTION(library, OrvanSim_RecordCalls)(1);
     HBA_UINT32 list[17] = {1};
     EXPECT_EQ(HBA_STATUS_ERROR,
-              SIM_CALL(library, ORVAN_GetFCPortList)(library.Open(), reinterpret_cast<ORVAN_FC_PORT_LIST*>(list)));
+              NEED_FUNCTION(library, ORVAN_GetFCPortList)(library.Open(), reinterpret_cast<ORVAN_FC_PORT_LIST*>(list)));
     EXPECT_EQ(HBA_STATUS_ERROR, library.Create(library.Open(), FIRST));
     EXPECT_NE(std::string::npos, library.CallLines().find("state error: " + sim::Utf8(StateFile().wstring()) +
                                                           ": /{x}: expected an object, found 5\n"));
@@ -242,10 +242,10 @@ TEST_F(SharedState, RescanFindsWhatTheTopologyFileSaysNow) {
     Write(L"topology.json", OneAdapter(NPIV_TARGET));
     HBA_UINT32 list[12] = {1};
     auto* targets = reinterpret_cast<ORVAN_TARGET_LIST*>(list);
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_GetTargetList)(handle, targets));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_GetTargetList)(handle, targets));
     EXPECT_EQ(0u, targets->NumberOfEntries);
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_RescanScsiBus)(handle, 0xFFFFFFFF));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_RescanScsiBus)(handle, 0xFFFFFFFF));
     targets->NumberOfEntries = 1;
-    EXPECT_EQ(HBA_STATUS_OK, SIM_CALL(library, ORVAN_GetTargetList)(handle, targets));
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_GetTargetList)(handle, targets));
     EXPECT_EQ(1u, targets->NumberOfEntries);
 }

@@ -13,6 +13,7 @@
 #include "FcoeAgent/OrvanDcb.h"
 #include "simulator/control/SimControl.h"
 #include "tests/kit/CrashReport.h"
+#include "tests/kit/FindFunction.h"
 #include "tests/kit/HandleCount.h"
 #include "tests/kit/HeapUse.h"
 #include "tests/kit/SuiteHost.h"
@@ -135,9 +136,7 @@ class Child {
             HMODULE module = nullptr;
             if (!GetModuleHandleExW(0, name, &module))
                 continue;
-            const auto reload = reinterpret_cast<decltype(&OrvanSim_ReloadTopology)>(
-                reinterpret_cast<void*>(GetProcAddress(module, "OrvanSim_ReloadTopology")));
-            if (const char* error = reload())
+            if (const char* error = NEED_FUNCTION(module, OrvanSim_ReloadTopology)())
                 std::fprintf(stderr, "child %u: %s\n", m_child, error);
             FreeLibrary(module);
         }

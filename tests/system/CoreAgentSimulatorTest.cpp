@@ -12,6 +12,7 @@
 #include "FcoeAgent/CoreAgentPvt.h"
 #include "simulator/control/SimControl.h"
 #include "simulator/coreagent/Names.h"
+#include "tests/kit/FindFunction.h"
 
 namespace {
 
@@ -44,27 +45,24 @@ class CoreAgentSimulator : public testing::Test {
     void Load() {
         m_module = LoadLibraryW(L"CoreAgnt.dll");
         ASSERT_NE(nullptr, m_module);
-        m_core = Export<PFN_GetCoreAgentPvt>("GetCoreAgentPvt")();
+        m_core = NeedFunction<PFN_GetCoreAgentPvt>(m_module, "GetCoreAgentPvt")();
         ASSERT_NE(nullptr, m_core);
         Simulate();
-    }
-    template <class F> F Export(const char* name) {
-        return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
     }
     // The two adapters with these faults.
     void Simulate(const std::string& faults = "") {
         const std::string text = TWO_ADAPTERS + (faults.empty() ? "}" : ", \"faults\": [" + faults + "]}");
-        const char* error = Export<PFN_OrvanSim_LoadTopology>("OrvanSim_LoadTopology")(text.c_str());
+        const char* error = NEED_FUNCTION(m_module, OrvanSim_LoadTopology)(text.c_str());
         EXPECT_EQ(nullptr, error) << error;
     }
     std::string CallsOf(const std::function<void()>& work) {
-        const auto record = Export<PFN_OrvanSim_RecordCalls>("OrvanSim_RecordCalls");
-        Export<PFN_OrvanSim_ResetCalls>("OrvanSim_ResetCalls")();
+        const auto record = NEED_FUNCTION(m_module, OrvanSim_RecordCalls);
+        NEED_FUNCTION(m_module, OrvanSim_ResetCalls)();
         record(1);
         work();
         record(0);
         std::vector<char> lines(4096);
-        Export<PFN_OrvanSim_CallLog>("OrvanSim_CallLog")(lines.data(), static_cast<unsigned>(lines.size()));
+        NEED_FUNCTION(m_module, OrvanSim_CallLog)(lines.data(), static_cast<unsigned>(lines.size()));
         return lines.data();
     }
     ULONG Start(ULONG owner) {
@@ -268,7 +266,7 @@ TEST_F(CoreAgentSimulator, TheLockCanBeReportedAsTakenBeforeTheThrow) {
 }
 
 TEST_F(CoreAgentSimulator, AWrongTopologyFailsEveryFunction) {
-    EXPECT_NE(nullptr, Export<PFN_OrvanSim_LoadTopology>("OrvanSim_LoadTopology")("{"));
+    EXPECT_NE(nullptr, NEED_FUNCTION(m_module, OrvanSim_LoadTopology)("{"));
     Names names;
     QEL_ADAPTER_INFO info;
     EXPECT_EQ(1u, m_core->EnumerateAdapters(names, 0).ulErrCode);
@@ -280,11 +278,11 @@ TEST_F(CoreAgentSimulator, AWrongTopologyFailsEveryFunction) {
 
 TEST_F(CoreAgentSimulator, TheExportCanBeMissingOrYieldNothing) {
     Simulate(R"({"function": "GetCoreAgentPvt", "missing": true})");
-    EXPECT_EQ(nullptr, Export<void*>("GetCoreAgentPvt"));
+    EXPECT_EQ(nullptr, FindFunction<PFN_GetCoreAgentPvt>(m_module, "GetCoreAgentPvt"));
     Simulate(R"({"function": "GetCoreAgentPvt", "status": 1})");
-    EXPECT_EQ(nullptr, Export<PFN_GetCoreAgentPvt>("GetCoreAgentPvt")());
+    EXPECT_EQ(nullptr, NeedFunction<PFN_GetCoreAgentPvt>(m_module, "GetCoreAgentPvt")());
     Simulate();
-    EXPECT_EQ(m_core, Export<PFN_GetCoreAgentPvt>("GetCoreAgentPvt")());
+    EXPECT_EQ(m_core, NeedFunction<PFN_GetCoreAgentPvt>(m_module, "GetCoreAgentPvt")());
 }
 
 TEST_F(CoreAgentSimulator, WritesItsCallsToTheCallLog) {

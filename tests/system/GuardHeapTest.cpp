@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/kit/CrashReport.h"
+#include "tests/kit/FindFunction.h"
 #include "tests/kit/GuardHeap.h"
 #include "tests/kit/ImportPatch.h"
 #include "tests/kit/ProgramFolder.h"
@@ -115,8 +116,7 @@ TEST(GuardHeapChild, DISABLED_HealthyUse) {
 }
 
 TEST(GuardHeapChild, DISABLED_ForeignBlocksPass) {
-    const auto foreign = reinterpret_cast<decltype(&std::malloc)>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"msvcrt.dll"), "malloc")));
+    const auto foreign = NeedFunction<decltype(&std::malloc)>(GetModuleHandleW(L"msvcrt.dll"), "malloc");
     const std::size_t live = GuardHeap::LiveBlocks();
     void* block = std::realloc(foreign(10), 5000);
     ASSERT_TRUE(block);

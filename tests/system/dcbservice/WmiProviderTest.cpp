@@ -9,6 +9,7 @@
 #include "Common/Src/Helper.h"
 #include "Common/Src/Owner.h"
 #include "tests/kit/DcbSystem.h"
+#include "tests/kit/FindFunction.h"
 #include "tests/kit/LogCapture.h"
 #include "tests/kit/ProgramFolder.h"
 
@@ -37,11 +38,7 @@ class WmiProvider : public testing::Test {
         EXPECT_EQ(m_systemServer, RegisteredServer());
     }
 
-    HRESULT Call(const char* function) {
-        const auto call =
-            reinterpret_cast<HRESULT(WINAPI*)()>(reinterpret_cast<void*>(GetProcAddress(m_module.Get(), function)));
-        return call ? call() : E_NOTIMPL;
-    }
+    HRESULT Call(const char* function) { return NeedFunction<HRESULT(WINAPI*)()>(m_module.Get(), function)(); }
     void Simulate(const std::string& topology) { std::ofstream(system.TopologyFile()) << topology; }
     // Connects to a namespace and runs a query there; the first failure.
     HRESULT Query(const wchar_t* space, const wchar_t* query, const wchar_t* language = L"WQL") {

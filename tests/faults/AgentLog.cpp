@@ -1,8 +1,9 @@
 #include "tests/faults/AgentLog.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <string_view>
+
+#include "tests/kit/LogText.h"
 
 namespace {
 
@@ -14,25 +15,15 @@ AgentLog::Disk g_disk = AgentLog::Disk::None;
 using PFN_write = int (*)(int, const void*, unsigned);
 PFN_write g_write;
 
-// The line without its header.
-std::string_view Message(std::string_view line) {
-    const std::size_t tier = line.find("\tTIER ");
-    const std::size_t message = tier == line.npos ? tier : line.find("\t\t", tier);
-    if (message != line.npos)
-        line.remove_prefix(message + 2);
-    return line;
-}
-
 void Keep(std::string_view message) {
-    if (message.starts_with("ENTRY:  ") || message.starts_with("EXIT:  "))
-        return;
-    g_size += message.copy(g_text + g_size, sizeof g_text - g_size);
+    if (!LogText::IsTrace(message))
+        g_size += message.copy(g_text + g_size, sizeof g_text - g_size);
 }
 
 // The agent holds its log's lock meanwhile.
 int Write(int file, const void* bytes, unsigned size) {
     ++g_writes;
-    Keep(Message({static_cast<const char*>(bytes), size}));
+    Keep(LogText::TextOf({static_cast<const char*>(bytes), size}));
     switch (g_disk) {
     case AgentLog::Disk::None:
         return static_cast<int>(size);
@@ -70,13 +61,6 @@ unsigned long long AgentLog::Writes() const {
 }
 
 std::vector<std::string> AgentLog::Messages() const {
-    std::vector<std::string> messages;
-    std::string_view all(g_text, g_size);
-    while (!all.empty()) {
-        const std::size_t end = std::min(all.find('\n'), all.size());
-        const std::string_view line = all.substr(0, end);
-        messages.emplace_back(line.substr(0, line.find_last_not_of('\r') + 1));
-        all.remove_prefix(std::min(end + 1, all.size()));
-    }
-    return messages;
+    const auto messages = LogText::Lines({g_text, g_size});
+    return {messages.begin(), messages.end()};
 }

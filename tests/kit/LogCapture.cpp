@@ -35,38 +35,22 @@ void LogCapture::Clear() {
     m_start = none ? 0 : size;
 }
 
+std::string LogCapture::Log() const {
+    return ReadFileBytes(LogFile(), m_start);
+}
+
 std::vector<std::string> LogCapture::WholeLines() const {
-    std::vector<std::string> lines;
-    const std::string all = ReadFileBytes(LogFile(), m_start);
-    for (std::size_t at = 0; at < all.size();) {
-        std::size_t end = all.find('\n', at);
-        if (end == std::string::npos)
-            end = all.size();
-        std::string line = all.substr(at, end - at);
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        lines.push_back(line);
-        at = end + 1;
-    }
-    return lines;
+    const std::string log = Log();
+    const auto lines = LogText::Lines(log);
+    return {lines.begin(), lines.end()};
 }
 
 std::vector<std::string> LogCapture::Lines() const {
-    auto lines = WholeLines();
-    for (std::string& line : lines) {
-        const std::size_t tier = line.find("\tTIER ");
-        const std::size_t message = tier == std::string::npos ? tier : line.find("\t\t", tier);
-        if (message != std::string::npos)
-            line.erase(0, message + 2);
-    }
-    return lines;
+    return LogText::Texts(Log());
 }
 
-std::vector<std::string> LogCapture::Messages() const {
-    auto lines = Lines();
-    std::erase_if(lines,
-                  [](const std::string& line) { return line.starts_with("ENTRY:  ") || line.starts_with("EXIT:  "); });
-    return lines;
+std::vector<std::string> LogCapture::Messages(const LogText::Filter& filter) const {
+    return LogText::Messages(Log(), filter);
 }
 
 int LogCapture::Count(const std::string& message) const {

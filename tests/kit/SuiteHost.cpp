@@ -6,6 +6,7 @@
 
 #include "simulator/control/SimControl.h"
 #include "tests/kit/FindFunction.h"
+#include "tests/kit/LogText.h"
 #include "tests/kit/ProgramFolder.h"
 
 SuiteHost::SuiteHost() {
@@ -70,24 +71,11 @@ void SuiteHost::Unload() {
 }
 
 std::vector<std::string> SuiteHost::LogLines() const {
-    std::vector<std::string> lines;
-    const std::string all = ReadFileBytes(LogFile());
-    for (std::size_t at = 0; at < all.size();) {
-        const std::size_t end = std::min(all.find("\r\n", at), all.size());
-        const std::string line = all.substr(at, end - at);
-        const std::size_t tier = line.find("\tTIER ");
-        const std::size_t message = tier == std::string::npos ? tier : line.find("\t\t", tier);
-        lines.push_back(message == std::string::npos ? line : line.substr(message + 2));
-        at = end + 2;
-    }
-    return lines;
+    return LogText::Texts(ReadFileBytes(LogFile()));
 }
 
 std::vector<std::string> SuiteHost::LogMessages() const {
-    auto lines = LogLines();
-    std::erase_if(lines,
-                  [](const std::string& line) { return line.starts_with("ENTRY:  ") || line.starts_with("EXIT:  "); });
-    return lines;
+    return LogText::Messages(ReadFileBytes(LogFile()));
 }
 
 bool SuiteHost::Logged(const std::string& message) const {

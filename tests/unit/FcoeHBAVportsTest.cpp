@@ -37,16 +37,9 @@ class FcoeHBAVports : public HBAFixture {
     }
     // The messages without those of the library access layer and its neighbours.
     std::vector<std::string> Messages() const {
-        auto messages = log.Messages();
-        std::erase_if(messages, [](const std::string& line) {
-            for (const char* own :
-                 {"Unable to generate the WWPN", "Invalid WWPN!", "The maximum ports has already been reached",
-                  "The WWPN is already in use", "Unknonw error has occured in CreateVPort"})
-                if (line == own)
-                    return false;
-            return true;
-        });
-        return messages;
+        return log.Messages(
+            LogText::Only({"Unable to generate the WWPN", "Invalid WWPN!", "The maximum ports has already been reached",
+                           "The WWPN is already in use", "Unknonw error has occured in CreateVPort"}));
     }
 
     HBA_STATUS createStatus = 0, removeStatus = 0;

@@ -34,23 +34,11 @@ class HBAAPIFixture : public testing::Test {
     }
     // The log's messages but those of the module search, the support settings and the registry.
     Texts Messages() const {
-        Texts messages = log.Messages();
-        std::erase_if(messages, [](const std::string& message) {
-            return message.find("Unable to find path to library!") != std::string::npos ||
-                   message.starts_with("IsDebugEnbled()") || message.starts_with("IsSettingDebugable()") ||
-                   message.starts_with("CQelRegKey::");
-        });
-        return messages;
+        return log.Messages(LogText::Without({"Common\\Src\\Helper (767): ERROR:  Unable to find path to library!",
+                                              "IsDebugEnbled()", "IsSettingDebugable()", "CQelRegKey::"}));
     }
     // The operation's own lines, ENTRY and EXIT included, and no other's.
-    Texts Traces(const std::string& operation) const {
-        Texts lines = log.Lines();
-        std::erase_if(lines, [&](const std::string& line) {
-            return line != "ENTRY:  " + operation && line != "EXIT:  " + operation &&
-                   !line.starts_with("EXIT:  " + operation + ",");
-        });
-        return lines;
-    }
+    Texts Traces(const std::string& operation) const { return log.TracesOf(operation); }
 
     PrivateHive hive;
     LogCapture log;

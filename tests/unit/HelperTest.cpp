@@ -223,9 +223,7 @@ TEST(PathFromRegistry, LogsAMissingKeyAndAMissingValue) {
 
 // The messages of the checks alone; reading a number is noisy in itself.
 Messages OwnMessages(const LogCapture& log) {
-    Messages messages = log.Messages();
-    std::erase_if(messages, [](const std::string& message) { return message.starts_with("CQelRegKey::"); });
-    return messages;
+    return log.Messages(LogText::Without({"CQelRegKey::"}));
 }
 
 TEST(DebugEnabled, OnlyNumberOneIsOn) {

@@ -25,15 +25,10 @@ class TreeTest : public testing::Test {
     ~TreeTest() override { library.DeInitHBAAPIMod(); }
 
     // What was logged without the traces and without the library access layer's own lines.
-    std::vector<std::string> Messages() const {
-        auto messages = log.Messages();
-        std::erase_if(messages, [](const std::string& message) { return message.starts_with("CHBAAPIInt::"); });
-        return messages;
-    }
+    std::vector<std::string> Messages() const { return log.Messages(LogText::Without({"CHBAAPIInt::"})); }
     // The scope of the operation was traced, and this is how its EXIT line ends.
     testing::AssertionResult Traced(const std::string& operation, const std::string& result = "") const {
-        const bool traced = log.Has("ENTRY:  " + operation) && log.Has("EXIT:  " + operation + result);
-        return traced ? testing::AssertionSuccess() : testing::AssertionFailure() << operation << " is not traced";
+        return log.Traced(operation, result);
     }
 
     FakeHbaLibrary fake;

@@ -176,36 +176,36 @@ class Scsi : public testing::Test {
                "\"";
     }
     HBA_STATUS Inquiry(const LoadedLibrary& library, HBA_UINT8 evpd, HBA_UINT32 page, HBA_UINT64 lun = 0) {
-        return library.Table().ScsiInquiryHandler(library.Open(), TARGET, lun, evpd, page, m_rsp, sizeof m_rsp, m_sense,
-                                                  sizeof m_sense);
+        return library.Table().ScsiInquiryHandler(library.Open(), TARGET, lun, evpd, page, rsp, sizeof rsp, sense,
+                                                  sizeof sense);
     }
     HBA_STATUS ReadCapacity(const LoadedLibrary& library, HBA_UINT64 lun = 0) {
-        m_rspSize = sizeof m_rsp;
-        m_senseSize = sizeof m_sense;
-        return library.Table().ScsiReadCapacityV2Handler(library.Open(), {}, TARGET, lun, m_rsp, &m_rspSize, &m_status,
-                                                         m_sense, &m_senseSize);
+        rspSize = sizeof rsp;
+        senseSize = sizeof sense;
+        return library.Table().ScsiReadCapacityV2Handler(library.Open(), {}, TARGET, lun, rsp, &rspSize, &status, sense,
+                                                         &senseSize);
     }
-    std::vector<std::uint8_t> Response(std::size_t size) const { return {m_rsp, m_rsp + size}; }
+    std::vector<std::uint8_t> Response(std::size_t size) const { return {rsp, rsp + size}; }
 
     const HBA_WWN TARGET = HbaWwn("50:06:02:6B:00:00:00:01");
-    HBA_UINT8 m_rsp[260] = {};
-    HBA_UINT8 m_sense[260] = {};
-    HBA_UINT32 m_rspSize = 0;
-    HBA_UINT32 m_senseSize = 0;
-    HBA_UINT8 m_status = 0;
+    HBA_UINT8 rsp[260] = {};
+    HBA_UINT8 sense[260] = {};
+    HBA_UINT32 rspSize = 0;
+    HBA_UINT32 senseSize = 0;
+    HBA_UINT8 status = 0;
 };
 
 TEST_F(Scsi, InquiryHasTheStandardLayout) {
     const LoadedLibrary library(TargetWith(R"(, "vendor": "ACME", "product": "Disk", "revision": "2")", ""));
     EXPECT_EQ(HBA_STATUS_OK, Inquiry(library, 0, 0));
-    EXPECT_EQ(0, m_rsp[0]);
-    EXPECT_EQ(0, std::memcmp(m_rsp + 8, "ACME    Disk            2   ", 28));
+    EXPECT_EQ(0, rsp[0]);
+    EXPECT_EQ(0, std::memcmp(rsp + 8, "ACME    Disk            2   ", 28));
 }
 
 TEST_F(Scsi, TargetAnswersInquiryForAUnitThatItDoesNotHave) {
     const LoadedLibrary library(TargetWith("", ""));
     EXPECT_EQ(HBA_STATUS_OK, Inquiry(library, 0, 0, 0x0900));
-    EXPECT_EQ(0x7F, m_rsp[0]);
+    EXPECT_EQ(0x7F, rsp[0]);
 }
 
 TEST_F(Scsi, SerialNumberPageCarriesItsLength) {
@@ -217,8 +217,8 @@ TEST_F(Scsi, SerialNumberPageCarriesItsLength) {
 TEST_F(Scsi, UnknownPageIsAnIllegalRequest) {
     const LoadedLibrary library(TargetWith("", ""));
     EXPECT_EQ(HBA_STATUS_SCSI_CHECK_CONDITION, Inquiry(library, 1, 0xB7));
-    EXPECT_EQ(5, m_sense[2]);
-    EXPECT_EQ(0x24, m_sense[12]);
+    EXPECT_EQ(5, sense[2]);
+    EXPECT_EQ(0x24, sense[12]);
 }
 
 TEST_F(Scsi, RecordedResponsesComeBackAsTheyAre) {
@@ -231,7 +231,7 @@ TEST_F(Scsi, RecordedResponsesComeBackAsTheyAre) {
     EXPECT_EQ(HBA_STATUS_OK, Inquiry(library, 1, 0x80));
     EXPECT_EQ(Recorded("vpd80-512.hex"), Response(Recorded("vpd80-512.hex").size()));
     EXPECT_EQ(HBA_STATUS_OK, ReadCapacity(library));
-    EXPECT_EQ(Recorded("capacity16-large.hex"), Response(m_rspSize));
+    EXPECT_EQ(Recorded("capacity16-large.hex"), Response(rspSize));
 }
 
 // What the library makes of a size is what a real disk of that size says, down to the bytes that describe the disk's
@@ -239,53 +239,53 @@ TEST_F(Scsi, RecordedResponsesComeBackAsTheyAre) {
 TEST_F(Scsi, CapacityAgreesWithARealDiskOfTheSameSize) {
     const LoadedLibrary library(TargetWith("", R"("blocks": 6442450944)"));
     EXPECT_EQ(HBA_STATUS_OK, ReadCapacity(library));
-    EXPECT_EQ(32u, m_rspSize);
+    EXPECT_EQ(32u, rspSize);
     auto real = Recorded("capacity16-large.hex");
     std::fill(real.begin() + 12, real.end(), std::uint8_t(0));
     EXPECT_EQ(real, Response(32));
-    EXPECT_EQ(0, m_status);
+    EXPECT_EQ(0, status);
 }
 
 TEST_F(Scsi, CapacityOf10BytesSaturates) {
     const LoadedLibrary library(TargetWith("", R"("blocks": 6442450944, "read_capacity": 10)"));
     EXPECT_EQ(HBA_STATUS_OK, ReadCapacity(library));
-    EXPECT_EQ(8u, m_rspSize);
+    EXPECT_EQ(8u, rspSize);
     EXPECT_EQ(Recorded("capacity10-large.hex"), Response(8));
-    HBA_UINT8 sense[18];
-    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_SendReadCapacity16)(library.Open(), TARGET, 0, m_rsp,
-                                                                              sizeof m_rsp, sense, sizeof sense));
-    EXPECT_EQ(1, m_rsp[3]);
-    EXPECT_EQ(0x7F, m_rsp[4]);
+    HBA_UINT8 shortSense[18];
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_SendReadCapacity16)(
+                                 library.Open(), TARGET, 0, rsp, sizeof rsp, shortSense, sizeof shortSense));
+    EXPECT_EQ(1, rsp[3]);
+    EXPECT_EQ(0x7F, rsp[4]);
 }
 
 TEST_F(Scsi, CheckConditionsComeFirstAndOnce) {
     const LoadedLibrary library(TargetWith("", R"("blocks": 4097, "check_conditions": 2)"));
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(HBA_STATUS_SCSI_CHECK_CONDITION, ReadCapacity(library));
-        EXPECT_EQ(2, m_status);
-        EXPECT_EQ(sizeof m_rsp, m_rspSize) << "the caller repeats the command with it";
-        EXPECT_EQ(18u, m_senseSize);
-        EXPECT_EQ(6, m_sense[2]) << "unit attention";
-        EXPECT_EQ(0x29, m_sense[12]);
+        EXPECT_EQ(2, status);
+        EXPECT_EQ(sizeof rsp, rspSize) << "the caller repeats the command with it";
+        EXPECT_EQ(18u, senseSize);
+        EXPECT_EQ(6, sense[2]) << "unit attention";
+        EXPECT_EQ(0x29, sense[12]);
     }
     EXPECT_EQ(HBA_STATUS_OK, ReadCapacity(library));
-    EXPECT_EQ(0x10, m_rsp[6]);
+    EXPECT_EQ(0x10, rsp[6]);
 }
 
 TEST_F(Scsi, RefusesUnknownTargetsAndUnits) {
     const LoadedLibrary library(TargetWith("", ""));
     EXPECT_EQ(HBA_STATUS_ERROR_INVALID_LUN, ReadCapacity(library, 0x0900));
-    HBA_UINT32 size = sizeof m_rsp;
+    HBA_UINT32 size = sizeof rsp;
     EXPECT_EQ(HBA_STATUS_ERROR_ILLEGAL_WWN,
-              library.Table().ScsiReadCapacityV2Handler(library.Open(), {}, HbaWwn("50:06:02:6B:00:00:00:09"), 0, m_rsp,
-                                                        &size, nullptr, m_sense, nullptr));
+              library.Table().ScsiReadCapacityV2Handler(library.Open(), {}, HbaWwn("50:06:02:6B:00:00:00:09"), 0, rsp,
+                                                        &size, nullptr, sense, nullptr));
 }
 
 TEST_F(Scsi, ResponseIsCutToTheBuffer) {
     const LoadedLibrary library(TargetWith(R"(, "vendor": "ACME")", ""));
-    std::memset(m_rsp, 0xCC, sizeof m_rsp);
+    std::memset(rsp, 0xCC, sizeof rsp);
     EXPECT_EQ(HBA_STATUS_OK,
-              library.Table().ScsiInquiryHandler(library.Open(), TARGET, 0, 0, 0, m_rsp, 10, m_sense, sizeof m_sense));
-    EXPECT_EQ('C', m_rsp[9]);
-    EXPECT_EQ(0xCC, m_rsp[10]);
+              library.Table().ScsiInquiryHandler(library.Open(), TARGET, 0, 0, 0, rsp, 10, sense, sizeof sense));
+    EXPECT_EQ('C', rsp[9]);
+    EXPECT_EQ(0xCC, rsp[10]);
 }

@@ -26,32 +26,32 @@ constexpr char TWO_ADAPTERS[] = R"({"adapters": [
 class SetupApi : public testing::Test {
   protected:
     SetupApi() {
-        m_module = LoadLibraryW((ProgramFolder() / L"setupapi.dll").c_str());
+        module = LoadLibraryW((ProgramFolder() / L"setupapi.dll").c_str());
         Load("");
     }
-    ~SetupApi() override { FreeLibrary(m_module); }
+    ~SetupApi() override { FreeLibrary(module); }
 
     void Load(const std::string& faults) {
         std::string text = TWO_ADAPTERS;
         text.replace(text.find("%FAULTS%"), 8, faults);
-        const char* error = NEED_FUNCTION(m_module, OrvanSim_LoadTopology)(text.c_str());
+        const char* error = NEED_FUNCTION(module, OrvanSim_LoadTopology)(text.c_str());
         EXPECT_EQ(nullptr, error) << error;
     }
     HDEVINFO Devices(const GUID* deviceClass = &NETWORK_DEVICES, DWORD flags = DIGCF_PRESENT) {
-        return NEED_FUNCTION(m_module, SetupDiGetClassDevsW)(deviceClass, nullptr, nullptr, flags);
+        return NEED_FUNCTION(module, SetupDiGetClassDevsW)(deviceClass, nullptr, nullptr, flags);
     }
     BOOL Enumerate(HDEVINFO devices, DWORD index, SP_DEVINFO_DATA& data) {
         data = {};
         data.cbSize = sizeof data;
-        return NEED_FUNCTION(m_module, SetupDiEnumDeviceInfo)(devices, index, &data);
+        return NEED_FUNCTION(module, SetupDiEnumDeviceInfo)(devices, index, &data);
     }
     BOOL Property(HDEVINFO devices, SP_DEVINFO_DATA& data, DWORD property, DWORD& value, DWORD size = 4) {
-        return NEED_FUNCTION(m_module, SetupDiGetDeviceRegistryPropertyW)(
-            devices, &data, property, nullptr, reinterpret_cast<BYTE*>(&value), size, nullptr);
+        return NEED_FUNCTION(module, SetupDiGetDeviceRegistryPropertyW)(devices, &data, property, nullptr,
+                                                                        reinterpret_cast<BYTE*>(&value), size, nullptr);
     }
     std::wstring InstanceId(HDEVINFO devices, SP_DEVINFO_DATA& data) {
         const HKEY key =
-            NEED_FUNCTION(m_module, SetupDiOpenDevRegKey)(devices, &data, DICS_FLAG_GLOBAL, 0, DIREG_DRV, KEY_READ);
+            NEED_FUNCTION(module, SetupDiOpenDevRegKey)(devices, &data, DICS_FLAG_GLOBAL, 0, DIREG_DRV, KEY_READ);
         EXPECT_NE(INVALID_HANDLE_VALUE, key);
         wchar_t text[64] = L"";
         DWORD size = sizeof text;
@@ -60,9 +60,9 @@ class SetupApi : public testing::Test {
         RegCloseKey(key);
         return text;
     }
-    BOOL Destroy(HDEVINFO devices) { return NEED_FUNCTION(m_module, SetupDiDestroyDeviceInfoList)(devices); }
+    BOOL Destroy(HDEVINFO devices) { return NEED_FUNCTION(module, SetupDiDestroyDeviceInfoList)(devices); }
 
-    HMODULE m_module;
+    HMODULE module;
 };
 
 int DriverKeys() {
@@ -129,7 +129,7 @@ TEST_F(SetupApi, RefusesWrongSizesAndProperties) {
     EXPECT_EQ(DWORD(ERROR_INVALID_DATA), GetLastError());
     EXPECT_EQ(7u, value);
     data.cbSize = 4;
-    EXPECT_FALSE(NEED_FUNCTION(m_module, SetupDiEnumDeviceInfo)(devices, 0, &data));
+    EXPECT_FALSE(NEED_FUNCTION(module, SetupDiEnumDeviceInfo)(devices, 0, &data));
     EXPECT_EQ(DWORD(ERROR_INVALID_USER_BUFFER), GetLastError());
     Destroy(devices);
 }
@@ -146,7 +146,7 @@ TEST_F(SetupApi, FaultStatusIsTheLastError) {
     EXPECT_FALSE(Property(devices, data, SPDRP_ADDRESS, value));
     EXPECT_EQ(DWORD(ERROR_INVALID_DATA), GetLastError());
     EXPECT_EQ(INVALID_HANDLE_VALUE,
-              NEED_FUNCTION(m_module, SetupDiOpenDevRegKey)(devices, &data, DICS_FLAG_GLOBAL, 0, DIREG_DRV, KEY_READ));
+              NEED_FUNCTION(module, SetupDiOpenDevRegKey)(devices, &data, DICS_FLAG_GLOBAL, 0, DIREG_DRV, KEY_READ));
     EXPECT_EQ(DWORD(ERROR_ACCESS_DENIED), GetLastError());
     Destroy(devices);
 }

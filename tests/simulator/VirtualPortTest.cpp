@@ -47,17 +47,17 @@ class SharedState : public testing::Test {
   protected:
     SharedState() {
         Write(L"topology.json", OneAdapter());
-        SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", (m_folder.Path() / L"topology.json").c_str());
+        SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", (folder.Path() / L"topology.json").c_str());
         SetEnvironmentVariableW(L"ORVAN_SIM_STATE", StateFile().c_str());
     }
     ~SharedState() override {
         SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", nullptr);
         SetEnvironmentVariableW(L"ORVAN_SIM_STATE", nullptr);
     }
-    std::filesystem::path StateFile() const { return m_folder.Path() / L"state.json"; }
+    std::filesystem::path StateFile() const { return folder.Path() / L"state.json"; }
     void Write(const wchar_t* name, const std::string& text) const {
         const HANDLE file =
-            CreateFileW((m_folder.Path() / name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+            CreateFileW((folder.Path() / name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
         DWORD written = 0;
         EXPECT_TRUE(WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr));
         CloseHandle(file);
@@ -66,13 +66,13 @@ class SharedState : public testing::Test {
     // Gives the file a time that the next writing does not give it again.
     void MakeOld(const wchar_t* name) const {
         const HANDLE file =
-            CreateFileW((m_folder.Path() / name).c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+            CreateFileW((folder.Path() / name).c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
         const FILETIME old{0, 0x01D00000};
         EXPECT_TRUE(SetFileTime(file, nullptr, nullptr, &old));
         CloseHandle(file);
     }
 
-    TempFolder m_folder;
+    TempFolder folder;
 };
 
 } // namespace

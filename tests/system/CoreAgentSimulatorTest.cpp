@@ -1,5 +1,4 @@
 // The simulated core agent behind its own interface.
-#include <atomic>
 #include <cstring>
 #include <functional>
 #include <stdexcept>
@@ -13,6 +12,7 @@
 #include "simulator/control/SimControl.h"
 #include "simulator/coreagent/Names.h"
 #include "tests/kit/FindFunction.h"
+#include "tests/kit/ImportPatch.h"
 
 namespace {
 
@@ -31,57 +31,57 @@ constexpr wchar_t SECOND[] = L"{AAAAAAAA-0000-0000-0000-000000000002}";
 class CoreAgentSimulator : public testing::Test {
   protected:
     // Names of its own: tests run beside each other.
-    CoreAgentSimulator() : m_instance(std::to_wstring(GetCurrentProcessId())) {
-        SetEnvironmentVariableW(coreagent::INSTANCE_VARIABLE, m_instance.c_str());
+    CoreAgentSimulator() : instance(std::to_wstring(GetCurrentProcessId())) {
+        SetEnvironmentVariableW(coreagent::INSTANCE_VARIABLE, instance.c_str());
         SetEnvironmentVariableW(coreagent::LOCK_WAIT_VARIABLE, L"0");
         Load();
     }
     ~CoreAgentSimulator() override {
-        FreeLibrary(m_module);
+        FreeLibrary(module);
         SetEnvironmentVariableW(coreagent::INSTANCE_VARIABLE, nullptr);
         SetEnvironmentVariableW(coreagent::LOCK_WAIT_VARIABLE, nullptr);
     }
 
     void Load() {
-        m_module = LoadLibraryW(L"CoreAgnt.dll");
-        ASSERT_NE(nullptr, m_module);
-        m_core = NeedFunction<PFN_GetCoreAgentPvt>(m_module, "GetCoreAgentPvt")();
-        ASSERT_NE(nullptr, m_core);
+        module = LoadLibraryW(L"CoreAgnt.dll");
+        ASSERT_NE(nullptr, module);
+        core = NeedFunction<PFN_GetCoreAgentPvt>(module, "GetCoreAgentPvt")();
+        ASSERT_NE(nullptr, core);
         Simulate();
     }
     // The two adapters with these faults.
     void Simulate(const std::string& faults = "") {
         const std::string text = TWO_ADAPTERS + (faults.empty() ? "}" : ", \"faults\": [" + faults + "]}");
-        const char* error = NEED_FUNCTION(m_module, OrvanSim_LoadTopology)(text.c_str());
+        const char* error = NEED_FUNCTION(module, OrvanSim_LoadTopology)(text.c_str());
         EXPECT_EQ(nullptr, error) << error;
     }
     std::string CallsOf(const std::function<void()>& work) {
-        const auto record = NEED_FUNCTION(m_module, OrvanSim_RecordCalls);
-        NEED_FUNCTION(m_module, OrvanSim_ResetCalls)();
+        const auto record = NEED_FUNCTION(module, OrvanSim_RecordCalls);
+        NEED_FUNCTION(module, OrvanSim_ResetCalls)();
         record(1);
         work();
         record(0);
         std::vector<char> lines(4096);
-        NEED_FUNCTION(m_module, OrvanSim_CallLog)(lines.data(), static_cast<unsigned>(lines.size()));
+        NEED_FUNCTION(module, OrvanSim_CallLog)(lines.data(), static_cast<unsigned>(lines.size()));
         return lines.data();
     }
     ULONG Start(ULONG owner) {
         BYTE taken = 0xEE;
-        const QEL_RESULT result = m_core->StartLock({owner, 0, 0}, taken);
+        const QEL_RESULT result = core->StartLock({owner, 0, 0}, taken);
         EXPECT_EQ(result.ulErrCode == 0, taken == 1);
         return result.ulErrCode;
     }
-    ULONG Done(ULONG owner) { return m_core->DoneLock({owner, 0, 0}).ulErrCode; }
-    HANDLE MakeEvent(const wchar_t* name) { return CreateEventW(nullptr, TRUE, FALSE, (name + m_instance).c_str()); }
+    ULONG Done(ULONG owner) { return core->DoneLock({owner, 0, 0}).ulErrCode; }
+    HANDLE MakeEvent(const wchar_t* name) { return CreateEventW(nullptr, TRUE, FALSE, (name + instance).c_str()); }
 
-    const std::wstring m_instance;
-    HMODULE m_module = nullptr;
-    ICoreAgentPvt* m_core = nullptr;
+    const std::wstring instance;
+    HMODULE module = nullptr;
+    ICoreAgentPvt* core = nullptr;
 };
 
 TEST_F(CoreAgentSimulator, ListsTheTopologysAdaptersBehindWhatIsThere) {
     Names names{L"before"};
-    const QEL_RESULT result = m_core->EnumerateAdapters(names, 0);
+    const QEL_RESULT result = core->EnumerateAdapters(names, 0);
     EXPECT_EQ(0u, result.ulErrCode);
     EXPECT_EQ(0xFFFFFFFF, result.ulDetail);
     EXPECT_EQ((Names{L"before", FIRST, SECOND}), names);
@@ -89,26 +89,26 @@ TEST_F(CoreAgentSimulator, ListsTheTopologysAdaptersBehindWhatIsThere) {
 
 TEST_F(CoreAgentSimulator, KnowsAnAdaptersInformation) {
     QEL_ADAPTER_INFO info;
-    EXPECT_EQ(0u, m_core->GetAdapterInfo(L"{aaaaaaaa-0000-0000-0000-000000000001}", info, 0).ulErrCode);
+    EXPECT_EQ(0u, core->GetAdapterInfo(L"{aaaaaaaa-0000-0000-0000-000000000001}", info, 0).ulErrCode);
     EXPECT_EQ(FIRST, info.strIdentifier);
     EXPECT_EQ(L"First", info.strDisplayName);
     EXPECT_EQ(L"02:0A:0B:0C:0D:0E", info.strPermanentAddress);
     EXPECT_EQ(7u, info.ulInterfaceIndex);
-    EXPECT_EQ(0u, m_core->GetAdapterInfo(SECOND, info, 0).ulErrCode);
+    EXPECT_EQ(0u, core->GetAdapterInfo(SECOND, info, 0).ulErrCode);
     EXPECT_EQ(L"Zweiter \u20AC", info.strDisplayName);
 }
 
 TEST_F(CoreAgentSimulator, RefusesAnUnknownAdapter) {
     QEL_ADAPTER_INFO info;
     info.strDisplayName = L"untouched";
-    EXPECT_EQ(2u, m_core->GetAdapterInfo(L"nobody", info, 0).ulErrCode);
+    EXPECT_EQ(2u, core->GetAdapterInfo(L"nobody", info, 0).ulErrCode);
     EXPECT_EQ(L"untouched", info.strDisplayName);
-    EXPECT_EQ(0, m_core->SupportsFcoe(L"nobody"));
+    EXPECT_EQ(0, core->SupportsFcoe(L"nobody"));
 }
 
 TEST_F(CoreAgentSimulator, KnowsWhoSupportsFcoe) {
-    EXPECT_EQ(1, m_core->SupportsFcoe(FIRST));
-    EXPECT_EQ(0, m_core->SupportsFcoe(SECOND));
+    EXPECT_EQ(1, core->SupportsFcoe(FIRST));
+    EXPECT_EQ(0, core->SupportsFcoe(SECOND));
 }
 
 TEST_F(CoreAgentSimulator, TheLockHasOneOwner) {
@@ -143,13 +143,17 @@ TEST_F(CoreAgentSimulator, TheLockOfAnotherProcessIsRespected) {
 
 TEST_F(CoreAgentSimulator, WaitsForTheLock) {
     SetEnvironmentVariableW(coreagent::LOCK_WAIT_VARIABLE, L"60000");
-    const HANDLE other = MakeEvent(coreagent::LOCK_NAME);
-    std::thread owner([&] {
-        Sleep(20);
-        CloseHandle(other);
-    });
+    static HANDLE other;
+    other = MakeEvent(coreagent::LOCK_NAME);
+    static int waits;
+    waits = 0;
+    // Its owner gives it up while the core agent waits for the second time.
+    const ImportPatch sleep(module, "KERNEL32.dll", "Sleep", reinterpret_cast<void*>(+[](DWORD) {
+                                if (++waits == 2)
+                                    CloseHandle(other);
+                            }));
     EXPECT_EQ(0u, Start(1));
-    owner.join();
+    EXPECT_EQ(2, waits);
     EXPECT_EQ(0u, Done(1));
 }
 
@@ -175,32 +179,37 @@ TEST_F(CoreAgentSimulator, ThreadsExcludeEachOther) {
 
 TEST_F(CoreAgentSimulator, UnloadingGivesTheLockUp) {
     EXPECT_EQ(0u, Start(1));
-    FreeLibrary(m_module);
+    FreeLibrary(module);
     Load();
     EXPECT_EQ(0u, Start(2));
     EXPECT_EQ(0u, Done(2));
 }
 
 TEST_F(CoreAgentSimulator, WithoutAPendingApplyTheWaitReturnsAtOnce) {
-    m_core->WaitForApplyDone(0);
+    core->WaitForApplyDone(0);
     const HANDLE done = MakeEvent(coreagent::APPLY_DONE_NAME);
     SetEvent(done);
-    m_core->WaitForApplyDone(0);
+    core->WaitForApplyDone(0);
     CloseHandle(done);
 }
 
 TEST_F(CoreAgentSimulator, WaitsUntilAPendingApplyIsDoneOrItsOwnerGone) {
-    for (const auto& end : {SetEvent, CloseHandle}) {
-        const HANDLE done = MakeEvent(coreagent::APPLY_DONE_NAME);
-        std::atomic<bool> returned = false;
-        std::thread waiter([&] {
-            m_core->WaitForApplyDone(0);
-            returned = true;
-        });
-        Sleep(20); // so that the wait is under way, most of the time
-        EXPECT_FALSE(returned);
-        end(done);
-        waiter.join();
+    static HANDLE done;
+    static BOOL(WINAPI * end)(HANDLE);
+    static int waits;
+    // The third wait ends the apply; none takes its time.
+    const ImportPatch wait(module, "KERNEL32.dll", "WaitForSingleObject",
+                           reinterpret_cast<void*>(+[](HANDLE event, DWORD) -> DWORD {
+                               if (++waits == 3)
+                                   end(done);
+                               return WaitForSingleObject(event, 0);
+                           }));
+    for (const auto& ending : {SetEvent, CloseHandle}) {
+        done = MakeEvent(coreagent::APPLY_DONE_NAME);
+        end = ending;
+        waits = 0;
+        core->WaitForApplyDone(0);
+        EXPECT_EQ(3, waits);
         if (end == SetEvent)
             CloseHandle(done);
     }
@@ -212,33 +221,33 @@ TEST_F(CoreAgentSimulator, FaultsShowAsStatusAndDetail) {
                 {"function": "StartLock", "status": 8}, {"function": "DoneLock", "status": 9},
                 {"function": "SupportsFcoe", "status": 0})");
     Names names;
-    QEL_RESULT result = m_core->EnumerateAdapters(names, 0);
+    QEL_RESULT result = core->EnumerateAdapters(names, 0);
     EXPECT_EQ(5u, result.ulErrCode);
     EXPECT_EQ(6u, result.ulDetail);
     EXPECT_TRUE(names.empty());
     QEL_ADAPTER_INFO info;
-    EXPECT_EQ(7u, m_core->GetAdapterInfo(FIRST, info, 0).ulErrCode);
+    EXPECT_EQ(7u, core->GetAdapterInfo(FIRST, info, 0).ulErrCode);
     EXPECT_TRUE(info.strIdentifier.empty());
     EXPECT_EQ(8u, Start(1));
     EXPECT_EQ(9u, Done(1));
-    EXPECT_EQ(0, m_core->SupportsFcoe(FIRST));
+    EXPECT_EQ(0, core->SupportsFcoe(FIRST));
 }
 
 TEST_F(CoreAgentSimulator, AFaultCanConcernOneAdapterOrOneCall) {
     Simulate(R"({"function": "SupportsFcoe", "adapter": "{AAAAAAAA-0000-0000-0000-000000000002}", "status": 1},
                 {"function": "EnumerateAdapters", "status": 5, "on_call": 2})");
-    EXPECT_EQ(1, m_core->SupportsFcoe(FIRST));
-    EXPECT_EQ(1, m_core->SupportsFcoe(SECOND));
+    EXPECT_EQ(1, core->SupportsFcoe(FIRST));
+    EXPECT_EQ(1, core->SupportsFcoe(SECOND));
     Names names;
-    EXPECT_EQ(0u, m_core->EnumerateAdapters(names, 0).ulErrCode);
-    EXPECT_EQ(5u, m_core->EnumerateAdapters(names, 0).ulErrCode);
-    EXPECT_EQ(0u, m_core->EnumerateAdapters(names, 0).ulErrCode);
+    EXPECT_EQ(0u, core->EnumerateAdapters(names, 0).ulErrCode);
+    EXPECT_EQ(5u, core->EnumerateAdapters(names, 0).ulErrCode);
+    EXPECT_EQ(0u, core->EnumerateAdapters(names, 0).ulErrCode);
 }
 
 TEST_F(CoreAgentSimulator, ARefusedLockCanBeReportedAsTaken) {
     Simulate(R"({"function": "StartLock", "status": 8, "lock_taken": 1})");
     BYTE taken = 0;
-    EXPECT_EQ(8u, m_core->StartLock({1, 0, 0}, taken).ulErrCode);
+    EXPECT_EQ(8u, core->StartLock({1, 0, 0}, taken).ulErrCode);
     EXPECT_EQ(1, taken);
 }
 
@@ -249,40 +258,40 @@ TEST_F(CoreAgentSimulator, EveryFunctionCanThrow) {
     Names names;
     QEL_ADAPTER_INFO info;
     BYTE taken = 0xEE;
-    EXPECT_THROW(m_core->WaitForApplyDone(0), std::runtime_error);
-    EXPECT_THROW(m_core->EnumerateAdapters(names, 0), std::runtime_error);
-    EXPECT_THROW(m_core->GetAdapterInfo(FIRST, info, 0), std::runtime_error);
-    EXPECT_THROW(m_core->StartLock({1, 0, 0}, taken), std::runtime_error);
+    EXPECT_THROW(core->WaitForApplyDone(0), std::runtime_error);
+    EXPECT_THROW(core->EnumerateAdapters(names, 0), std::runtime_error);
+    EXPECT_THROW(core->GetAdapterInfo(FIRST, info, 0), std::runtime_error);
+    EXPECT_THROW(core->StartLock({1, 0, 0}, taken), std::runtime_error);
     EXPECT_EQ(0, taken);
-    EXPECT_THROW(m_core->DoneLock({1, 0, 0}), std::runtime_error);
-    EXPECT_THROW(m_core->SupportsFcoe(FIRST), std::runtime_error);
+    EXPECT_THROW(core->DoneLock({1, 0, 0}), std::runtime_error);
+    EXPECT_THROW(core->SupportsFcoe(FIRST), std::runtime_error);
 }
 
 TEST_F(CoreAgentSimulator, TheLockCanBeReportedAsTakenBeforeTheThrow) {
     Simulate(R"({"function": "StartLock", "throw": true, "lock_taken": 1})");
     BYTE taken = 0;
-    EXPECT_THROW(m_core->StartLock({1, 0, 0}, taken), std::runtime_error);
+    EXPECT_THROW(core->StartLock({1, 0, 0}, taken), std::runtime_error);
     EXPECT_EQ(1, taken);
 }
 
 TEST_F(CoreAgentSimulator, AWrongTopologyFailsEveryFunction) {
-    EXPECT_NE(nullptr, NEED_FUNCTION(m_module, OrvanSim_LoadTopology)("{"));
+    EXPECT_NE(nullptr, NEED_FUNCTION(module, OrvanSim_LoadTopology)("{"));
     Names names;
     QEL_ADAPTER_INFO info;
-    EXPECT_EQ(1u, m_core->EnumerateAdapters(names, 0).ulErrCode);
-    EXPECT_EQ(1u, m_core->GetAdapterInfo(FIRST, info, 0).ulErrCode);
+    EXPECT_EQ(1u, core->EnumerateAdapters(names, 0).ulErrCode);
+    EXPECT_EQ(1u, core->GetAdapterInfo(FIRST, info, 0).ulErrCode);
     EXPECT_EQ(1u, Start(1));
     EXPECT_EQ(1u, Done(1));
-    EXPECT_EQ(0, m_core->SupportsFcoe(FIRST));
+    EXPECT_EQ(0, core->SupportsFcoe(FIRST));
 }
 
 TEST_F(CoreAgentSimulator, TheExportCanBeMissingOrYieldNothing) {
     Simulate(R"({"function": "GetCoreAgentPvt", "missing": true})");
-    EXPECT_EQ(nullptr, FindFunction<PFN_GetCoreAgentPvt>(m_module, "GetCoreAgentPvt"));
+    EXPECT_EQ(nullptr, FindFunction<PFN_GetCoreAgentPvt>(module, "GetCoreAgentPvt"));
     Simulate(R"({"function": "GetCoreAgentPvt", "status": 1})");
-    EXPECT_EQ(nullptr, NeedFunction<PFN_GetCoreAgentPvt>(m_module, "GetCoreAgentPvt")());
+    EXPECT_EQ(nullptr, NeedFunction<PFN_GetCoreAgentPvt>(module, "GetCoreAgentPvt")());
     Simulate();
-    EXPECT_EQ(m_core, NeedFunction<PFN_GetCoreAgentPvt>(m_module, "GetCoreAgentPvt")());
+    EXPECT_EQ(core, NeedFunction<PFN_GetCoreAgentPvt>(module, "GetCoreAgentPvt")());
 }
 
 TEST_F(CoreAgentSimulator, WritesItsCallsToTheCallLog) {
@@ -297,31 +306,31 @@ TEST_F(CoreAgentSimulator, WritesItsCallsToTheCallLog) {
               CallsOf([&] {
                   Names names;
                   QEL_ADAPTER_INFO info;
-                  m_core->WaitForApplyDone(77);
-                  m_core->EnumerateAdapters(names, 78);
-                  m_core->GetAdapterInfo(FIRST, info, 0);
-                  m_core->SupportsFcoe(SECOND);
+                  core->WaitForApplyDone(77);
+                  core->EnumerateAdapters(names, 78);
+                  core->GetAdapterInfo(FIRST, info, 0);
+                  core->SupportsFcoe(SECOND);
                   Start(9);
                   Done(9);
-                  m_core->Reserved0();
-                  m_core->Reserved78();
+                  core->Reserved0();
+                  core->Reserved78();
               }));
 }
 
 TEST_F(CoreAgentSimulator, SlotsLieWhereTheAgentsCallThem) {
     void** table = nullptr;
-    std::memcpy(&table, static_cast<void*>(m_core), sizeof table);
+    std::memcpy(&table, static_cast<void*>(core), sizeof table);
     EXPECT_EQ("reserved slot 12\nWaitForApplyDone context=1\nreserved slot 14\nDoneLock owner=1 -> 4\n"
               "reserved slot 37\nreserved slot 78\nSupportsFcoe adapter=x -> 0\n",
               CallsOf([&] {
                   using Reserved = void (*)(ICoreAgentPvt*);
-                  reinterpret_cast<Reserved>(table[12])(m_core);
-                  reinterpret_cast<void (*)(ICoreAgentPvt*, ULONG64)>(table[13])(m_core, 1);
-                  reinterpret_cast<Reserved>(table[14])(m_core);
-                  reinterpret_cast<QEL_RESULT (*)(ICoreAgentPvt*, QEL_LOCK_REQUEST)>(table[36])(m_core, {1, 0, 0});
-                  reinterpret_cast<Reserved>(table[37])(m_core);
-                  reinterpret_cast<Reserved>(table[78])(m_core);
-                  reinterpret_cast<BYTE (*)(ICoreAgentPvt*, const CQelString&)>(table[79])(m_core, L"x");
+                  reinterpret_cast<Reserved>(table[12])(core);
+                  reinterpret_cast<void (*)(ICoreAgentPvt*, ULONG64)>(table[13])(core, 1);
+                  reinterpret_cast<Reserved>(table[14])(core);
+                  reinterpret_cast<QEL_RESULT (*)(ICoreAgentPvt*, QEL_LOCK_REQUEST)>(table[36])(core, {1, 0, 0});
+                  reinterpret_cast<Reserved>(table[37])(core);
+                  reinterpret_cast<Reserved>(table[78])(core);
+                  reinterpret_cast<BYTE (*)(ICoreAgentPvt*, const CQelString&)>(table[79])(core, L"x");
               }));
 }
 

@@ -26,7 +26,7 @@ std::wstring RegisteredServer() {
 class WmiProvider : public testing::Test {
   protected:
     WmiProvider()
-        : m_module(LoadLibraryW((ProgramFolder() / L"OrvanWmi.dll").c_str())), m_systemServer(RegisteredServer()) {
+        : module(LoadLibraryW((ProgramFolder() / L"OrvanWmi.dll").c_str())), systemServer(RegisteredServer()) {
         EXPECT_EQ(S_OK, Call("DllRegisterServer"));
         SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", system.TopologyFile().c_str());
         EXPECT_HRESULT_SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED));
@@ -35,10 +35,10 @@ class WmiProvider : public testing::Test {
         CoUninitialize();
         SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", nullptr);
         EXPECT_EQ(S_OK, Call("DllUnregisterServer"));
-        EXPECT_EQ(m_systemServer, RegisteredServer());
+        EXPECT_EQ(systemServer, RegisteredServer());
     }
 
-    HRESULT Call(const char* function) { return NeedFunction<HRESULT(WINAPI*)()>(m_module.Get(), function)(); }
+    HRESULT Call(const char* function) { return NeedFunction<HRESULT(WINAPI*)()>(module.Get(), function)(); }
     void Simulate(const std::string& topology) { std::ofstream(system.TopologyFile()) << topology; }
     // Connects to a namespace and runs a query there; the first failure.
     HRESULT Query(const wchar_t* space, const wchar_t* query, const wchar_t* language = L"WQL") {
@@ -61,8 +61,8 @@ class WmiProvider : public testing::Test {
     }
 
     DcbSystem system; // for its turn and its folder
-    CQelModule m_module;
-    std::wstring m_systemServer;
+    CQelModule module;
+    std::wstring systemServer;
     LogCapture log;
 };
 
@@ -107,9 +107,9 @@ TEST_F(WmiProvider, OtherNamespacesStayTheSystems) {
 
 TEST_F(WmiProvider, RegisteringTwiceKeepsTheSystemsLocator) {
     EXPECT_EQ(S_OK, Call("DllRegisterServer"));
-    EXPECT_NE(m_systemServer, RegisteredServer());
+    EXPECT_NE(systemServer, RegisteredServer());
     EXPECT_EQ(S_OK, Call("DllUnregisterServer"));
-    EXPECT_EQ(m_systemServer, RegisteredServer());
+    EXPECT_EQ(systemServer, RegisteredServer());
     EXPECT_EQ(S_OK, Call("DllUnregisterServer"));
 }
 

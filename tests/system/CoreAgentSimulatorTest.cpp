@@ -317,19 +317,39 @@ TEST_F(CoreAgentSimulator, WritesItsCallsToTheCallLog) {
               }));
 }
 
+// Each between its neighbours, by its number.
 TEST_F(CoreAgentSimulator, SlotsLieWhereTheAgentsCallThem) {
     void** table = nullptr;
     std::memcpy(&table, static_cast<void*>(core), sizeof table);
-    EXPECT_EQ("reserved slot 12\nWaitForApplyDone context=1\nreserved slot 14\nDoneLock owner=1 -> 4\n"
-              "reserved slot 37\nreserved slot 78\nSupportsFcoe adapter=x -> 0\n",
+    const auto CallReserved = [&](int slot) { reinterpret_cast<void (*)(ICoreAgentPvt*)>(table[slot])(core); };
+    EXPECT_EQ("reserved slot 12\nWaitForApplyDone context=1\nreserved slot 14\n"
+              "reserved slot 20\nEnumerateAdapters context=2 -> 0\nreserved slot 22\n"
+              "reserved slot 24\nGetAdapterInfo adapter={AAAAAAAA-0000-0000-0000-000000000001} -> 0\nreserved slot 26\n"
+              "reserved slot 34\nStartLock owner=3 -> 0\nDoneLock owner=3 -> 0\nreserved slot 37\n"
+              "reserved slot 78\nSupportsFcoe adapter=x -> 0\n",
               CallsOf([&] {
-                  using Reserved = void (*)(ICoreAgentPvt*);
-                  reinterpret_cast<Reserved>(table[12])(core);
+                  CallReserved(12);
                   reinterpret_cast<void (*)(ICoreAgentPvt*, ULONG64)>(table[13])(core, 1);
-                  reinterpret_cast<Reserved>(table[14])(core);
-                  reinterpret_cast<QEL_RESULT (*)(ICoreAgentPvt*, QEL_LOCK_REQUEST)>(table[36])(core, {1, 0, 0});
-                  reinterpret_cast<Reserved>(table[37])(core);
-                  reinterpret_cast<Reserved>(table[78])(core);
+                  CallReserved(14);
+                  Names names;
+                  CallReserved(20);
+                  reinterpret_cast<QEL_RESULT (*)(ICoreAgentPvt*, Names&, ULONG64)>(table[21])(core, names, 2);
+                  CallReserved(22);
+                  EXPECT_EQ((Names{FIRST, SECOND}), names);
+                  QEL_ADAPTER_INFO info;
+                  CallReserved(24);
+                  reinterpret_cast<QEL_RESULT (*)(ICoreAgentPvt*, const CQelString&, QEL_ADAPTER_INFO&, ULONG)>(
+                      table[25])(core, FIRST, info, 0);
+                  CallReserved(26);
+                  EXPECT_EQ(L"First", info.strDisplayName);
+                  BYTE taken = 0;
+                  CallReserved(34);
+                  reinterpret_cast<QEL_RESULT (*)(ICoreAgentPvt*, QEL_LOCK_REQUEST, BYTE&)>(table[35])(core, {3, 0, 0},
+                                                                                                       taken);
+                  EXPECT_EQ(1, taken);
+                  reinterpret_cast<QEL_RESULT (*)(ICoreAgentPvt*, QEL_LOCK_REQUEST)>(table[36])(core, {3, 0, 0});
+                  CallReserved(37);
+                  CallReserved(78);
                   reinterpret_cast<BYTE (*)(ICoreAgentPvt*, const CQelString&)>(table[79])(core, L"x");
               }));
 }

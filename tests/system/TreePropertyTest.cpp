@@ -1,10 +1,14 @@
 // For any topology, the tree that the agent reports is the topology; and the library is called no more often than
 // docs/performance.md says.
+#include <map>
+#include <memory>
 #include <random>
+#include <string_view>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "simulator/topology/Functions.h"
 #include "tests/kit/MovedClock.h"
 #include "tests/kit/SuiteHost.h"
 
@@ -14,10 +18,11 @@ struct Tree {
     struct Target {
         std::string wwn;
         unsigned luns = 0;
+        bool npiv = false; // virtual ports of type 3 see it, too
     };
     struct Adapter {
         std::vector<Target> targets;
-        unsigned virtualPorts = 0;
+        unsigned virtualPorts = 0, virtualType = 2;
         unsigned vlans = 0;
     };
     std::vector<Adapter> adapters;
@@ -38,11 +43,12 @@ std::string Json(const Tree& tree) {
             "port": {{"node_wwn": "20:00:00:1B:21:00:00:{:02X}", "port_wwn": "{}"}}, "ports": [{{"type": 0}})",
                             a ? "," : "", a, a, a, physical);
         for (unsigned v = 0; v < adapter.virtualPorts; ++v)
-            text += fmt::format(R"(, {{"type": 2, "port_wwn": "20:{:02X}:00:1B:21:00:00:{:02X}"}})", v + 2, a);
+            text += fmt::format(R"(, {{"type": {}, "port_wwn": "20:{:02X}:00:1B:21:00:00:{:02X}"}})",
+                                adapter.virtualType, v + 2, a);
         text += R"(], "targets": [)";
         for (std::size_t t = 0; t < adapter.targets.size(); ++t) {
-            text += fmt::format(R"({}{{"port_wwn": "{}", "fc_id": {}, "serial": "S{}", "luns": [)", t ? "," : "",
-                                adapter.targets[t].wwn, t + 1, t);
+            text += fmt::format(R"({}{{"port_wwn": "{}", "fc_id": {}, "serial": "S{}", "npiv": {}, "luns": [)",
+                                t ? "," : "", adapter.targets[t].wwn, t + 1, t, adapter.targets[t].npiv);
             for (unsigned l = 0; l < adapter.targets[t].luns; ++l)
                 text += fmt::format(R"({}{{"os_lun": {}, "blocks": {}}})", l ? "," : "", l, (l + 1) * 2048 + 1);
             text += "]}";
@@ -92,13 +98,13 @@ Tree Ask(CQelFcoeAgentIntf* agent) {
         EXPECT_TRUE(agent->EnumerateVLANs(id, vlans, 0));
         for (const auto& port : ports)
             adapter.virtualPorts += port.ulPortType == 2;
-        EXPECT_EQ(ports.size(), adapter.virtualPorts + 1);
+        EXPECT_EQ(adapter.virtualPorts + 1, ports.size());
         adapter.vlans = static_cast<unsigned>(vlans.size());
         for (const auto& target : targets) {
             std::string wwn;
             for (const wchar_t c : target.strPortWWN)
                 wwn += static_cast<char>(c);
-            adapter.targets.push_back({wwn, 0});
+            adapter.targets.push_back({.wwn = wwn});
             for (const auto& lun : luns)
                 adapter.targets.back().luns += std::wstring(lun.strTargetPortWWN) == std::wstring(target.strPortWWN);
         }
@@ -121,55 +127,75 @@ TEST(TreeProperty, WhatTheAgentReportsIsTheTopologyForRandomTopologies) {
     }
 }
 
-// Calls of the library for one enumeration of one adapter: the formulas of docs/performance.md.
+// Calls of the library for one operation on one adapter: the formulas of docs/performance.md.
 class CallCounts : public testing::Test {
   protected:
     static constexpr unsigned TARGETS = 3, LUNS = 4; // LUNs per target; more than one of each, so lists are read twice
 
     CallCounts() {
-        Tree tree;
         tree.adapters.resize(1);
         tree.adapters[0].vlans = 2;
         for (unsigned t = 0; t < TARGETS; ++t)
-            tree.adapters[0].targets.push_back({fmt::format("50:06:01:60:00:00:00:{:02X}", t + 1), LUNS});
+            tree.adapters[0].targets.push_back(
+                {.wwn = fmt::format("50:06:01:60:00:00:00:{:02X}", t + 1), .luns = LUNS});
         host.Simulate(Json(tree));
         agent = host.GetAgent();
         clock = std::make_unique<MovedClock>(1000, host.Module());
         // The adapter's object is made, and its handle opened, on first use.
         Count(&CQelFcoeAgentIntf::EnumerateFabrics);
     }
-    template <class Record>
-    unsigned Count(BOOL (CQelFcoeAgentIntf::*operation)(CQelString&, std::vector<Record>&, ULONG64)) {
-        clock->Advance(11000); // past every period
+    // Makes all that is cached old.
+    void Age() {
+        clock->Advance(11000);
         host.ResetCalls();
+    }
+    template <class Record, class Name>
+    unsigned Count(BOOL (CQelFcoeAgentIntf::*operation)(Name, std::vector<Record>&, ULONG64)) {
+        Age();
         return Again(operation);
     }
-    template <class Record>
-    unsigned Again(BOOL (CQelFcoeAgentIntf::*operation)(CQelString&, std::vector<Record>&, ULONG64)) {
-        CQelString id = Identifier(0);
+    template <class Record, class Name>
+    unsigned Again(BOOL (CQelFcoeAgentIntf::*operation)(Name, std::vector<Record>&, ULONG64)) {
         std::vector<Record> records;
         EXPECT_TRUE((agent->*operation)(id, records, 0));
         return static_cast<unsigned>(records.size());
     }
-    void ExpectCalls(std::map<std::string, unsigned> expected) {
-        for (const char* function :
-             {"ORVAN_InitializeLibrary", "HBA_RegisterLibraryV2", "ORVAN_GetFCoEControllerInfo",
-              "ORVAN_GetFCoEControllerHandle", "CloseAdapter", "ORVAN_GetFCPortList", "ORVAN_GetTargetList",
-              "ScsiInquiry", "GetFcpTargetMapping", "ScsiReadCapacityV2", "ORVAN_GetVlanIdList", "GetPortStatistics",
-              "GetAdapterAttributes", "GetAdapterPortAttributes"})
-            EXPECT_EQ(expected[function], host.Calls(function)) << function;
+    BOOL Create(const wchar_t* wwn) {
+        CQelString name(wwn);
+        ULONG owner = 5;
+        Age();
+        return agent->CreateVPort(id, name, errors, owner);
     }
-    static std::map<std::string, unsigned> Open(std::map<std::string, unsigned> more) {
+    BOOL Delete(const wchar_t* wwn) {
+        CQelString name(wwn);
+        Age();
+        return agent->DeleteVPort(id, name, errors, {5, 0, 0});
+    }
+    // These, and none of any other function.
+    void ExpectCalls(std::map<std::string_view, unsigned> expected) {
+        for (const std::string_view function : sim::FUNCTION_NAMES)
+            EXPECT_EQ(expected[function], host.Calls(function.data())) << function;
+    }
+    static std::map<std::string_view, unsigned> Open(std::map<std::string_view, unsigned> more, unsigned times = 1) {
         for (const char* function : {"ORVAN_InitializeLibrary", "HBA_RegisterLibraryV2", "ORVAN_GetFCoEControllerInfo",
                                      "ORVAN_GetFCoEControllerHandle", "CloseAdapter"})
-            more[function] = 1;
+            more[function] = times;
         return more;
     }
 
+    Tree tree;
     SuiteHost host;
     CQelFcoeAgentIntf* agent = nullptr;
     std::unique_ptr<MovedClock> clock;
+    CQelString id = Identifier(0);
+    std::vector<QEL_ERROR_ENTRY> errors;
 };
+
+TEST_F(CallCounts, OfAdaptersAreTwiceOpenAndThreeReads) {
+    EXPECT_EQ(1u, Count(&CQelFcoeAgentIntf::EnumerateHBAs));
+    ExpectCalls(
+        Open({{"GetAdapterPortAttributes", 1}, {"GetAdapterAttributes", 1}, {"ORVAN_GetFCAndNICProperties", 1}}, 2));
+}
 
 TEST_F(CallCounts, OfFabricsAndPortsAreOpenAndTwoPortLists) {
     EXPECT_EQ(1u, Count(&CQelFcoeAgentIntf::EnumerateFabrics));
@@ -192,6 +218,25 @@ TEST_F(CallCounts, OfLunsAddTwoMappingsPerTargetAndOneCapacityPerLun) {
                       {"ScsiReadCapacityV2", TARGETS * LUNS}}));
 }
 
+// One of the targets is seen through both.
+TEST_F(CallCounts, OfTwoPortsAreThoseOfEach) {
+    constexpr unsigned PORTS = 2, SEEN = TARGETS + 1;
+    tree.adapters[0].virtualPorts = PORTS - 1;
+    tree.adapters[0].virtualType = 3;
+    tree.adapters[0].targets[0].npiv = true;
+    host.Simulate(Json(tree));
+    EXPECT_EQ(PORTS, Count(&CQelFcoeAgentIntf::EnumeratePorts));
+    ExpectCalls(Open({{"ORVAN_GetFCPortList", 2}}));
+    EXPECT_EQ(SEEN, Count(&CQelFcoeAgentIntf::EnumerateTargets));
+    ExpectCalls(Open({{"ORVAN_GetFCPortList", 2}, {"ORVAN_GetTargetList", 2 * PORTS}, {"ScsiInquiry", 2 * SEEN}}));
+    EXPECT_EQ(SEEN * LUNS, Count(&CQelFcoeAgentIntf::EnumerateLUNs));
+    ExpectCalls(Open({{"ORVAN_GetFCPortList", 2},
+                      {"ORVAN_GetTargetList", 2 * PORTS},
+                      {"ScsiInquiry", 2 * SEEN},
+                      {"GetFcpTargetMapping", 2 * SEEN},
+                      {"ScsiReadCapacityV2", SEEN * LUNS}}));
+}
+
 TEST_F(CallCounts, WithinTheCachePeriodAreNone) {
     Count(&CQelFcoeAgentIntf::EnumerateLUNs);
     host.ResetCalls();
@@ -204,13 +249,16 @@ TEST_F(CallCounts, WithinTheCachePeriodAreNone) {
     EXPECT_EQ(TARGETS * LUNS, host.Calls("ScsiReadCapacityV2"));
 }
 
-TEST_F(CallCounts, OfVlansAreTwoListsAndTheirRecordsLiveTenSeconds) {
+TEST_F(CallCounts, OfVlansAreTwoListsAndNoneWithinTheCachePeriod) {
     EXPECT_EQ(2u, Count(&CQelFcoeAgentIntf::EnumerateVLANs));
     ExpectCalls(Open({{"ORVAN_GetVlanIdList", 2}}));
     host.ResetCalls();
     clock->Advance(10);
     EXPECT_EQ(2u, Again(&CQelFcoeAgentIntf::EnumerateVLANs));
     ExpectCalls({});
+    clock->Advance(1);
+    EXPECT_EQ(2u, Again(&CQelFcoeAgentIntf::EnumerateVLANs));
+    ExpectCalls(Open({{"ORVAN_GetVlanIdList", 2}}));
 }
 
 TEST_F(CallCounts, OfStatisticsAreNeverSavedByTheCache) {
@@ -219,6 +267,31 @@ TEST_F(CallCounts, OfStatisticsAreNeverSavedByTheCache) {
     host.ResetCalls();
     Again(&CQelFcoeAgentIntf::EnumerateStatistics);
     ExpectCalls(Open({{"GetPortStatistics", 1}}));
+}
+
+TEST_F(CallCounts, OfACreationAreOneAndOneForAGeneratedName) {
+    EXPECT_TRUE(Create(L"20:02:00:1B:21:00:00:00"));
+    ExpectCalls({{"ORVAN_CreateVPort", 1}});
+    EXPECT_TRUE(Create(L"Auto"));
+    ExpectCalls({{"ORVAN_GeneratePortWWN", 1}, {"ORVAN_CreateVPort", 1}});
+}
+
+TEST_F(CallCounts, OfADeletionAreOneAndThePortListsWhenItIsRefused) {
+    ASSERT_TRUE(Create(L"20:02:00:1B:21:00:00:00"));
+    EXPECT_TRUE(Delete(L"20:02:00:1B:21:00:00:00"));
+    ExpectCalls({{"ORVAN_RemoveVPort", 1}});
+    EXPECT_FALSE(Delete(L"20:02:00:1B:21:00:00:00"));
+    ExpectCalls(Open({{"ORVAN_RemoveVPort", 1}, {"ORVAN_GetFCPortList", 2}}));
+}
+
+TEST_F(CallCounts, OfAGeneratedNameAndOfARescanAreOne) {
+    CQelString name;
+    Age();
+    EXPECT_TRUE(agent->GenerateVPortWWPN(id, name, errors, 0));
+    ExpectCalls({{"ORVAN_GeneratePortWWN", 1}});
+    Age();
+    EXPECT_TRUE(agent->RefreshTargets(id, 0));
+    ExpectCalls({{"ORVAN_RescanScsiBus", 1}});
 }
 
 } // namespace

@@ -3,12 +3,16 @@
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "tests/kit/CrashReport.h"
 #include "tests/kit/HandleCount.h"
 #include "tests/kit/HeapUse.h"
+#include "tests/kit/LogText.h"
 #include "tests/kit/ProgramFolder.h"
 #include "tests/kit/SuiteHost.h"
+#include "tools/fcoectl/Records.h"
+#include "tools/fcoectl/Text.h"
 
 namespace {
 
@@ -149,34 +153,85 @@ TEST(Unload, AThousandTimesAfterUseLeaksNeitherHandlesNorMemory) {
     EXPECT_LT(BusyHeapBytes(), memory + 1000 * 64);
 }
 
+constexpr unsigned ADAPTERS = 2;
+
+std::wstring AdapterName(unsigned adapter) {
+    return L"{11111111-2222-4333-8444-55555555550" + std::to_wstring(adapter) + L"}";
+}
+
+// Adapters that differ in all their lists.
+std::string DifferentAdapters() {
+    auto adapters = nlohmann::json::array();
+    for (unsigned a = 0; a < ADAPTERS; ++a) {
+        const std::string number = std::to_string(a);
+        auto targets = nlohmann::json::array();
+        for (unsigned t = 0; t < 2 + a; ++t)
+            targets.push_back({{"port_wwn", "50:06:01:60:00:00:0" + number + ":0" + std::to_string(t)},
+                               {"fc_id", t + 1},
+                               {"serial", "S" + number + std::to_string(t)},
+                               {"luns", {{{"os_lun", 0}, {"blocks", 2048 * (a + 1)}}, {{"os_lun", 1}}}}});
+        adapters.push_back(
+            {{"identifier", fcoectl::ToUtf8(AdapterName(a))},
+             {"mac", "00:1B:21:00:00:0" + number},
+             {"port",
+              {{"node_wwn", "20:00:00:1B:21:00:00:0" + number}, {"port_wwn", "20:01:00:1B:21:00:00:0" + number}}},
+             {"ports", {{{"type", 0}}}},
+             {"statistics", {{"tx_frames", 100 + a}}},
+             {"targets", targets},
+             {"vlans", {{{"id", 100 + a}}, {{"id", 200 + a}}}}});
+    }
+    return nlohmann::json{{"adapters", adapters}}.dump();
+}
+
+// What the adapter's enumerations answer, as text.
+std::string AnswersOf(CQelFcoeAgentIntf* agent, unsigned adapter) {
+    std::string answers;
+    const auto add =
+        [&]<class Record, class Name>(BOOL (CQelFcoeAgentIntf::*operation)(Name, std::vector<Record>&, ULONG64)) {
+            CQelString name(AdapterName(adapter).c_str());
+            std::vector<Record> records;
+            answers += (agent->*operation)(name, records, 0) ? "TRUE\n" : "FALSE\n";
+            for (const Record& record : records)
+                answers += fcoectl::ToJson(record).dump() + "\n";
+        };
+    add(&CQelFcoeAgentIntf::EnumerateHBAs);
+    add(&CQelFcoeAgentIntf::EnumerateFabrics);
+    add(&CQelFcoeAgentIntf::EnumeratePorts);
+    add(&CQelFcoeAgentIntf::EnumerateTargets);
+    add(&CQelFcoeAgentIntf::EnumerateVLANs);
+    add(&CQelFcoeAgentIntf::EnumerateLUNs);
+    add(&CQelFcoeAgentIntf::EnumerateStatistics);
+    return answers;
+}
+
+// Each with an adapter of its own: two that work on one adapter may be refused by the library while the other one opens
+// it anew.
 TEST(Threads, TwoAtOnceGetTheSameAnswersAndWholeLogLines) {
     SuiteHost host;
+    host.Simulate(DifferentAdapters());
     auto* agent = host.GetAgent();
     ASSERT_TRUE(agent);
-    CQelString all;
-    std::vector<QEL_FCOE_LUN> expected;
-    ASSERT_TRUE(agent->EnumerateLUNs(all, expected, 0));
+    std::string expected[ADAPTERS];
+    for (unsigned adapter = 0; adapter < ADAPTERS; ++adapter) {
+        expected[adapter] = AnswersOf(agent, adapter);
+        EXPECT_EQ(std::string::npos, expected[adapter].find("FALSE"));
+        EXPECT_NE(std::string::npos, expected[adapter].find("\"os_lun\":1"));
+    }
     std::vector<std::thread> threads;
-    for (int t = 0; t < 2; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < 20; ++i) {
-                CQelString name;
-                std::vector<QEL_FCOE_VLAN> vlans;
-                std::vector<QEL_FCOE_STATISTIC> statistics;
-                agent->EnumerateVLANs(name, vlans, 0);
-                agent->EnumerateStatistics(name, statistics, 0);
-            }
+    for (unsigned adapter = 0; adapter < ADAPTERS; ++adapter)
+        threads.emplace_back([&, adapter] {
+            for (int i = 0; i < 20; ++i)
+                ASSERT_EQ(expected[adapter], AnswersOf(agent, adapter)) << "adapter " << adapter << ", round " << i;
         });
     for (auto& thread : threads)
         thread.join();
     const std::string log = ReadFileBytes(host.LogFile());
-    for (std::size_t at = 0; at < log.size();) {
-        const std::size_t end = log.find("\r\n", at);
-        ASSERT_NE(std::string::npos, end);
-        const std::string line = log.substr(at, end - at);
-        ASSERT_TRUE(line.starts_with("FCOEAGENT\tPID:")) << line;
-        ASSERT_EQ(line.find("FCOEAGENT\tPID:"), line.rfind("FCOEAGENT\tPID:")) << line;
-        at = end + 2;
+    EXPECT_TRUE(log.ends_with("\r\n"));
+    for (const std::string_view line : LogText::Lines(log)) {
+        const auto parts = LogText::Parse(line);
+        ASSERT_TRUE(parts) << line;
+        ASSERT_EQ("FCOEAGENT", parts->module) << line;
+        ASSERT_EQ(std::string_view::npos, parts->text.find("FCOEAGENT\tPID:")) << line;
     }
 }
 

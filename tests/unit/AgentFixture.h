@@ -21,7 +21,8 @@
 #include "tests/unit/FakeHbaLibrary.h"
 #include "tests/unit/FakeSetupApi.h"
 
-class TestAgent : public CQelFcoeAgentWin {
+// The agent, with its inner state in view.
+class VisibleAgent : public CQelFcoeAgentWin {
   public:
     using CQelFcoeAgentWin::m_bInitialized;
     using CQelFcoeAgentWin::m_mapHBAs;
@@ -62,5 +63,5 @@ class AgentFixture : public testing::Test {
     FakeHbaLibrary fake;
     FakeSetupApi setupApi{hive};
     FakeCoreAgent core;
-    std::unique_ptr<TestAgent> agent = std::make_unique<TestAgent>();
+    std::unique_ptr<VisibleAgent> agent = std::make_unique<VisibleAgent>();
 };

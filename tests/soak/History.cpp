@@ -90,20 +90,20 @@ void History::End(const Call& call) {
 ULONGLONG History::FindWindow(unsigned adapter, const Call& call, ULONGLONG from, Situation& situation) {
     const auto count = m_callCount[adapter];
     const auto first = count > CALLS ? count - CALLS : 0;
-    const auto at = [&](unsigned long long i) -> const Made& { return m_calls[adapter][i % CALLS]; };
+    const auto At = [&](unsigned long long i) -> const Made& { return m_calls[adapter][i % CALLS]; };
     for (int depth = 0; depth < CACHE_DEPTH; ++depth) {
         ULONGLONG earliest = from;
         for (auto i = first; i < count; ++i)
-            if (at(i).open || at(i).end + CACHE_AGE >= from)
-                earliest = std::min(earliest, at(i).start);
+            if (At(i).open || At(i).end + CACHE_AGE >= from)
+                earliest = std::min(earliest, At(i).start);
         if (earliest == from)
             break;
         from = earliest;
     }
-    if (first > 0 && at(first).start >= from)
+    if (first > 0 && At(first).start >= from)
         situation.exact = false;
     for (auto i = first; i < count; ++i)
-        if ((i == call.index[adapter] || at(i).open || at(i).end >= from) && !at(i).alone)
+        if ((i == call.index[adapter] || At(i).open || At(i).end >= from) && !At(i).alone)
             situation.exact = false;
     return from;
 }

@@ -341,8 +341,8 @@ std::string JudgeAll(const std::vector<Situation>& situations, const std::vector
     std::size_t uncertain = 0;
     for (const Situation& situation : situations) {
         auto& own = byAdapter[situation.adapter];
-        const auto isListed = [](const Situation::State& state) { return state.listed; };
-        if (!own.empty() && std::none_of(situation.states.begin(), situation.states.end(), isListed))
+        const auto IsListed = [](const Situation::State& state) { return state.listed; };
+        if (!own.empty() && std::none_of(situation.states.begin(), situation.states.end(), IsListed))
             return "an adapter that was not there: " + Text(own.front());
         if (!situation.exact)
             ++uncertain;

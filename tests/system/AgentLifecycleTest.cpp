@@ -135,16 +135,16 @@ TEST(Unload, AThousandTimesAfterUseLeaksNeitherHandlesNorMemory) {
     StartWatchdog(240);
     SuiteHost host;
     host.Hive().Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2", L"TRACE", DWORD{2}); // of lines there were enough
-    const auto round = [&](int number) {
+    const auto Round = [&](int number) {
         Use(*host.GetAgent(), number);
         host.Unload();
     };
     for (int i = 0; i < 14; ++i)
-        round(i); // what the system keeps once it was used
+        Round(i); // what the system keeps once it was used
     const auto handles = CountHandles();
     const auto memory = BusyHeapBytes();
     for (int i = 0; i < 1000; ++i) {
-        round(i);
+        Round(i);
         if (i % 100 == 99) {
             ASSERT_EQ(handles, CountHandles()) << "after load " << i;
         }
@@ -186,7 +186,7 @@ std::string DifferentAdapters() {
 // What the adapter's enumerations answer, as text.
 std::string AnswersOf(CQelFcoeAgentIntf* agent, unsigned adapter) {
     std::string answers;
-    const auto add =
+    const auto Add =
         [&]<class Record, class Name>(BOOL (CQelFcoeAgentIntf::*operation)(Name, std::vector<Record>&, ULONG64)) {
             CQelString name(AdapterName(adapter).c_str());
             std::vector<Record> records;
@@ -194,13 +194,13 @@ std::string AnswersOf(CQelFcoeAgentIntf* agent, unsigned adapter) {
             for (const Record& record : records)
                 answers += fcoectl::ToJson(record).dump() + "\n";
         };
-    add(&CQelFcoeAgentIntf::EnumerateHBAs);
-    add(&CQelFcoeAgentIntf::EnumerateFabrics);
-    add(&CQelFcoeAgentIntf::EnumeratePorts);
-    add(&CQelFcoeAgentIntf::EnumerateTargets);
-    add(&CQelFcoeAgentIntf::EnumerateVLANs);
-    add(&CQelFcoeAgentIntf::EnumerateLUNs);
-    add(&CQelFcoeAgentIntf::EnumerateStatistics);
+    Add(&CQelFcoeAgentIntf::EnumerateHBAs);
+    Add(&CQelFcoeAgentIntf::EnumerateFabrics);
+    Add(&CQelFcoeAgentIntf::EnumeratePorts);
+    Add(&CQelFcoeAgentIntf::EnumerateTargets);
+    Add(&CQelFcoeAgentIntf::EnumerateVLANs);
+    Add(&CQelFcoeAgentIntf::EnumerateLUNs);
+    Add(&CQelFcoeAgentIntf::EnumerateStatistics);
     return answers;
 }
 

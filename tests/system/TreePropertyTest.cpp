@@ -62,18 +62,18 @@ std::string Json(const Tree& tree) {
 }
 
 Tree Random(std::mt19937& random) {
-    const auto upTo = [&](unsigned most) { return random() % (most + 1); };
+    const auto UpTo = [&](unsigned most) { return random() % (most + 1); };
     Tree tree;
-    tree.adapters.resize(upTo(3));
+    tree.adapters.resize(UpTo(3));
     unsigned number = 0;
     for (auto& adapter : tree.adapters) {
-        adapter.virtualPorts = upTo(3);
-        adapter.vlans = upTo(4);
-        adapter.targets.resize(upTo(5));
+        adapter.virtualPorts = UpTo(3);
+        adapter.vlans = UpTo(4);
+        adapter.targets.resize(UpTo(5));
         for (auto& target : adapter.targets) {
             ++number;
             target.wwn = fmt::format("50:06:01:60:00:00:{:02X}:{:02X}", number >> 8, number & 255);
-            target.luns = upTo(6);
+            target.luns = UpTo(6);
         }
     }
     return tree;

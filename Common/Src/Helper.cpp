@@ -3,14 +3,11 @@
 #include <wbemcli.h>
 
 #include "Common/Src/ComOwner.h"
+#include "Common/Src/SuiteKeys.h"
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelRegKey.h"
 
 namespace {
-
-constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2";
-constexpr wchar_t DEBUG_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\Debug";
-constexpr wchar_t FEATURES_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\TOLV\\";
 
 // One of the installer's feature flags, and what the log says when it is not set.
 struct InstallationCheck {
@@ -36,7 +33,7 @@ constexpr InstallationCheck ISCSI_CHECK{
 
 BOOL IsInstalled(const InstallationCheck& check) {
     CQelRegKey key;
-    if (!key.Open(HKEY_LOCAL_MACHINE, FEATURES_KEY, false)) {
+    if (!key.Open(HKEY_LOCAL_MACHINE, INSTALLED_FEATURES_KEY, false)) {
         QEL_PRINT(check.pszKeyFailure);
         return FALSE;
     }
@@ -143,7 +140,7 @@ BOOL CHelper::GetInstalledLanguage(CQelString& strLanguage) {
 BOOL CHelper::GetLocalLanguage(CQelString& strLanguage) {
     BOOL bReturn = FALSE;
     const CQelDebugScope trace(L"CHelper::GetLocalLanguage", &bReturn);
-    bReturn = GetPathFromRegistry(L"SOFTWARE\\ORVAN\\Network_Services\\TOLV", L"LocalLanguage", strLanguage);
+    bReturn = GetPathFromRegistry(FEATURES_KEY, L"LocalLanguage", strLanguage);
     return bReturn;
 }
 
@@ -175,7 +172,7 @@ BOOL CHelper::IsSettingDebugable(const CQelString& strValueName, ULONG& ulValue)
         return bReturn;
     }
     CQelRegKey key;
-    if (!key.Open(HKEY_LOCAL_MACHINE, DEBUG_KEY, false)) {
+    if (!key.Open(HKEY_LOCAL_MACHINE, DEBUG_SETTINGS_KEY, false)) {
         QEL_PRINT(L"IsSettingDebugable() - Unable to open the TOLV registry key - exiting");
         return bReturn;
     }

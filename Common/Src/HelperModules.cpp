@@ -6,14 +6,12 @@
 #include <span>
 
 #include "Common/Src/Owner.h"
+#include "Common/Src/SuiteKeys.h"
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelRegKey.h"
 
 namespace {
 
-constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2";
-constexpr wchar_t AGENTS_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\";
-constexpr wchar_t FEATURES_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\TOLV";
 constexpr wchar_t MODULE_SUFFIX[] = L".DLL";
 
 // The suite's modules by base name, as they are packaged.

@@ -3,15 +3,13 @@
 #include <cstdlib>
 #include <iterator>
 
+#include "Common/Src/ModuleFunction.h"
+#include "Common/Src/SuiteKeys.h"
 #include "FcoeAgent/QelRegKey.h"
 
 namespace {
 
 using PFN_RtlGetVersion = LONG(WINAPI*)(RTL_OSVERSIONINFOEXW*);
-
-template <class F> F FindFunction(const wchar_t* pszModule, const char* pszFunction) {
-    return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(pszModule), pszFunction)));
-}
 
 constexpr WORD ARCHITECTURE_ITANIUM = PROCESSOR_ARCHITECTURE_IA64;
 constexpr WORD ARCHITECTURE_X64 = PROCESSOR_ARCHITECTURE_AMD64;
@@ -24,13 +22,13 @@ constexpr WORD ARCHITECTURE_X64 = PROCESSOR_ARCHITECTURE_AMD64;
 static_assert(sizeof(RTL_OSVERSIONINFOEXW) == 284);
 
 COSType::COSType(bool bApplyOverrides)
-    : m_version{},
-      m_pfnGetNativeSystemInfo(FindFunction<PFN_GetNativeSystemInfo>(L"kernel32.dll", "GetNativeSystemInfo")),
+    : m_version{}, m_pfnGetNativeSystemInfo(
+                       FindFunction<PFN_GetNativeSystemInfo>(GetModuleHandleW(L"kernel32.dll"), "GetNativeSystemInfo")),
       m_systemInfo{}, m_bVersionKnown(FALSE) {
     if (m_pfnGetNativeSystemInfo)
         m_pfnGetNativeSystemInfo(&m_systemInfo);
     m_version.dwOSVersionInfoSize = sizeof m_version;
-    if (const auto pfnRtlGetVersion = FindFunction<PFN_RtlGetVersion>(L"ntdll.dll", "RtlGetVersion"))
+    if (const auto pfnRtlGetVersion = FindFunction<PFN_RtlGetVersion>(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion"))
         m_bVersionKnown = pfnRtlGetVersion(&m_version) == 0;
     if (bApplyOverrides)
         ApplyOverrides();
@@ -38,7 +36,7 @@ COSType::COSType(bool bApplyOverrides)
 
 void COSType::ApplyOverrides() {
     CQelRegKey key;
-    if (!key.Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\ORVAN\\NETWORK_SERVICES\\TOLV", false))
+    if (!key.Open(HKEY_LOCAL_MACHINE, OS_OVERRIDES_KEY, false))
         return;
     const auto override = [&key](const wchar_t* pszName, auto& field) {
         CQelString strValue;

@@ -5,6 +5,8 @@
 #include <new>
 
 #include "Common/Src/Helper.h"
+#include "Common/Src/ModuleFunction.h"
+#include "Common/Src/SuiteKeys.h"
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelRegKey.h"
 
@@ -19,7 +21,7 @@ constexpr QEL_RESULT QEL_RESULT_DONE{0, 0xFFFFFFFF};
 void RestartDcbServiceIfSettingChanged() {
     CQelRegKey key;
     CQelString strChanged;
-    if (!key.Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\DCB\\", true) ||
+    if (!key.Open(HKEY_LOCAL_MACHINE, DCB_SETTINGS_KEY, true) ||
         !key.GetValue(L"DcbAdvancedSettingChange", strChanged) || !(strChanged == L"1"))
         return;
     CHelper helper;
@@ -128,8 +130,7 @@ void CQelNetAgentPvt::GetCoreAgntPvt() {
     if (!module)
         return;
     // A module that the suite's registry names as its core agent is trusted to export this.
-    const auto pfnGetCoreAgentPvt =
-        reinterpret_cast<PFN_GetCoreAgentPvt>(reinterpret_cast<void*>(GetProcAddress(module.Get(), "GetCoreAgentPvt")));
+    const auto pfnGetCoreAgentPvt = FindFunction<PFN_GetCoreAgentPvt>(module.Get(), "GetCoreAgentPvt");
     ICoreAgentPvt* const pCoreAgent = pfnGetCoreAgentPvt();
     const HMODULE hCoreAgent = module.Get();
     m_pLoaded.store(std::make_shared<const CoreAgent>(CoreAgent{std::move(module), pCoreAgent}));

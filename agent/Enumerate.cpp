@@ -46,15 +46,15 @@ template <class Record> class CNewRecord {
 template <class Work>
 BOOL CQelFcoeAgentWin::ForEachHBA(const wchar_t* pszOperation, const wchar_t* pszFailure, const CQelString& strAdapter,
                                   ULONG64 ullContext, Work work) {
+    CQelTracedResult traced(pszOperation, TRUE);
     BOOL bReturn = TRUE;
-    CQelDebugScope trace(pszOperation, &bReturn);
     WaitForApplyDone(ullContext);
     std::vector<CQelString> vecAdapters;
     if (!strAdapter.IsEmpty()) {
         vecAdapters.push_back(strAdapter);
     } else if (!GetAdaptersThatSupportFCOE(vecAdapters, ullContext)) {
         QEL_PRINT(L"Unable to retrieve adapter list!");
-        bReturn = FALSE;
+        bReturn = traced(FALSE);
     }
     for (const CQelString& strId : vecAdapters) {
         const BOOL bDone = Contain(SOURCE_FILE, __LINE__, pszOperation, [&]() -> BOOL {
@@ -63,10 +63,10 @@ BOOL CQelFcoeAgentWin::ForEachHBA(const wchar_t* pszOperation, const wchar_t* ps
         });
         if (!bDone) {
             QEL_PRINT(pszFailure, strId.c_str());
-            bReturn = FALSE;
+            bReturn = traced(FALSE);
         }
     }
-    return bReturn;
+    return traced(bReturn);
 }
 
 // The records of the objects that the adapters yield. An object without a record is left out.

@@ -31,20 +31,18 @@ CQelFcoeAgentWin::~CQelFcoeAgentWin() {
 }
 
 BOOL CQelFcoeAgentWin::Initialize() {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeAgentWin::Initialize", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeAgentWin::Initialize", FALSE);
     const CQelLockGuard guard(m_csAgent);
     if (m_bInitialized) {
         QEL_PRINT(L"CQelFcoeAgentWin::Initialize() - Already initialized");
-        bReturn = TRUE;
-        return bReturn;
+        return traced(TRUE);
     }
     CQelString strLocation;
     if (!CHelper().GetAgentModuleLocation(AGENT_NAME, strLocation))
-        return bReturn;
+        return traced(FALSE);
     g_hModule = GetModuleHandleW(strLocation);
     if (!g_hModule)
-        return bReturn;
+        return traced(FALSE);
 
     auto pLibrary = std::make_unique<CHBAAPIInt>();
     // Its result does not count: the HBA objects load the library when they need it.
@@ -56,20 +54,19 @@ BOOL CQelFcoeAgentWin::Initialize() {
     // Only now: a start that memory exhaustion ended leaves no library loaded behind.
     m_vecLibraries.push_back(std::move(pLibrary));
     m_pLibrary = m_vecLibraries.back().get();
-    bReturn = m_pCoreAgent != nullptr;
     // Also without a core agent: hosts rely on the next start succeeding.
     m_bInitialized = TRUE;
-    return bReturn;
+    return traced(m_pCoreAgent != nullptr);
 }
 
 BOOL CQelFcoeAgentWin::GetAdaptersThatSupportFCOE(std::vector<CQelString>& vecAdapters, ULONG64 ullContext) {
-    BOOL bReturn = TRUE; // on every path; the callers test it all the same
-    CQelDebugScope trace(L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE", &bReturn);
+    // TRUE on every path; the callers test it all the same.
+    CQelTracedResult traced(L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE", TRUE);
     vecAdapters.clear();
     WaitForApplyDone(ullContext);
     if (!CHelper().IsFcoeInstalled()) {
         QEL_PRINT(L"FCOE is not installed - not reutnring adapters"); // misspelt: hosts search for it
-        return bReturn;
+        return traced(TRUE);
     }
     std::vector<CQelString> vecAll;
     QEL_RESULT result = QEL_RESULT_NOT_DONE;
@@ -77,7 +74,7 @@ BOOL CQelFcoeAgentWin::GetAdaptersThatSupportFCOE(std::vector<CQelString>& vecAd
                   [&](ICoreAgentPvt& core) { result = core.EnumerateAdapters(vecAll, ullContext); });
     if (result.ulErrCode != 0 || vecAll.empty()) {
         QEL_PRINT(L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE - EnumerateAdapters failed!");
-        return bReturn;
+        return traced(TRUE);
     }
     for (const CQelString& strAdapter : vecAll) {
         BYTE bySupported = 0;
@@ -86,11 +83,11 @@ BOOL CQelFcoeAgentWin::GetAdaptersThatSupportFCOE(std::vector<CQelString>& vecAd
         if (bySupported)
             vecAdapters.push_back(strAdapter);
     }
-    return bReturn;
+    return traced(TRUE);
 }
 
 std::shared_ptr<CQelFcoeHBA> CQelFcoeAgentWin::GetHBAObject(const CQelString& strAdapter) {
-    CQelDebugScope trace(L"CQelFcoeAgentWin::GetHBAObject");
+    const CQelDebugScope trace(L"CQelFcoeAgentWin::GetHBAObject");
     const CQelLockGuard guard(m_csAgent);
     if (const auto it = m_mapHBAs.find(strAdapter); it != m_mapHBAs.end())
         return it->second;
@@ -117,11 +114,10 @@ std::shared_ptr<CQelFcoeHBA> CQelFcoeAgentWin::GetHBAObject(const CQelString& st
 }
 
 BOOL CQelFcoeAgentWin::Uninstall(ULONG64) {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CQelFcoeAgentWin::Uninstall", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeAgentWin::Uninstall", TRUE);
     const CQelLockGuard guard(m_csAgent);
     ShutDown();
-    return bReturn;
+    return traced(TRUE);
 }
 
 // Under the agent lock. The library access object stays: operations after this load the library through it again.

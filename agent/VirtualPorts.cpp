@@ -11,10 +11,9 @@ constexpr wchar_t SOURCE_FILE[] = L"agent\\VirtualPorts";
 template <class Work>
 BOOL CQelFcoeAgentWin::ChangeVPort(const wchar_t* pszOperation, const wchar_t* pszLockFailure,
                                    const CQelString& strAdapter, QEL_LOCK_REQUEST request, Work work) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(pszOperation, &bReturn);
+    CQelTracedResult traced(pszOperation, FALSE);
     if (strAdapter.IsEmpty())
-        return bReturn;
+        return traced(FALSE);
 
     struct RELEASE {
         CQelFcoeAgentWin& agent;
@@ -28,29 +27,26 @@ BOOL CQelFcoeAgentWin::ChangeVPort(const wchar_t* pszOperation, const wchar_t* p
 
     if (StartLock(request, lock.byLockTaken).ulErrCode != 0) {
         QEL_PRINT(pszLockFailure);
-        return bReturn;
+        return traced(FALSE);
     }
-    bReturn = Contain(SOURCE_FILE, __LINE__, pszOperation, [&] {
+    return traced(Contain(SOURCE_FILE, __LINE__, pszOperation, [&] {
         const auto pHBA = GetHBAObject(strAdapter);
         return pHBA ? work(*pHBA) : FALSE;
-    });
-    return bReturn;
+    }));
 }
 
 // Work outside the lock, once no change is pending.
 template <class Work>
 BOOL CQelFcoeAgentWin::AfterApply(const wchar_t* pszOperation, const CQelString& strAdapter, ULONG64 ullContext,
                                   Work work) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(pszOperation, &bReturn);
+    CQelTracedResult traced(pszOperation, FALSE);
     WaitForApplyDone(ullContext);
     if (strAdapter.IsEmpty())
-        return bReturn;
-    bReturn = Contain(SOURCE_FILE, __LINE__, pszOperation, [&] {
+        return traced(FALSE);
+    return traced(Contain(SOURCE_FILE, __LINE__, pszOperation, [&] {
         const auto pHBA = GetHBAObject(strAdapter);
         return pHBA ? work(*pHBA) : FALSE;
-    });
-    return bReturn;
+    }));
 }
 
 BOOL CQelFcoeAgentWin::CreateVPort(CQelString& strAdapter, CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>& vecErrors,

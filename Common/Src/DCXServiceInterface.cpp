@@ -24,23 +24,21 @@ int FindPriority(BYTE byPriorityMap) {
 } // namespace
 
 CDCX_ServiceInterface::CDCX_ServiceInterface(const CQelString& strAdapter, BOOL bFcoeCheck) : m_strAdapter(strAdapter) {
-    CQelDebugScope trace(L"CDCX_ServiceInterface::CDCX_ServiceInterface");
+    const CQelDebugScope trace(L"CDCX_ServiceInterface::CDCX_ServiceInterface");
     Initialize(bFcoeCheck);
 }
 
 CDCX_ServiceInterface::~CDCX_ServiceInterface() {
-    CQelDebugScope trace(L"CDCX_ServiceInterface::~CDCX_ServiceInterface");
+    const CQelDebugScope trace(L"CDCX_ServiceInterface::~CDCX_ServiceInterface");
     UnInitialize();
 }
 
 BOOL CDCX_ServiceInterface::Initialize(BOOL bFcoeCheck) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CDCX_ServiceInterface::Initialize", &bReturn);
+    CQelTracedResult traced(L"CDCX_ServiceInterface::Initialize", FALSE);
 
     const HRESULT hResult = Connect();
     FindFeatures(bFcoeCheck);
-    bReturn = SUCCEEDED(hResult);
-    return bReturn;
+    return traced(SUCCEEDED(hResult));
 }
 
 HRESULT CDCX_ServiceInterface::Connect() {
@@ -94,7 +92,7 @@ void CDCX_ServiceInterface::FindFeatures(BOOL bFcoeCheck) {
 }
 
 void CDCX_ServiceInterface::GetDCB_FcoeLinkStatus(QEL_RESULT& result, BYTE& byDcbEnabled, ULONG& ulLinkStatus) {
-    CQelDebugScope trace(L"CDCX_ServiceInterface::GetDCB_FcoeLinkStatus", &result);
+    const CQelDebugScope trace(L"CDCX_ServiceInterface::GetDCB_FcoeLinkStatus", &result);
 
     byDcbEnabled = 0;
     ulLinkStatus = DCB_LINK_UNKNOWN;
@@ -179,8 +177,7 @@ void CDCX_ServiceInterface::GetDCB_FcoeLinkStatus(QEL_RESULT& result, BYTE& byDc
 }
 
 BOOL CDCX_ServiceInterface::UnInitialize() {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CDCX_ServiceInterface::UnInitialize", &bReturn);
+    CQelTracedResult traced(L"CDCX_ServiceInterface::UnInitialize", TRUE);
 
     if (m_byServiceCreated) {
         m_pService.Reset();
@@ -190,5 +187,5 @@ BOOL CDCX_ServiceInterface::UnInitialize() {
         CoUninitialize();
         m_byComInitialized = 0;
     }
-    return bReturn;
+    return traced(TRUE);
 }

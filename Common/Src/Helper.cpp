@@ -89,95 +89,82 @@ BOOL QueryMicrosoftDcb() {
 } // namespace
 
 BOOL CHelper::IsDcbInstalled() {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::IsDcbInstalled", &bReturn);
-    bReturn = IsInstalled(DCB_CHECK);
-    return bReturn;
+    CQelTracedResult traced(L"CHelper::IsDcbInstalled", FALSE);
+    return traced(IsInstalled(DCB_CHECK));
 }
 
 BOOL CHelper::IsFcoeInstalled() {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::IsFcoeInstalled", &bReturn);
-    bReturn = IsInstalled(FCOE_CHECK);
-    return bReturn;
+    CQelTracedResult traced(L"CHelper::IsFcoeInstalled", FALSE);
+    return traced(IsInstalled(FCOE_CHECK));
 }
 
 BOOL CHelper::IsIscsiInstalled() {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::IsIscsiInstalled", &bReturn);
-    bReturn = IsInstalled(ISCSI_CHECK);
-    return bReturn;
+    CQelTracedResult traced(L"CHelper::IsIscsiInstalled", FALSE);
+    return traced(IsInstalled(ISCSI_CHECK));
 }
 
 BOOL CHelper::IsMicrosoftDcbInstalled() {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::IsMicrosoftDcbInstalled", &bReturn);
-    bReturn = QueryMicrosoftDcb();
-    return bReturn;
+    CQelTracedResult traced(L"CHelper::IsMicrosoftDcbInstalled", FALSE);
+    return traced(QueryMicrosoftDcb());
 }
 
 BOOL CHelper::GetPathFromRegistry(const CQelString& strKey, const CQelString& strValue, CQelString& strPath) {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::GetPathFromRegistry", &bReturn);
+    CQelTracedResult traced(L"CHelper::GetPathFromRegistry", FALSE);
     CQelRegKey key;
     if (!key.Open(HKEY_LOCAL_MACHINE, strKey, false)) {
         QEL_PRINT(L"GetPathFromRegistry() - Unable to open the registry key - exiting");
-        return bReturn;
+        return traced(FALSE);
     }
-    bReturn = key.GetValue(strValue, strPath);
-    if (!bReturn)
+    if (!key.GetValue(strValue, strPath)) {
         QEL_PRINT(L"GetPathFromRegistry() - Unable to open the registry value - exiting");
-    return bReturn;
+        return traced(FALSE);
+    }
+    return traced(TRUE);
 }
 
 BOOL CHelper::GetInstalledLanguage(CQelString& strLanguage) {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::GetInstalledLanguage", &bReturn);
-    bReturn = GetPathFromRegistry(SUITE_KEY, L"InstalledLangShortString", strLanguage);
-    return bReturn;
+    CQelTracedResult traced(L"CHelper::GetInstalledLanguage", FALSE);
+    return traced(GetPathFromRegistry(SUITE_KEY, L"InstalledLangShortString", strLanguage));
 }
 
 BOOL CHelper::GetLocalLanguage(CQelString& strLanguage) {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::GetLocalLanguage", &bReturn);
-    bReturn = GetPathFromRegistry(FEATURES_KEY, L"LocalLanguage", strLanguage);
-    return bReturn;
+    CQelTracedResult traced(L"CHelper::GetLocalLanguage", FALSE);
+    return traced(GetPathFromRegistry(FEATURES_KEY, L"LocalLanguage", strLanguage));
 }
 
 // "Enbled" and the TOLV key that the messages speak of are what support tools look for in the log.
 BOOL CHelper::IsDebugEnbled() {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::IsDebugEnbled", &bReturn);
+    CQelTracedResult traced(L"CHelper::IsDebugEnbled", FALSE);
     CQelRegKey key;
     if (!key.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, false)) {
         QEL_PRINT(L"IsDebugEnbled() - Unable to open the TOLV registry key - exiting");
-        return bReturn;
+        return traced(FALSE);
     }
     ULONG ulDebugging = 0;
     if (!key.GetValue(L"Debugging", ulDebugging)) {
         QEL_PRINT(L"IsDebugEnbled() - Unable to open the debug registry value - exiting");
-        return bReturn;
+        return traced(FALSE);
     }
-    bReturn = ulDebugging == 1;
-    if (bReturn)
-        QEL_PRINT(L"IsDebugEnbled() - debugging is enabled - exiting");
-    return bReturn;
+    if (ulDebugging != 1)
+        return traced(FALSE);
+    QEL_PRINT(L"IsDebugEnbled() - debugging is enabled - exiting");
+    return traced(TRUE);
 }
 
 BOOL CHelper::IsSettingDebugable(const CQelString& strValueName, ULONG& ulValue) {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::IsSettingDebugable", &bReturn);
+    CQelTracedResult traced(L"CHelper::IsSettingDebugable", FALSE);
     if (!IsDebugEnbled()) {
         QEL_PRINT(L"IsSettingDebugable() - debugging is not turned on - exiting");
-        return bReturn;
+        return traced(FALSE);
     }
     CQelRegKey key;
     if (!key.Open(HKEY_LOCAL_MACHINE, DEBUG_SETTINGS_KEY, false)) {
         QEL_PRINT(L"IsSettingDebugable() - Unable to open the TOLV registry key - exiting");
-        return bReturn;
+        return traced(FALSE);
     }
-    bReturn = key.GetValue(strValueName, ulValue);
-    if (!bReturn)
+    if (!key.GetValue(strValueName, ulValue)) {
         QEL_PRINT(L"IsSettingDebugable() - Unable to open the debug registry value - exiting");
-    return bReturn;
+        return traced(FALSE);
+    }
+    return traced(TRUE);
 }

@@ -86,13 +86,11 @@ bool FindModule(CHelper& helper, const CQelString& strBaseName, CQelString& strP
 } // namespace
 
 BOOL CHelper::GetAgentModuleLocation(const CQelString& strAgentName, CQelString& strLocation) {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::GetAgentModuleLocation", &bReturn);
+    CQelTracedResult traced(L"CHelper::GetAgentModuleLocation", FALSE);
     CQelString strKey(AGENTS_KEY);
     strKey += strAgentName;
     CQelRegKey key;
-    bReturn = key.Open(HKEY_LOCAL_MACHINE, strKey, false) && key.GetValue(L"InstalledDir", strLocation);
-    return bReturn;
+    return traced(key.Open(HKEY_LOCAL_MACHINE, strKey, false) && key.GetValue(L"InstalledDir", strLocation));
 }
 
 HMODULE CHelper::PwLoadLibrary(const CQelString& strName) {

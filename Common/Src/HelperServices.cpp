@@ -79,36 +79,30 @@ bool StopService(const COpenService& service) {
 } // namespace
 
 BOOL CHelper::IsServiceRunning(ULONG ulService) {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::IsServiceRunning", &bReturn);
+    CQelTracedResult traced(L"CHelper::IsServiceRunning", FALSE);
     if (ulService >= std::size(SERVICES))
-        return bReturn;
+        return traced(FALSE);
     const COpenService service(SERVICES[ulService].pszName, GENERIC_READ, GENERIC_READ);
     DWORD dwState = 0;
-    bReturn = service && service.QueryState(dwState) && dwState == SERVICE_RUNNING;
-    return bReturn;
+    return traced(service && service.QueryState(dwState) && dwState == SERVICE_RUNNING);
 }
 
 BOOL CHelper::QelStartService(ULONG ulService) {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::QelStartService", &bReturn);
+    CQelTracedResult traced(L"CHelper::QelStartService", FALSE);
     if (!IsControllable(ulService))
-        return bReturn;
+        return traced(FALSE);
     const COpenService service(SERVICES[ulService].pszName, SC_MANAGER_ALL_ACCESS, SERVICE_ALL_ACCESS);
     if (!service)
-        return bReturn;
+        return traced(FALSE);
     StartServiceW(service.Get(), 0, nullptr);
     // Whatever was started, callers wait for the DCB service: nothing of the suite works before it runs.
-    bReturn = WaitFor([this] { return IsServiceRunning(SERVICE_DCB) != FALSE; });
-    return bReturn;
+    return traced(WaitFor([this] { return IsServiceRunning(SERVICE_DCB) != FALSE; }));
 }
 
 BOOL CHelper::QelStopService(ULONG ulService) {
-    BOOL bReturn = FALSE;
-    const CQelDebugScope trace(L"CHelper::QelStopService", &bReturn);
+    CQelTracedResult traced(L"CHelper::QelStopService", FALSE);
     if (!IsControllable(ulService))
-        return bReturn;
+        return traced(FALSE);
     const COpenService service(SERVICES[ulService].pszName, SC_MANAGER_ALL_ACCESS, SERVICE_ALL_ACCESS);
-    bReturn = service && StopService(service);
-    return bReturn;
+    return traced(service && StopService(service));
 }

@@ -42,8 +42,7 @@ CQelNetAgentPvt::~CQelNetAgentPvt() {
 // kept as hosts and support tools know them.
 QEL_RESULT CQelNetAgentPvt::ApplyDone_UnloadDevice(BYTE& byChanged) {
     const CQelLockGuard guard(m_csLock);
-    QEL_RESULT result = QEL_RESULT_NOT_DONE;
-    const CQelDebugScope trace(L"CQelNetAgentPvt::ApplyDone_UnloadDevice", &result);
+    CQelTracedResult traced(L"CQelNetAgentPvt::ApplyDone_UnloadDevice", QEL_RESULT_NOT_DONE);
     RestartDcbServiceIfSettingChanged();
     if (m_vecUnloadMiniports.empty()) {
         QEL_PRINT(L"ApplyDone_UnLoadDevice() - No miniports to load");
@@ -52,14 +51,12 @@ QEL_RESULT CQelNetAgentPvt::ApplyDone_UnloadDevice(BYTE& byChanged) {
                   static_cast<int>(m_vecUnloadMiniports.size()));
         WorkThrough(m_vecUnloadMiniports, {&CQelNetAgentPvt::UnloadMiniport, 193, true}, byChanged);
     }
-    result.ulErrCode = 0;
-    return result;
+    return traced(QEL_RESULT_DONE);
 }
 
 QEL_RESULT CQelNetAgentPvt::ApplyDone_LoadDevice(BYTE& byChanged) {
     const CQelLockGuard guard(m_csLock);
-    QEL_RESULT result = QEL_RESULT_NOT_DONE;
-    const CQelDebugScope trace(L"CQelNetAgentPvt::ApplyDone_LoadDevice", &result);
+    CQelTracedResult traced(L"CQelNetAgentPvt::ApplyDone_LoadDevice", QEL_RESULT_NOT_DONE);
     if (m_vecLoadMiniports.empty()) {
         QEL_PRINT(L"ApplyDone_LoadDevice() - No miniports to load");
     } else {
@@ -67,8 +64,7 @@ QEL_RESULT CQelNetAgentPvt::ApplyDone_LoadDevice(BYTE& byChanged) {
                   static_cast<int>(m_vecLoadMiniports.size()));
         WorkThrough(m_vecLoadMiniports, {&CQelNetAgentPvt::LoadMiniport, 119, false}, byChanged);
     }
-    result.ulErrCode = 0;
-    return result;
+    return traced(QEL_RESULT_DONE);
 }
 
 void CQelNetAgentPvt::WorkThrough(std::vector<CQelString>& vecMiniports, const MiniportPass& pass, BYTE& byChanged) {
@@ -89,29 +85,25 @@ void CQelNetAgentPvt::WorkThrough(std::vector<CQelString>& vecMiniports, const M
 }
 
 QEL_RESULT CQelNetAgentPvt::UnloadMiniport(const CQelString&, BYTE&) {
-    const QEL_RESULT result = QEL_RESULT_NOT_DONE;
-    const CQelDebugScope trace(L"CQelNetAgentPvt::UnloadMiniport", &result);
-    return result;
+    CQelTracedResult traced(L"CQelNetAgentPvt::UnloadMiniport", QEL_RESULT_NOT_DONE);
+    return traced(QEL_RESULT_NOT_DONE);
 }
 
 QEL_RESULT CQelNetAgentPvt::LoadMiniport(const CQelString&, BYTE&) {
-    const QEL_RESULT result = QEL_RESULT_NOT_DONE;
-    const CQelDebugScope trace(L"CQelNetAgentPvt::LoadMiniport", &result);
-    return result;
+    CQelTracedResult traced(L"CQelNetAgentPvt::LoadMiniport", QEL_RESULT_NOT_DONE);
+    return traced(QEL_RESULT_NOT_DONE);
 }
 
 void CQelNetAgentPvt::Notify() {}
 
 QEL_RESULT CQelNetAgentPvt::QueryStatus() {
-    const QEL_RESULT result = QEL_RESULT_DONE;
-    const CQelDebugScope trace(L"CQelNetAgentPvt::QueryStatus", &result);
-    return result;
+    CQelTracedResult traced(L"CQelNetAgentPvt::QueryStatus", QEL_RESULT_DONE);
+    return traced(QEL_RESULT_DONE);
 }
 
 QEL_RESULT CQelNetAgentPvt::QueryApplyStatus() {
-    const QEL_RESULT result = QEL_RESULT_DONE;
-    const CQelDebugScope trace(L"CQelNetAgentPvt::QueryApplyStatus", &result);
-    return result;
+    CQelTracedResult traced(L"CQelNetAgentPvt::QueryApplyStatus", QEL_RESULT_DONE);
+    return traced(QEL_RESULT_DONE);
 }
 
 void CQelNetAgentPvt::AddForReload(const CQelString& strMiniportInst) {
@@ -154,17 +146,17 @@ void CQelNetAgentPvt::WaitForApplyDone(ULONG64 ullContext) {
 }
 
 QEL_RESULT CQelNetAgentPvt::StartLock(QEL_LOCK_REQUEST request, BYTE& byLockTaken) {
+    CQelTracedResult traced(L"CQelNetAgentPvt::StartLock", QEL_RESULT_NOT_DONE);
     QEL_RESULT result = QEL_RESULT_NOT_DONE;
-    const CQelDebugScope trace(L"CQelNetAgentPvt::StartLock", &result);
     CallCoreAgent(SOURCE_FILE, 352, L"CQelNetAgentPvt::StartLock() - Exception caught",
                   [&](ICoreAgentPvt& core) { result = core.StartLock(request, byLockTaken); });
-    return result;
+    return traced(result);
 }
 
 QEL_RESULT CQelNetAgentPvt::DoneLock(QEL_LOCK_REQUEST request) {
+    CQelTracedResult traced(L"CQelNetAgentPvt::DoneLock", QEL_RESULT_NOT_DONE);
     QEL_RESULT result = QEL_RESULT_NOT_DONE;
-    const CQelDebugScope trace(L"CQelNetAgentPvt::DoneLock", &result);
     CallCoreAgent(SOURCE_FILE, 380, L"CQelNetAgentPvt::DoneLock() - Exception caught",
                   [&](ICoreAgentPvt& core) { result = core.DoneLock(request); });
-    return result;
+    return traced(result);
 }

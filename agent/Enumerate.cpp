@@ -1,6 +1,7 @@
 // The seven enumerations: one walk over the adapters, and what each asks of an adapter.
 #include <algorithm>
 
+#include "Common/Src/Containment.h"
 #include "FcoeAgent/QelDebug.h"
 #include "agent/FcoeAgentWin.h"
 #include "model/FcoeFabric.h"
@@ -57,9 +58,11 @@ BOOL CQelFcoeAgentWin::ForEachHBA(const wchar_t* pszOperation, const wchar_t* ps
         bReturn = traced(FALSE);
     }
     for (const CQelString& strId : vecAdapters) {
-        const BOOL bDone = Contain(SOURCE_FILE, __LINE__, pszOperation, [&]() -> BOOL {
+        // The log has this line for each of the enumerations; their names tell them apart.
+        BOOL bDone = FALSE;
+        Contain(SOURCE_FILE, __LINE__, pszOperation, MemoryExhaustion::Passes, [&] {
             const auto pHBA = GetHBAObject(strId);
-            return !pHBA || work(*pHBA);
+            bDone = !pHBA || work(*pHBA);
         });
         if (!bDone) {
             QEL_PRINT(pszFailure, strId.c_str());

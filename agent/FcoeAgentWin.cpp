@@ -1,7 +1,5 @@
 #include "agent/FcoeAgentWin.h"
 
-#include <new>
-
 #include "Common/Src/Helper.h"
 #include "FcoeAgent/QelDebug.h"
 
@@ -46,17 +44,16 @@ BOOL CQelFcoeAgentWin::Initialize() {
 
     auto pLibrary = std::make_unique<CHBAAPIInt>();
     // Its result does not count: the HBA objects load the library when they need it.
-    Contain(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::Initialize", [&] { return pLibrary->InitHBAAPIMod(); });
-    Contain(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::Initialize", [&] {
-        GetCoreAgntPvt();
-        return TRUE;
-    });
+    Contain(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::Initialize", MemoryExhaustion::Passes,
+            [&] { pLibrary->InitHBAAPIMod(); });
+    Contain(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::Initialize", MemoryExhaustion::Passes,
+            [&] { GetCoreAgntPvt(); });
     // Only now: a start that memory exhaustion ended leaves no library loaded behind.
     m_vecLibraries.push_back(std::move(pLibrary));
     m_pLibrary = m_vecLibraries.back().get();
     // Also without a core agent: hosts rely on the next start succeeding.
     m_bInitialized = TRUE;
-    return traced(m_pCoreAgent != nullptr);
+    return traced(HadCoreAgent());
 }
 
 BOOL CQelFcoeAgentWin::GetAdaptersThatSupportFCOE(std::vector<CQelString>& vecAdapters, ULONG64 ullContext) {
@@ -70,7 +67,7 @@ BOOL CQelFcoeAgentWin::GetAdaptersThatSupportFCOE(std::vector<CQelString>& vecAd
     }
     std::vector<CQelString> vecAll;
     QEL_RESULT result = QEL_RESULT_NOT_DONE;
-    CallCoreAgent(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE() - Exception caught",
+    CallCoreAgent(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE", MemoryExhaustion::Contained,
                   [&](ICoreAgentPvt& core) { result = core.EnumerateAdapters(vecAll, ullContext); });
     if (result.ulErrCode != 0 || vecAll.empty()) {
         QEL_PRINT(L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE - EnumerateAdapters failed!");
@@ -78,7 +75,8 @@ BOOL CQelFcoeAgentWin::GetAdaptersThatSupportFCOE(std::vector<CQelString>& vecAd
     }
     for (const CQelString& strAdapter : vecAll) {
         BYTE bySupported = 0;
-        CallCoreAgent(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE() - Exception caught",
+        CallCoreAgent(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::GetAdaptersThatSupportFCOE",
+                      MemoryExhaustion::Contained,
                       [&](ICoreAgentPvt& core) { bySupported = core.SupportsFcoe(strAdapter); });
         if (bySupported)
             vecAdapters.push_back(strAdapter);
@@ -93,21 +91,12 @@ std::shared_ptr<CQelFcoeHBA> CQelFcoeAgentWin::GetHBAObject(const CQelString& st
         return it->second;
     if (!m_pLibrary)
         return nullptr;
-    // An adapter that the core agent does not know gets its object all the same, without a second identifier.
+    // An adapter that the core agent does not know gets its object all the same, without a second identifier. For want
+    // of memory there is no object: it would still lack its second identifier when there is memory again.
     QEL_ADAPTER_INFO info;
-    bool bNoMemory = false;
-    if (!CallCoreAgent(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::GetHBAObject() - Exception caught",
-                       [&](ICoreAgentPvt& core) {
-                           try {
-                               core.GetAdapterInfo(strAdapter, info, 0);
-                           } catch (const std::bad_alloc&) {
-                               bNoMemory = true;
-                               throw;
-                           }
-                       }))
+    if (!CallCoreAgent(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::GetHBAObject", MemoryExhaustion::PassesLogged,
+                       [&](ICoreAgentPvt& core) { core.GetAdapterInfo(strAdapter, info, 0); }))
         info = {};
-    if (bNoMemory)
-        throw std::bad_alloc(); // no object that would lack its second identifier when there is memory again
     auto pHBA = std::make_shared<CQelFcoeHBA>(m_pLibrary, strAdapter, info.strDisplayName);
     m_mapHBAs.emplace(strAdapter, pHBA);
     return pHBA;

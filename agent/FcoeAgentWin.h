@@ -3,7 +3,6 @@
 
 #include <map>
 #include <memory>
-#include <new>
 #include <vector>
 
 #include <windows.h>
@@ -16,8 +15,9 @@
 
 // Finds the adapters' HBA objects and has them do what the host asks.
 //
-// Threading: the agent lock guards the fields below and the map of the HBA objects; it is not held while an HBA object
-// works. Locks nest in this order: the agent lock, then that of the CQelNetAgentPvt base.
+// Threading: every operation may be called from any thread. The agent lock is held while an HBA object is made, which
+// opens its adapter, and while Uninstall lets go of the objects, which closes those that nobody else holds; not while
+// one works. Locks nest in this order: the agent lock, then that of the CQelNetAgentPvt base.
 class CQelFcoeAgentWin : public CQelFcoeAgentIntf, public CQelNetAgentPvt {
   public:
     // Opens the module's diagnostic log.
@@ -55,6 +55,15 @@ class CQelFcoeAgentWin : public CQelFcoeAgentIntf, public CQelNetAgentPvt {
     // The adapter's HBA object, made on first use; null when the vendor library was never opened.
     std::shared_ptr<CQelFcoeHBA> GetHBAObject(const CQelString& strAdapter);
 
+  protected:
+    CQelLock m_csAgent;
+    BOOL m_bInitialized = FALSE;
+    CHBAAPIInt* m_pLibrary = nullptr;
+    std::map<CQelString, std::shared_ptr<CQelFcoeHBA>> m_mapHBAs;
+    // Every library access object of the agent's life, the last one in use. An HBA object that a caller still holds
+    // when the agent is uninstalled and started again works through the one it was made with.
+    std::vector<std::unique_ptr<CHBAAPIInt>> m_vecLibraries;
+
   private:
     // The operations' common shapes; each opens the operation's trace.
     template <class Work>
@@ -69,32 +78,7 @@ class CQelFcoeAgentWin : public CQelFcoeAgentIntf, public CQelNetAgentPvt {
                      QEL_LOCK_REQUEST request, Work work);
     template <class Work>
     BOOL AfterApply(const wchar_t* pszOperation, const CQelString& strAdapter, ULONG64 ullContext, Work work);
-
-    // What the work yields; FALSE when it throws, which is written to the log with the place given and the operation's
-    // name. A neighbour's exception ends here; only memory exhaustion reaches the host.
-    template <class Work>
-    static BOOL Contain(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszOperation, Work work);
+    template <class Work> BOOL WorkOnHBA(const wchar_t* pszOperation, const CQelString& strAdapter, Work work);
 
     void ShutDown();
-
-  protected:
-    CQelLock m_csAgent;
-    BOOL m_bInitialized = FALSE;
-    CHBAAPIInt* m_pLibrary = nullptr;
-    std::map<CQelString, std::shared_ptr<CQelFcoeHBA>> m_mapHBAs;
-    // Every library access object of the agent's life, the last one in use. An HBA object that a caller still holds
-    // when the agent is uninstalled and started again works through the one it was made with.
-    std::vector<std::unique_ptr<CHBAAPIInt>> m_vecLibraries;
 };
-
-template <class Work>
-BOOL CQelFcoeAgentWin::Contain(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszOperation, Work work) {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        throw;
-    } catch (...) {
-        CQelDebug::Instance().Error(pszSourceFile, nLine, L"%s() - Exception caught", pszOperation);
-        return FALSE;
-    }
-}

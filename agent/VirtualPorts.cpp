@@ -1,9 +1,22 @@
 // Virtual ports, port names and the target rescan.
+#include "Common/Src/Containment.h"
 #include "FcoeAgent/QelDebug.h"
 #include "agent/FcoeAgentWin.h"
 
 namespace {
 constexpr wchar_t SOURCE_FILE[] = L"agent\\VirtualPorts";
+}
+
+// What work(HBA) yields for the adapter; FALSE when it has no object, and when an exception ends the work. The log has
+// the same line for every operation; their names tell them apart.
+template <class Work>
+BOOL CQelFcoeAgentWin::WorkOnHBA(const wchar_t* pszOperation, const CQelString& strAdapter, Work work) {
+    BOOL bDone = FALSE;
+    Contain(SOURCE_FILE, __LINE__, pszOperation, MemoryExhaustion::Passes, [&] {
+        if (const auto pHBA = GetHBAObject(strAdapter))
+            bDone = work(*pHBA);
+    });
+    return bDone;
 }
 
 // Work inside the core agent's configuration lock: taken here, released on every path out, and also when the core agent
@@ -15,24 +28,21 @@ BOOL CQelFcoeAgentWin::ChangeVPort(const wchar_t* pszOperation, const wchar_t* p
     if (strAdapter.IsEmpty())
         return traced(FALSE);
 
-    struct RELEASE {
+    struct Release {
         CQelFcoeAgentWin& agent;
         const QEL_LOCK_REQUEST& request;
         BYTE byLockTaken = 0;
-        ~RELEASE() {
+        ~Release() {
             if (byLockTaken)
                 agent.DoneLock(request);
         }
-    } lock{*this, request};
+    } release{*this, request};
 
-    if (StartLock(request, lock.byLockTaken).ulErrCode != 0) {
+    if (StartLock(request, release.byLockTaken).ulErrCode != 0) {
         QEL_PRINT(pszLockFailure);
         return traced(FALSE);
     }
-    return traced(Contain(SOURCE_FILE, __LINE__, pszOperation, [&] {
-        const auto pHBA = GetHBAObject(strAdapter);
-        return pHBA ? work(*pHBA) : FALSE;
-    }));
+    return traced(WorkOnHBA(pszOperation, strAdapter, work));
 }
 
 // Work outside the lock, once no change is pending.
@@ -43,10 +53,7 @@ BOOL CQelFcoeAgentWin::AfterApply(const wchar_t* pszOperation, const CQelString&
     WaitForApplyDone(ullContext);
     if (strAdapter.IsEmpty())
         return traced(FALSE);
-    return traced(Contain(SOURCE_FILE, __LINE__, pszOperation, [&] {
-        const auto pHBA = GetHBAObject(strAdapter);
-        return pHBA ? work(*pHBA) : FALSE;
-    }));
+    return traced(WorkOnHBA(pszOperation, strAdapter, work));
 }
 
 BOOL CQelFcoeAgentWin::CreateVPort(CQelString& strAdapter, CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>& vecErrors,

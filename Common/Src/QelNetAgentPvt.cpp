@@ -32,11 +32,9 @@ void RestartDcbServiceIfSettingChanged() {
 
 } // namespace
 
-CQelNetAgentPvt::CQelNetAgentPvt() : m_pCoreAgent(nullptr), m_hCoreAgent(nullptr) {}
+CQelNetAgentPvt::CQelNetAgentPvt() = default;
 
-CQelNetAgentPvt::~CQelNetAgentPvt() {
-    FreeCoreAgent();
-}
+CQelNetAgentPvt::~CQelNetAgentPvt() = default;
 
 // The messages of this pass say "UnLoad" and "to load", and it reports failures in the words of the load pass; they are
 // kept as hosts and support tools know them.
@@ -124,31 +122,30 @@ void CQelNetAgentPvt::GetCoreAgntPvt() {
     // A module that the suite's registry names as its core agent is trusted to export this.
     const auto pfnGetCoreAgentPvt = FindFunction<PFN_GetCoreAgentPvt>(module.Get(), "GetCoreAgentPvt");
     ICoreAgentPvt* const pCoreAgent = pfnGetCoreAgentPvt();
-    const HMODULE hCoreAgent = module.Get();
     m_pLoaded.store(std::make_shared<const CoreAgent>(CoreAgent{std::move(module), pCoreAgent}));
-    // Once the module is held: without memory for that nothing leads into a module that is unloaded again.
+    // Last: without memory to hold the module there is no core agent.
     m_pCoreAgent = pCoreAgent;
-    m_hCoreAgent = hCoreAgent;
 }
 
 void CQelNetAgentPvt::FreeCoreAgent() {
-    if (!m_hCoreAgent)
-        return;
-    m_hCoreAgent = nullptr;
-    m_bGone = true;
     m_pLoaded.store(nullptr);
+}
+
+bool CQelNetAgentPvt::HadCoreAgent() {
+    const CQelLockGuard guard(m_csLock);
+    return m_pCoreAgent != nullptr;
 }
 
 void CQelNetAgentPvt::WaitForApplyDone(ULONG64 ullContext) {
     const CQelDebugScope trace(L"CQelNetAgentPvt::WaitForApplyDone");
-    CallCoreAgent(SOURCE_FILE, 267, L"CQelNetAgentPvt::WaitForApplyDone() - Exception caught",
+    CallCoreAgent(SOURCE_FILE, 267, L"CQelNetAgentPvt::WaitForApplyDone", MemoryExhaustion::Contained,
                   [&](ICoreAgentPvt& core) { core.WaitForApplyDone(ullContext); });
 }
 
 QEL_RESULT CQelNetAgentPvt::StartLock(QEL_LOCK_REQUEST request, BYTE& byLockTaken) {
     CQelTracedResult traced(L"CQelNetAgentPvt::StartLock", QEL_RESULT_NOT_DONE);
     QEL_RESULT result = QEL_RESULT_NOT_DONE;
-    CallCoreAgent(SOURCE_FILE, 352, L"CQelNetAgentPvt::StartLock() - Exception caught",
+    CallCoreAgent(SOURCE_FILE, 352, L"CQelNetAgentPvt::StartLock", MemoryExhaustion::Contained,
                   [&](ICoreAgentPvt& core) { result = core.StartLock(request, byLockTaken); });
     return traced(result);
 }
@@ -156,7 +153,7 @@ QEL_RESULT CQelNetAgentPvt::StartLock(QEL_LOCK_REQUEST request, BYTE& byLockTake
 QEL_RESULT CQelNetAgentPvt::DoneLock(QEL_LOCK_REQUEST request) {
     CQelTracedResult traced(L"CQelNetAgentPvt::DoneLock", QEL_RESULT_NOT_DONE);
     QEL_RESULT result = QEL_RESULT_NOT_DONE;
-    CallCoreAgent(SOURCE_FILE, 380, L"CQelNetAgentPvt::DoneLock() - Exception caught",
+    CallCoreAgent(SOURCE_FILE, 380, L"CQelNetAgentPvt::DoneLock", MemoryExhaustion::Contained,
                   [&](ICoreAgentPvt& core) { result = core.DoneLock(request); });
     return traced(result);
 }

@@ -7,9 +7,9 @@
 
 #include <windows.h>
 
+#include "Common/Src/Containment.h"
 #include "Common/Src/Owner.h"
 #include "FcoeAgent/CoreAgentPvt.h"
-#include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelLock.h"
 #include "FcoeAgent/QelString.h"
 #include "FcoeAgent/QelTypes.h"
@@ -42,41 +42,42 @@ class CQelNetAgentPvt {
     void AddForReload(const CQelString& strMiniportInst);
 
   protected:
-    // (Re)loads the core agent and fetches its interface; m_pCoreAgent stays as it was, null at first, when the module
-    // cannot be loaded.
+    // (Re)loads the core agent and fetches its interface. The old module is freed first; calls that are under way keep
+    // it loaded until they return.
     void GetCoreAgntPvt();
+    // Frees the core agent's module, in the same way.
+    void FreeCoreAgent();
+    // Whether a core agent ever handed out an interface. One whose module is gone since counts.
+    bool HadCoreAgent();
 
     // The core agent's calls of the same names. An exception is logged and becomes QEL_RESULT_NOT_DONE; so does the
-    // absence of a core agent.
+    // absence of a core agent. They run without the lock: an apply does not wait for them.
     void WaitForApplyDone(ULONG64 ullContext);
     QEL_RESULT StartLock(QEL_LOCK_REQUEST request, BYTE& byLockTaken);
     QEL_RESULT DoneLock(QEL_LOCK_REQUEST request);
 
-    // Makes one call of the core agent's interface. An exception of any type ends here, in the log, with the position
-    // given; the result is then false. A core agent that is not there counts as one that throws.
+    // Makes one call of the core agent's interface; false when it threw, as Contain has it. A core agent that is not
+    // there counts as one that throws.
     template <class Call>
-    bool CallCoreAgent(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszMessage, Call call);
+    bool CallCoreAgent(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszOperation,
+                       MemoryExhaustion eMemoryExhaustion, Call call);
 
-    CQelLock m_csLock; // guards the lists and the module handle
-    std::vector<CQelString> m_vecLoadMiniports;
-    std::vector<CQelString> m_vecUnloadMiniports;
-    ICoreAgentPvt* m_pCoreAgent;
-    HMODULE m_hCoreAgent;
-
-    // Frees the core agent's module. Calls that are under way keep it loaded until they return.
-    void FreeCoreAgent();
-
-  private:
-    // A module with the interface that it handed out: what a call works with from its start to its end, without the
-    // lock.
+    // A module with the interface that it handed out.
     struct CoreAgent {
         CQelModule module;
         ICoreAgentPvt* pInterface;
     };
-    std::atomic<std::shared_ptr<const CoreAgent>> m_pLoaded;
-    // The module was freed: m_pCoreAgent, which stays as it was, leads nowhere.
-    std::atomic<bool> m_bGone = false;
 
+    CQelLock m_csLock;
+    std::vector<CQelString> m_vecLoadMiniports;
+    std::vector<CQelString> m_vecUnloadMiniports;
+    // The interface that was handed out last. It stays when the module goes: nothing is called through it.
+    ICoreAgentPvt* m_pCoreAgent = nullptr;
+    // Null when none is loaded. A call works without the lock with what it finds here at its start, and so keeps the
+    // module loaded to its end.
+    std::atomic<std::shared_ptr<const CoreAgent>> m_pLoaded;
+
+  private:
     // What tells the unload pass from the load pass.
     struct MiniportPass {
         QEL_RESULT (CQelNetAgentPvt::*pfnHook)(const CQelString& strMiniportInst, BYTE& byChanged);
@@ -88,16 +89,11 @@ class CQelNetAgentPvt {
 };
 
 template <class Call>
-bool CQelNetAgentPvt::CallCoreAgent(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszMessage, Call call) {
+bool CQelNetAgentPvt::CallCoreAgent(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszOperation,
+                                    MemoryExhaustion eMemoryExhaustion, Call call) {
     const auto pLoaded = m_pLoaded.load();
-    ICoreAgentPvt* const pCoreAgent = pLoaded ? pLoaded->pInterface : m_bGone ? nullptr : m_pCoreAgent;
-    if (pCoreAgent) {
-        try {
-            call(*pCoreAgent);
-            return true;
-        } catch (...) {
-        }
-    }
-    CQelDebug::Instance().Error(pszSourceFile, nLine, pszMessage);
+    if (pLoaded && pLoaded->pInterface)
+        return Contain(pszSourceFile, nLine, pszOperation, eMemoryExhaustion, [&] { call(*pLoaded->pInterface); });
+    LogException(pszSourceFile, nLine, pszOperation);
     return false;
 }

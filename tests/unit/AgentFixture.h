@@ -1,8 +1,11 @@
 // What the tests of the agent share: the agent among neighbours of the test's own.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -24,10 +27,41 @@
 // The agent, with its inner state in view.
 class VisibleAgent : public CQelFcoeAgentWin {
   public:
-    using CQelFcoeAgentWin::m_bInitialized;
-    using CQelFcoeAgentWin::m_mapHBAs;
-    using CQelFcoeAgentWin::m_pCoreAgent;
-    using CQelFcoeAgentWin::m_pLibrary;
+    using CQelFcoeAgentWin::HadCoreAgent;
+
+    bool IsInitialized() {
+        const CQelLockGuard guard(m_csAgent);
+        return m_bInitialized;
+    }
+    CHBAAPIInt* Library() {
+        const CQelLockGuard guard(m_csAgent);
+        return m_pLibrary;
+    }
+    // As before the first start, but for the core agent.
+    void LoseLibrary() {
+        const CQelLockGuard guard(m_csAgent);
+        m_pLibrary = nullptr;
+        m_bInitialized = FALSE;
+    }
+    std::size_t Objects() {
+        const CQelLockGuard guard(m_csAgent);
+        return m_mapHBAs.size();
+    }
+    void Hold(const wchar_t* id, std::shared_ptr<CQelFcoeHBA> object) {
+        const CQelLockGuard guard(m_csAgent);
+        m_mapHBAs[id] = std::move(object);
+    }
+    // Whether another thread could take the agent lock now.
+    bool LockIsFree() {
+        bool free = false;
+        std::thread([&] {
+            if (m_csAgent.TryEnter()) {
+                m_csAgent.Leave();
+                free = true;
+            }
+        }).join();
+        return free;
+    }
 };
 
 class AgentFixture : public testing::Test {

@@ -88,8 +88,8 @@ class Enumerations : public AgentFixture, public testing::WithParamInterface<Ope
         return GetParam().run(*agent, text);
     }
     std::shared_ptr<BrokenHBA> Replace(const wchar_t* id) {
-        auto broken = std::make_shared<BrokenHBA>(agent->m_pLibrary, id, L"broken");
-        agent->m_mapHBAs[id] = broken;
+        auto broken = std::make_shared<BrokenHBA>(agent->Library(), id, L"broken");
+        agent->Hold(id, broken);
         return broken;
     }
     std::string Trace() const { return std::string("CQelFcoeAgentWin::") + GetParam().name; }
@@ -226,16 +226,16 @@ class EnumerateLists : public AgentFixture {};
 
 TEST_F(EnumerateLists, LunWithoutARecordIsLeftOut) {
     Start();
-    auto broken = std::make_shared<BrokenHBA>(agent->m_pLibrary, L"{A}", L"");
+    auto broken = std::make_shared<BrokenHBA>(agent->Library(), L"{A}", L"");
     auto luns = std::make_shared<std::vector<std::shared_ptr<CQelFcoeLUN>>>();
     const auto Lun = [&](HBA_UINT32 number) {
         HBA_FCPSCSIENTRY entry{};
         entry.ScsiId.ScsiOSLun = number;
-        return std::make_shared<CQelFcoeLUN>(agent->m_pLibrary, L"{A}", L"", 7, L"", L"", L"", HBA_WWN{}, entry);
+        return std::make_shared<CQelFcoeLUN>(agent->Library(), L"{A}", L"", 7, L"", L"", L"", HBA_WWN{}, entry);
     };
-    *luns = {Lun(1), std::make_shared<BrokenLUN>(agent->m_pLibrary), Lun(3)};
+    *luns = {Lun(1), std::make_shared<BrokenLUN>(agent->Library()), Lun(3)};
     broken->Hold(CacheKey::HBA_LUNS, luns);
-    agent->m_mapHBAs[L"{A}"] = broken;
+    agent->Hold(L"{A}", broken);
     std::vector<QEL_FCOE_LUN> records;
     CQelString id(L"{A}");
     EXPECT_TRUE(agent->EnumerateLUNs(id, records, 0));

@@ -11,7 +11,7 @@
 #include "tests/kit/ImportPatch.h"
 
 // Answers from its data members unless a test replaces a function. While the object lives, loading "CoreAgnt" yields
-// it. One object at a time; make it after a FakeHbaLibrary, whose imports it shares.
+// it, each time as another module. One object at a time; make it after a FakeHbaLibrary, whose imports it shares.
 class FakeCoreAgent : public ReservedSlots {
   public:
     FakeCoreAgent()
@@ -48,10 +48,13 @@ class FakeCoreAgent : public ReservedSlots {
     std::function<QEL_RESULT(QEL_LOCK_REQUEST, BYTE&)> onStart;
     std::function<QEL_RESULT(QEL_LOCK_REQUEST)> onDone;
     std::function<ICoreAgentPvt*()> onInterface = [] { return s_current; };
+    std::function<void()> onFree = [] {};
 
     // False: the module is not found.
     bool present = true;
     int loads = 0, frees = 0;
+    // One entry an event of the module: "load PATH", "find 1 GetCoreAgentPvt", "get", "free 1", numbered by the loads.
+    std::vector<std::string> moduleCalls;
     // One entry a call: "Wait 5", "Enumerate 5", "Info {A} 0", "Supports {A}", "Start 1 2 3", "Done 1 2 3".
     std::vector<std::string> calls;
 
@@ -94,32 +97,46 @@ class FakeCoreAgent : public ReservedSlots {
         return text;
     }
 
-    static HMODULE Module() { return reinterpret_cast<HMODULE>(&s_marker); }
-    static ICoreAgentPvt* Interface() { return s_current->onInterface(); }
+    // The number of one of its modules; 0 for all others.
+    static int Number(HMODULE module) {
+        const char* const place = reinterpret_cast<const char*>(module);
+        return place > MARKERS && place <= MARKERS + s_current->loads ? static_cast<int>(place - MARKERS) : 0;
+    }
+    static ICoreAgentPvt* Interface() {
+        s_current->moduleCalls.emplace_back("get");
+        return s_current->onInterface();
+    }
     static HMODULE WINAPI Load(const wchar_t* path) {
         if (std::wstring_view(path).find(L"CoreAgnt") == std::wstring_view::npos)
             return s_current->m_load.Original<decltype(&Load)>()(path);
+        s_current->moduleCalls.push_back("load " + Narrow(path));
         if (!s_current->present) {
             SetLastError(ERROR_MOD_NOT_FOUND);
             return nullptr;
         }
         ++s_current->loads;
-        return Module();
+        EXPECT_GT(static_cast<int>(sizeof MARKERS), s_current->loads);
+        return reinterpret_cast<HMODULE>(const_cast<char*>(MARKERS + s_current->loads));
     }
     static FARPROC WINAPI Lookup(HMODULE module, const char* name) {
-        if (module != Module())
+        const int number = Number(module);
+        if (number == 0)
             return s_current->m_lookup.Original<decltype(&Lookup)>()(module, name);
+        s_current->moduleCalls.push_back("find " + std::to_string(number) + " " + name);
         EXPECT_STREQ("GetCoreAgentPvt", name);
         return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&Interface));
     }
     static BOOL WINAPI Free(HMODULE module) {
-        if (module != Module())
+        const int number = Number(module);
+        if (number == 0)
             return s_current->m_free.Original<decltype(&Free)>()(module);
+        s_current->moduleCalls.push_back("free " + std::to_string(number));
         ++s_current->frees;
+        s_current->onFree();
         return TRUE;
     }
 
     static inline FakeCoreAgent* s_current;
-    static inline int s_marker; // its address is the module handle
+    static inline const char MARKERS[1000] = {}; // their addresses are the module handles, the first one's excepted
     ImportPatch m_load, m_lookup, m_free;
 };

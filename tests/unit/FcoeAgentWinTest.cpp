@@ -52,7 +52,7 @@ TEST_F(FcoeAgentWin, CoordinationBaseFollowsTheInterfaceDirectly) {
 // --- Initialize
 
 TEST_F(FcoeAgentWin, StartsUninitializedWithoutTouchingItsNeighbours) {
-    EXPECT_FALSE(agent->m_bInitialized);
+    EXPECT_FALSE(agent->IsInitialized());
     EXPECT_THAT(fake.calls, IsEmpty());
     EXPECT_EQ(0, core.loads);
 }
@@ -60,11 +60,11 @@ TEST_F(FcoeAgentWin, StartsUninitializedWithoutTouchingItsNeighbours) {
 TEST_F(FcoeAgentWin, InitializeBindsTheLibraryAndTheCoreAgent) {
     Register();
     EXPECT_TRUE(agent->Initialize());
-    EXPECT_TRUE(agent->m_bInitialized);
+    EXPECT_TRUE(agent->IsInitialized());
     EXPECT_EQ(1, fake.loads);
     EXPECT_EQ(1, fake.CallsOf("RegisterLibraryV2"));
     EXPECT_EQ(1, core.loads);
-    EXPECT_EQ(&core, agent->m_pCoreAgent);
+    EXPECT_TRUE(agent->HadCoreAgent());
     EXPECT_TRUE(Logged("ENTRY:  CQelFcoeAgentWin::Initialize"));
     EXPECT_TRUE(Logged("EXIT:  CQelFcoeAgentWin::Initialize, bReturn=true"));
 }
@@ -79,7 +79,7 @@ TEST_F(FcoeAgentWin, SecondInitializeSaysAlreadyInitialized) {
 
 TEST_F(FcoeAgentWin, WithoutInstalledDirFailsAndALaterCallTriesAgain) {
     EXPECT_FALSE(agent->Initialize());
-    EXPECT_FALSE(agent->m_bInitialized);
+    EXPECT_FALSE(agent->IsInitialized());
     EXPECT_EQ(0, fake.loads);
     EXPECT_EQ(0, core.loads);
     EXPECT_TRUE(Logged("EXIT:  CQelFcoeAgentWin::Initialize, bReturn=false"));
@@ -91,7 +91,7 @@ TEST_F(FcoeAgentWin, WithoutInstalledDirFailsAndALaterCallTriesAgain) {
 TEST_F(FcoeAgentWin, InstalledDirOfAModuleThatIsNotLoadedFails) {
     hive.Set(AGENT_KEY, L"InstalledDir", std::wstring(L"C:\\elsewhere\\NoSuchModule.dll"));
     EXPECT_FALSE(agent->Initialize());
-    EXPECT_FALSE(agent->m_bInitialized);
+    EXPECT_FALSE(agent->IsInitialized());
     EXPECT_EQ(0, fake.loads);
     Register();
     EXPECT_TRUE(agent->Initialize());
@@ -101,10 +101,10 @@ TEST_F(FcoeAgentWin, WithoutCoreAgentFailsOnceAndSucceedsFromThenOn) {
     Register();
     core.present = false;
     EXPECT_FALSE(agent->Initialize());
-    EXPECT_TRUE(agent->m_bInitialized);
+    EXPECT_TRUE(agent->IsInitialized());
     EXPECT_TRUE(agent->Initialize());
     EXPECT_TRUE(Logged("CQelFcoeAgentWin::Initialize() - Already initialized"));
-    EXPECT_EQ(nullptr, agent->m_pCoreAgent);
+    EXPECT_FALSE(agent->HadCoreAgent());
 }
 
 TEST_F(FcoeAgentWin, LibraryThatCannotBeLoadedDoesNotCount) {
@@ -213,7 +213,7 @@ TEST_F(FcoeAgentWin, LibraryThatThrowsAtTheEndIsNoObstacle) {
     EXPECT_TRUE(std::ranges::any_of(log.Messages(), [](const std::string& line) {
         return line.starts_with("model\\FcoeHBA (") && line.ends_with("): CQelFcoeHBA::Close() - Exception caught");
     }));
-    EXPECT_TRUE(agent->m_mapHBAs.empty());
+    EXPECT_EQ(0u, agent->Objects());
 }
 
 TEST_F(FcoeAgentWin, WithoutCoreAgentTheAdapterListIsEmptyAndTrue) {
@@ -289,7 +289,7 @@ TEST_F(FcoeAgentWin, CoreAgentWithoutMemoryLeavesNoObjectWithoutItsSecondIdentif
     const auto healthy =
         std::exchange(core.onInfo, [](const CQelString&, QEL_ADAPTER_INFO&) -> QEL_RESULT { throw std::bad_alloc(); });
     EXPECT_THROW(agent->GetHBAObject(L"{A}"), std::bad_alloc);
-    EXPECT_TRUE(agent->m_mapHBAs.empty());
+    EXPECT_EQ(0u, agent->Objects());
     core.onInfo = healthy;
     QEL_FCOE_HBA record;
     ASSERT_TRUE(agent->GetHBAObject(L"{A}")->Get(record));
@@ -327,8 +327,8 @@ TEST_F(FcoeAgentWin, UninstallForgetsTheObjectsAndFreesTheLibrary) {
     Forget();
     EXPECT_TRUE(agent->Uninstall(99));
     EXPECT_THAT(fake.calls, ElementsAre("CloseAdapter 7", "FreeLibrary"));
-    EXPECT_FALSE(agent->m_bInitialized);
-    EXPECT_TRUE(agent->m_mapHBAs.empty());
+    EXPECT_FALSE(agent->IsInitialized());
+    EXPECT_EQ(0u, agent->Objects());
     EXPECT_EQ(0, core.frees) << "the core agent stays";
     EXPECT_TRUE(Logged("EXIT:  CQelFcoeAgentWin::Uninstall, bReturn=true"));
 }
@@ -357,11 +357,11 @@ TEST_F(FcoeAgentWin, AfterUninstallANewObjectIsMade) {
 
 TEST_F(FcoeAgentWin, StartAfterUninstallMakesANewLibraryObject) {
     Start();
-    const CHBAAPIInt* const first = agent->m_pLibrary;
+    const CHBAAPIInt* const first = agent->Library();
     agent->Uninstall(0);
-    EXPECT_EQ(first, agent->m_pLibrary);
+    EXPECT_EQ(first, agent->Library());
     ASSERT_TRUE(agent->Initialize());
-    EXPECT_NE(first, agent->m_pLibrary);
+    EXPECT_NE(first, agent->Library());
     EXPECT_EQ(2, fake.loads);
     EXPECT_EQ(2, core.loads);
     EXPECT_EQ(1, core.frees) << "the core agent is loaded anew";

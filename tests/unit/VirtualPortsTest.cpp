@@ -177,7 +177,7 @@ TEST_F(VirtualPorts, AdapterWhoseObjectCannotBeMadeIsAFailure) {
     EXPECT_FALSE(Create());
     EXPECT_EQ("Done 4 0 0", core.calls.back());
     EXPECT_FALSE(Rescan());
-    EXPECT_TRUE(agent->m_mapHBAs.empty());
+    EXPECT_EQ(0u, agent->Objects());
     fake.GetFCoEControllerInfo = healthy;
     EXPECT_TRUE(Rescan());
 }
@@ -227,13 +227,12 @@ TEST_F(VirtualPorts, AutomaticNameReachesTheHost) {
 
 TEST_F(VirtualPorts, AdapterWithoutAnObjectIsFalseWithoutAMessageAndReleasesTheLock) {
     Start();
-    agent->m_pLibrary = nullptr;
+    agent->LoseLibrary();
     Forget();
     EXPECT_FALSE(Create());
     EXPECT_FALSE(Delete());
     EXPECT_THAT(core.calls, ElementsAre("Start 4 0 0", "Done 4 0 0", "Start 4 5 6", "Done 4 5 6"));
     EXPECT_THAT(log.Messages(), IsEmpty());
-    agent->m_bInitialized = FALSE; // there is no library to shut down
 }
 
 TEST_F(VirtualPorts, WithoutCoreAgentThereIsNoLock) {
@@ -309,8 +308,7 @@ TEST_F(VirtualPorts, ThrowingWaitIsNoObstacle) {
 
 TEST_F(VirtualPorts, GenerateAndRescanWithoutAnObjectAreFalse) {
     Start();
-    agent->m_pLibrary = nullptr;
+    agent->LoseLibrary();
     EXPECT_FALSE(Generate());
     EXPECT_FALSE(Rescan());
-    agent->m_bInitialized = FALSE;
 }

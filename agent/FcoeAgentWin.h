@@ -28,7 +28,7 @@ class CQelFcoeAgentWin : public CQelFcoeAgentIntf, public CQelNetAgentPvt {
 
     // Finds the module's registration, binds the vendor library and the core agent. FALSE once when there is no core
     // agent: the agent counts as initialized from then on.
-    BOOL Initialize();
+    BOOL Initialize() QEL_EXCLUDES(m_csAgent);
 
     BOOL EnumerateHBAs(const CQelString& strAdapter, std::vector<QEL_FCOE_HBA>& vecHBAs, ULONG64 ullContext) override;
     BOOL EnumerateFabrics(CQelString& strAdapter, std::vector<QEL_FCOE_FABRIC>& vecFabrics,
@@ -40,7 +40,7 @@ class CQelFcoeAgentWin : public CQelFcoeAgentIntf, public CQelNetAgentPvt {
     BOOL EnumerateLUNs(CQelString& strAdapter, std::vector<QEL_FCOE_LUN>& vecLUNs, ULONG64 ullContext) override;
     BOOL EnumerateStatistics(CQelString& strAdapter, std::vector<QEL_FCOE_STATISTIC>& vecStatistics,
                              ULONG64 ullContext) override;
-    BOOL Uninstall(ULONG64 ullIgnored) override;
+    BOOL Uninstall(ULONG64 ullIgnored) override QEL_EXCLUDES(m_csAgent);
     BOOL CreateVPort(CQelString& strAdapter, CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>& vecErrors,
                      ULONG& ulLockOwner) override;
     BOOL DeleteVPort(CQelString& strAdapter, CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>& vecErrors,
@@ -53,32 +53,35 @@ class CQelFcoeAgentWin : public CQelFcoeAgentIntf, public CQelNetAgentPvt {
     // is not installed or the core agent does not answer.
     BOOL GetAdaptersThatSupportFCOE(std::vector<CQelString>& vecAdapters, ULONG64 ullContext);
     // The adapter's HBA object, made on first use; null when the vendor library was never opened.
-    std::shared_ptr<CQelFcoeHBA> GetHBAObject(const CQelString& strAdapter);
+    std::shared_ptr<CQelFcoeHBA> GetHBAObject(const CQelString& strAdapter) QEL_EXCLUDES(m_csAgent);
 
   protected:
     CQelLock m_csAgent;
-    BOOL m_bInitialized = FALSE;
-    CHBAAPIInt* m_pLibrary = nullptr;
-    std::map<CQelString, std::shared_ptr<CQelFcoeHBA>> m_mapHBAs;
+    BOOL m_bInitialized QEL_GUARDED_BY(m_csAgent) = FALSE;
+    CHBAAPIInt* m_pLibrary QEL_GUARDED_BY(m_csAgent) = nullptr;
+    std::map<CQelString, std::shared_ptr<CQelFcoeHBA>> m_mapHBAs QEL_GUARDED_BY(m_csAgent);
     // Every library access object of the agent's life, the last one in use. An HBA object that a caller still holds
     // when the agent is uninstalled and started again works through the one it was made with.
-    std::vector<std::unique_ptr<CHBAAPIInt>> m_vecLibraries;
+    std::vector<std::unique_ptr<CHBAAPIInt>> m_vecLibraries QEL_GUARDED_BY(m_csAgent);
 
   private:
     // The operations' common shapes; each opens the operation's trace.
     template <class Work>
     BOOL ForEachHBA(const wchar_t* pszOperation, const wchar_t* pszFailure, const CQelString& strAdapter,
-                    ULONG64 ullContext, Work work);
+                    ULONG64 ullContext, Work work) QEL_EXCLUDES(m_csAgent);
     template <class Record, class Object>
     BOOL EnumerateList(const wchar_t* pszOperation, const wchar_t* pszFailure,
                        BOOL (CQelFcoeHBA::*pfnGetObjects)(std::vector<std::shared_ptr<Object>>&),
-                       const CQelString& strAdapter, std::vector<Record>& vecRecords, ULONG64 ullContext);
+                       const CQelString& strAdapter, std::vector<Record>& vecRecords, ULONG64 ullContext)
+        QEL_EXCLUDES(m_csAgent);
     template <class Work>
     BOOL ChangeVPort(const wchar_t* pszOperation, const wchar_t* pszLockFailure, const CQelString& strAdapter,
-                     QEL_LOCK_REQUEST request, Work work);
+                     QEL_LOCK_REQUEST request, Work work) QEL_EXCLUDES(m_csAgent);
     template <class Work>
-    BOOL AfterApply(const wchar_t* pszOperation, const CQelString& strAdapter, ULONG64 ullContext, Work work);
-    template <class Work> BOOL WorkOnHBA(const wchar_t* pszOperation, const CQelString& strAdapter, Work work);
+    BOOL AfterApply(const wchar_t* pszOperation, const CQelString& strAdapter, ULONG64 ullContext, Work work)
+        QEL_EXCLUDES(m_csAgent);
+    template <class Work>
+    BOOL WorkOnHBA(const wchar_t* pszOperation, const CQelString& strAdapter, Work work) QEL_EXCLUDES(m_csAgent);
 
-    void ShutDown();
+    void ShutDown() QEL_REQUIRES(m_csAgent);
 };

@@ -9,9 +9,9 @@ set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 execute_process(COMMAND ${FCOE_MINGW_GXX} -print-file-name=libstdc++.dll.a OUTPUT_VARIABLE library
                 OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 cmake_path(GET library PARENT_PATH gcc)
-# The C++ library's thread-local variables are emulated ones.
+# The C++ library's thread-local variables are emulated ones. Only clang checks what the locks guard (QelLock.h).
 set(CMAKE_C_FLAGS_INIT "-femulated-tls -nostdlibinc -isystem /usr/x86_64-w64-mingw32/include")
-set(CMAKE_CXX_FLAGS_INIT "-femulated-tls -nostdlibinc -isystem ${gcc}/include/c++ \
+set(CMAKE_CXX_FLAGS_INIT "-Wthread-safety -femulated-tls -nostdlibinc -isystem ${gcc}/include/c++ \
 -isystem ${gcc}/include/c++/x86_64-w64-mingw32 -isystem ${gcc}/include/c++/backward \
 -isystem /usr/x86_64-w64-mingw32/include")
 foreach(kind EXE SHARED MODULE)

@@ -52,15 +52,15 @@ class CQelNetAgentPvt {
 
     // The core agent's calls of the same names. An exception is logged and becomes QEL_RESULT_NOT_DONE; so does the
     // absence of a core agent. They run without the lock: an apply does not wait for them.
-    void WaitForApplyDone(ULONG64 ullContext);
-    QEL_RESULT StartLock(QEL_LOCK_REQUEST request, BYTE& byLockTaken);
-    QEL_RESULT DoneLock(QEL_LOCK_REQUEST request);
+    void WaitForApplyDone(ULONG64 ullContext) QEL_EXCLUDES(m_csLock);
+    QEL_RESULT StartLock(QEL_LOCK_REQUEST request, BYTE& byLockTaken) QEL_EXCLUDES(m_csLock);
+    QEL_RESULT DoneLock(QEL_LOCK_REQUEST request) QEL_EXCLUDES(m_csLock);
 
     // Makes one call of the core agent's interface; false when it threw, as Contain has it. A core agent that is not
     // there counts as one that throws.
     template <class Call>
     bool CallCoreAgent(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszOperation,
-                       MemoryExhaustion eMemoryExhaustion, Call call);
+                       MemoryExhaustion eMemoryExhaustion, Call call) QEL_EXCLUDES(m_csLock);
 
     // A module with the interface that it handed out.
     struct CoreAgent {
@@ -69,10 +69,10 @@ class CQelNetAgentPvt {
     };
 
     CQelLock m_csLock;
-    std::vector<CQelString> m_vecLoadMiniports;
-    std::vector<CQelString> m_vecUnloadMiniports;
+    std::vector<CQelString> m_vecLoadMiniports QEL_GUARDED_BY(m_csLock);
+    std::vector<CQelString> m_vecUnloadMiniports QEL_GUARDED_BY(m_csLock);
     // The interface that was handed out last. It stays when the module goes: nothing is called through it.
-    ICoreAgentPvt* m_pCoreAgent = nullptr;
+    ICoreAgentPvt* m_pCoreAgent QEL_GUARDED_BY(m_csLock) = nullptr;
     // Null when none is loaded. A call works without the lock with what it finds here at its start, and so keeps the
     // module loaded to its end.
     std::atomic<std::shared_ptr<const CoreAgent>> m_pLoaded;
@@ -85,7 +85,8 @@ class CQelNetAgentPvt {
         bool bReload; // the names go to the load list
     };
     // Hands every name on the list to the hook, from the front, and takes it off whether that worked or not.
-    void WorkThrough(std::vector<CQelString>& vecMiniports, const MiniportPass& pass, BYTE& byChanged);
+    void WorkThrough(std::vector<CQelString>& vecMiniports, const MiniportPass& pass, BYTE& byChanged)
+        QEL_REQUIRES(m_csLock);
 };
 
 template <class Call>

@@ -36,6 +36,17 @@ class BrokenLUN : public CQelFcoeLUN {
     }
 };
 
+// A fabric whose ports cannot be had.
+class BrokenFabric : public CQelFcoeFabric {
+  public:
+    explicit BrokenFabric(CHBAAPIInt* library) : CQelFcoeFabric(library, L"", L"", 7, &NO_PORTS, KIND_VIRTUAL) {
+        m_cache.AddCache(CacheKey::FABRIC_PORTS, 10, &Fail);
+    }
+
+  private:
+    static constexpr ORVAN_FC_PORT_LIST NO_PORTS{};
+};
+
 // One of the enumerations.
 struct Operation {
     const char* name;
@@ -161,6 +172,22 @@ TEST_P(FailingEnumerations, LaterFailureKeepsWhatEarlierAdaptersGave) {
     EXPECT_EQ(std::pair(BOOL{FALSE}, GetParam().perAdapter), Run(L""));
 }
 
+TEST_P(Enumerations, AgentLockIsFreeWhileTheAdapterWorks) {
+    Start();
+    agent->GetHBAObject(L"{A}"); // which is made under the lock
+    clock.Advance(20000);
+    int calls = 0, free = 0;
+    const auto healthy = fake.GetFCoEControllerInfo; // each enumeration opens the adapter
+    fake.GetFCoEControllerInfo = [&](const wchar_t* device, HBA_UINT32* controller, char* name) {
+        ++calls;
+        free += agent->LockIsFree();
+        return healthy(device, controller, name);
+    };
+    EXPECT_EQ(std::pair(BOOL{TRUE}, GetParam().perAdapter), Run(L"{A}"));
+    EXPECT_LT(0, calls);
+    EXPECT_EQ(calls, free);
+}
+
 TEST_P(Enumerations, AdapterWithoutAnObjectIsSkippedSilently) {
     // The agent was never started: there is no object for any adapter, nor a core agent to ask.
     log.Clear();
@@ -236,12 +263,46 @@ TEST_F(EnumerateLists, LunWithoutARecordIsLeftOut) {
     *luns = {Lun(1), std::make_shared<BrokenLUN>(agent->Library()), Lun(3)};
     broken->Hold(CacheKey::HBA_LUNS, luns);
     agent->Hold(L"{A}", broken);
+    log.Clear();
     std::vector<QEL_FCOE_LUN> records;
     CQelString id(L"{A}");
     EXPECT_TRUE(agent->EnumerateLUNs(id, records, 0));
     ASSERT_EQ(2u, records.size());
     EXPECT_EQ(1u, records[0].ulOsLun);
     EXPECT_EQ(3u, records[1].ulOsLun);
+    EXPECT_THAT(log.Messages(), IsEmpty()) << "without a word";
+}
+
+TEST_F(EnumerateLists, PartOfAListIsNothing) {
+    ORVAN_FC_PORT port{};
+    port.PortWWN = PHYSICAL;
+    fake.ports = {port};
+    ORVAN_TARGET_ENTRY target{};
+    target.PortWWN = TARGET;
+    target.InitiatorPortWWN = PHYSICAL;
+    fake.targets = {target};
+    Start();
+    auto fabrics = std::make_shared<std::vector<std::shared_ptr<CQelFcoeFabric>>>();
+    ASSERT_TRUE(agent->GetHBAObject(L"{A}")->GetFabrics(*fabrics));
+    fabrics->push_back(std::make_shared<BrokenFabric>(agent->Library()));
+    auto broken = std::make_shared<BrokenHBA>(agent->Library(), L"{A}", L"");
+    broken->Hold(CacheKey::HBA_FABRICS, fabrics);
+    agent->Hold(L"{A}", broken);
+
+    std::vector<std::shared_ptr<CQelFcoePort>> partOfPorts;
+    EXPECT_FALSE(broken->GetPorts(partOfPorts));
+    EXPECT_EQ(1u, partOfPorts.size());
+    std::vector<std::shared_ptr<CQelFcoeTarget>> partOfTargets;
+    EXPECT_FALSE(broken->GetTargets(partOfTargets));
+    EXPECT_EQ(1u, partOfTargets.size());
+
+    CQelString id(L"{A}");
+    std::vector<QEL_FCOE_PORT> ports;
+    EXPECT_FALSE(agent->EnumeratePorts(id, ports, 0));
+    EXPECT_THAT(ports, IsEmpty());
+    std::vector<QEL_FCOE_TARGET> targets;
+    EXPECT_FALSE(agent->EnumerateTargets(id, targets, 0));
+    EXPECT_THAT(targets, IsEmpty());
 }
 
 TEST_F(EnumerateLists, RecordsCarryTheAdaptersIdentifiers) {

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -15,7 +17,16 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-class FcoeAgentWin : public AgentFixture {};
+class FcoeAgentWin : public AgentFixture {
+  protected:
+    // How often the log tells of an exception that ended the operation's call.
+    long Exceptions(const std::string& operation) const {
+        return std::ranges::count_if(log.Messages(), [&](const std::string& line) {
+            return line.starts_with("agent\\FcoeAgentWin (") &&
+                   line.ends_with("): " + operation + "() - Exception caught");
+        });
+    }
+};
 constexpr char NOT_INSTALLED[] = "FCOE is not installed - not reutnring adapters";
 constexpr char ENUMERATE_FAILED[] = "CQelFcoeAgentWin::GetAdaptersThatSupportFCOE - EnumerateAdapters failed!";
 } // namespace
@@ -75,6 +86,13 @@ TEST_F(FcoeAgentWin, SecondInitializeSaysAlreadyInitialized) {
     EXPECT_EQ(1, log.Count("CQelFcoeAgentWin::Initialize() - Already initialized"));
     EXPECT_EQ(1, fake.loads);
     EXPECT_EQ(1, core.loads);
+}
+
+TEST_F(FcoeAgentWin, OnceStartedNeedsNoRegistryValue) {
+    Start();
+    hive.Delete(AGENT_KEY, L"InstalledDir");
+    EXPECT_TRUE(agent->Initialize());
+    EXPECT_TRUE(Logged("CQelFcoeAgentWin::Initialize() - Already initialized"));
 }
 
 TEST_F(FcoeAgentWin, WithoutInstalledDirFailsAndALaterCallTriesAgain) {
@@ -170,6 +188,26 @@ TEST_F(FcoeAgentWin, ThrowingAdapterEnumerationIsAFailedOne) {
     EXPECT_TRUE(Logged(ENUMERATE_FAILED));
 }
 
+// Of the core agent's calls only the one for an HBA object lets memory exhaustion pass.
+TEST_F(FcoeAgentWin, AdapterListOfACoreAgentWithoutMemoryIsEmptyOrShorter) {
+    Start();
+    core.onSupportsFcoe = [](const CQelString& id) -> BYTE {
+        if (id == L"{A}")
+            throw std::bad_alloc();
+        return 1;
+    };
+    std::vector<CQelString> adapters;
+    EXPECT_TRUE(agent->GetAdaptersThatSupportFCOE(adapters, 5));
+    EXPECT_THAT(adapters, ElementsAre(L"{B}"));
+    EXPECT_EQ(1, Exceptions("CQelFcoeAgentWin::GetAdaptersThatSupportFCOE"));
+
+    core.onEnumerate = [](std::vector<CQelString>&, ULONG64) -> QEL_RESULT { throw std::bad_alloc(); };
+    EXPECT_TRUE(agent->GetAdaptersThatSupportFCOE(adapters, 5));
+    EXPECT_THAT(adapters, IsEmpty());
+    EXPECT_TRUE(Logged(ENUMERATE_FAILED));
+    EXPECT_EQ(2, Exceptions("CQelFcoeAgentWin::GetAdaptersThatSupportFCOE"));
+}
+
 TEST_F(FcoeAgentWin, ThrowingFcoeTestLeavesThatAdapterOut) {
     Start();
     core.onSupportsFcoe = [](const CQelString& id) -> BYTE {
@@ -187,10 +225,7 @@ TEST_F(FcoeAgentWin, LibraryThatThrowsAtTheStartIsNoObstacle) {
     const auto healthy =
         std::exchange(fake.InitializeLibrary, []() -> HBA_STATUS { throw std::runtime_error("vendor library"); });
     EXPECT_TRUE(agent->Initialize());
-    EXPECT_TRUE(std::ranges::any_of(log.Messages(), [](const std::string& line) {
-        return line.starts_with("agent\\FcoeAgentWin (") &&
-               line.ends_with("): CQelFcoeAgentWin::Initialize() - Exception caught");
-    }));
+    EXPECT_EQ(1, Exceptions("CQelFcoeAgentWin::Initialize"));
     fake.InitializeLibrary = healthy;
     EXPECT_TRUE(agent->GetHBAObject(L"{A}"));
 }
@@ -289,6 +324,7 @@ TEST_F(FcoeAgentWin, CoreAgentWithoutMemoryLeavesNoObjectWithoutItsSecondIdentif
     const auto healthy =
         std::exchange(core.onInfo, [](const CQelString&, QEL_ADAPTER_INFO&) -> QEL_RESULT { throw std::bad_alloc(); });
     EXPECT_THROW(agent->GetHBAObject(L"{A}"), std::bad_alloc);
+    EXPECT_EQ(1, Exceptions("CQelFcoeAgentWin::GetHBAObject"));
     EXPECT_EQ(0u, agent->Objects());
     core.onInfo = healthy;
     QEL_FCOE_HBA record;
@@ -400,12 +436,13 @@ TEST_F(FcoeAgentWin, OperationsAfterUninstallLoadTheLibraryAgain) {
     EXPECT_EQ(2, fake.loads);
 }
 
-TEST_F(FcoeAgentWin, DestructionReleasesEverything) {
+TEST_F(FcoeAgentWin, DestructionReleasesTheCoreAgentThenTheObjectsThenTheLibrary) {
     Start();
     agent->GetHBAObject(L"{A}");
     Forget();
+    core.onFree = [this] { fake.Record("core agent freed"); };
     agent.reset();
-    EXPECT_THAT(fake.calls, ElementsAre("CloseAdapter 7", "FreeLibrary"));
+    EXPECT_THAT(fake.calls, ElementsAre("core agent freed", "CloseAdapter 7", "FreeLibrary"));
     EXPECT_EQ(core.loads, core.frees);
 }
 
@@ -418,15 +455,24 @@ TEST_F(FcoeAgentWin, DestructionAfterUninstallFreesTheLibraryNoMore) {
     EXPECT_EQ(1, core.frees);
 }
 
-TEST_F(FcoeAgentWin, DestructionAtTheEndOfTheProcessCallsNobody) {
-    Start();
-    agent->GetHBAObject(L"{A}");
+TEST_F(FcoeAgentWin, IsDestroyedWithItsModuleAndLeftAtTheEndOfTheProcess) {
+    // Made before the suite's key is there, as the fixture's own.
+    std::optional<CQelLeftAtProcessEnd<TestAgent>> unloaded(std::in_place), atProcessEnd(std::in_place);
+    Register();
+    for (auto* const each : {&unloaded, &atProcessEnd}) {
+        (*each)->Get().Initialize();
+        (*each)->Get().GetHBAObject(L"{A}");
+    }
+    Forget();
+    unloaded.reset();
+    EXPECT_THAT(fake.calls, ElementsAre("CloseAdapter 7", "FreeLibrary"));
+    EXPECT_EQ(1, core.frees);
     EXPECT_EXIT(
         {
-            MarkProcessTerminating();
             Forget();
-            agent.reset();
-            std::_Exit(fake.calls.empty() && core.frees == 0 ? 0 : 1);
+            MarkProcessTerminating();
+            atProcessEnd.reset();
+            std::_Exit(fake.calls.empty() && core.frees == 1 ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
 }

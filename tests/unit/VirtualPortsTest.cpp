@@ -37,6 +37,15 @@ class VirtualPorts : public AgentFixture {
                    line.ends_with("): CQelFcoeAgentWin::" + operation + "() - Exception caught");
         });
     }
+    // The agent's own lines, without the object's.
+    std::vector<std::string> AgentLines() const {
+        std::vector<std::string> lines = log.Lines();
+        std::erase_if(lines, [](const std::string& line) {
+            return line.find("CQelFcoeAgentWin::") == std::string::npos &&
+                   line.find("CQelNetAgentPvt::") == std::string::npos;
+        });
+        return lines;
+    }
     CQelString name{WWPN};
     std::vector<QEL_ERROR_ENTRY> errors;
 };
@@ -84,6 +93,55 @@ TEST_F(VirtualPorts, DeleteWithAnEmptyIdentifierNeverAsksForTheLock) {
     EXPECT_TRUE(log.Messages().empty());
 }
 
+TEST_F(VirtualPorts, LockIsTakenAndReleasedInsideTheTraceOfTheChange) {
+    Start();
+    EXPECT_TRUE(Create());
+    EXPECT_THAT(AgentLines(),
+                ElementsAre("ENTRY:  CQelFcoeAgentWin::CreateVPort", "ENTRY:  CQelNetAgentPvt::StartLock",
+                            "EXIT:  CQelNetAgentPvt::StartLock, res.ulErrCode=0",
+                            "ENTRY:  CQelFcoeAgentWin::GetHBAObject", "EXIT:  CQelFcoeAgentWin::GetHBAObject",
+                            "ENTRY:  CQelNetAgentPvt::DoneLock", "EXIT:  CQelNetAgentPvt::DoneLock, res.ulErrCode=0",
+                            "EXIT:  CQelFcoeAgentWin::CreateVPort, bReturn=true"));
+}
+
+TEST_F(VirtualPorts, RefusedLockIsLoggedBeforeItsRelease) {
+    Start();
+    core.onStart = [](QEL_LOCK_REQUEST, BYTE& taken) {
+        taken = 1;
+        return QEL_RESULT{5, 0};
+    };
+    EXPECT_FALSE(Delete());
+    EXPECT_THAT(AgentLines(),
+                ElementsAre("ENTRY:  CQelFcoeAgentWin::DeleteVPort", "ENTRY:  CQelNetAgentPvt::StartLock",
+                            "EXIT:  CQelNetAgentPvt::StartLock, res.ulErrCode=5",
+                            "CQelFcoeAgentWin::DeleteVPort - StartLock failed", "ENTRY:  CQelNetAgentPvt::DoneLock",
+                            "EXIT:  CQelNetAgentPvt::DoneLock, res.ulErrCode=0",
+                            "EXIT:  CQelFcoeAgentWin::DeleteVPort, bReturn=false"));
+}
+
+TEST_F(VirtualPorts, AgentLockIsFreeWhileTheAdapterWorks) {
+    Start();
+    int free = 0;
+    fake.CreateVPort = [&](HBA_HANDLE, ORVAN_FC_PORT*) {
+        free += agent->LockIsFree();
+        return HBA_STATUS_OK;
+    };
+    fake.RemoveVPort = fake.CreateVPort;
+    fake.GeneratePortWWN = [&](HBA_HANDLE, HBA_WWN*) {
+        free += agent->LockIsFree();
+        return HBA_STATUS_OK;
+    };
+    fake.RescanScsiBus = [&](HBA_HANDLE, HBA_UINT32) {
+        free += agent->LockIsFree();
+        return HBA_STATUS_OK;
+    };
+    EXPECT_TRUE(Create());
+    EXPECT_TRUE(Delete());
+    EXPECT_TRUE(Generate());
+    EXPECT_TRUE(Rescan());
+    EXPECT_EQ(4, free);
+}
+
 // What the core agent answers to StartLock: a status, or an exception; and whether it marks the lock as taken.
 struct LockAnswer {
     const char* name;
@@ -120,6 +178,7 @@ INSTANTIATE_TEST_SUITE_P(, VirtualPortLock,
 TEST_P(VirtualPortLock, Create) {
     Start();
     EXPECT_EQ(GetParam().works, Create());
+    EXPECT_EQ(GetParam().works ? 1u : 0u, agent->Objects());
     EXPECT_EQ(GetParam().works ? 1 : 0, fake.CallsOf("CreateVPort"));
     EXPECT_EQ(GetParam().taken ? 1 : 0, Dones());
     EXPECT_EQ(!GetParam().works, Logged("CQelFcoeAgentWin::CreateVPort - StartLock failed"));
@@ -129,6 +188,7 @@ TEST_P(VirtualPortLock, Create) {
 TEST_P(VirtualPortLock, Delete) {
     Start();
     EXPECT_EQ(GetParam().works, Delete());
+    EXPECT_EQ(GetParam().works ? 1u : 0u, agent->Objects());
     EXPECT_EQ(GetParam().works ? 1 : 0, fake.CallsOf("RemoveVPort"));
     EXPECT_EQ(GetParam().taken ? 1 : 0, Dones());
     EXPECT_EQ(!GetParam().works, Logged("CQelFcoeAgentWin::DeleteVPort - StartLock failed"));
@@ -297,6 +357,7 @@ TEST_F(VirtualPorts, RescanWithAnEmptyIdentifierWaitsAndIsFalse) {
     EXPECT_FALSE(Rescan(L""));
     EXPECT_THAT(core.calls, ElementsAre("Wait 9"));
     EXPECT_EQ(0, fake.CallsOf("RescanScsiBus"));
+    EXPECT_THAT(log.Messages(), IsEmpty());
 }
 
 TEST_F(VirtualPorts, ThrowingWaitIsNoObstacle) {

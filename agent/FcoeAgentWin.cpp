@@ -8,7 +8,7 @@ namespace {
 constexpr wchar_t SOURCE_FILE[] = L"agent\\FcoeAgentWin";
 constexpr wchar_t AGENT_NAME[] = L"FcoeAgnt";
 
-// The module's own handle, as the registry names it.
+// The loaded module that the registry names as this one; only whether there is such a module counts.
 HMODULE g_hModule;
 
 } // namespace

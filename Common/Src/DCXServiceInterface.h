@@ -9,7 +9,7 @@
 
 struct IOrvanDcbIoControl;
 
-// The FCoE link status of an adapter. 1, 2, 5 and 6 are other sources' codes.
+// The FCoE link status of an adapter; model/LinkStatus.cpp has the texts. 1, 2, 5 and 6 are other sources' codes.
 enum DCB_FCOE_LINK_STATUS : ULONG {
     DCB_LINK_USABLE = 0,           // flow control of the FCoE priority matches
     DCB_LINK_PFC_OFF_LOCALLY = 3,  // flow control is off here
@@ -21,8 +21,8 @@ enum DCB_FCOE_LINK_STATUS : ULONG {
 };
 
 // Speaks for one adapter; made, asked once and destroyed on one thread, which has COM initialized in between if the
-// service runs. Failures are logged and reported through the outputs; nothing is thrown but memory exhaustion of the
-// constructor's copy of the identifier.
+// service runs. Failures are logged and reported through the outputs. The constructor and Initialize throw when memory
+// runs out; the constructor then leaves COM initialized on the thread if the service runs.
 class CDCX_ServiceInterface {
   public:
     // Initializes itself; ask IsInitialized for the outcome. bFcoeCheck: whether the FCoE feature is looked for, too.

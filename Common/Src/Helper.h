@@ -6,7 +6,9 @@
 #include "FcoeAgent/QelString.h"
 
 // Stateless; made on the stack where it is needed. Any thread may use its own.
-// Every check answers FALSE on any registry, service-manager or COM failure and logs it; nothing is thrown.
+// Every operation answers FALSE on any registry, service-manager or COM failure. The installation checks, the debug
+// settings and GetPathFromRegistry log why; of the services only a refused stop is logged, of WMI only a query that
+// yields nothing. Only memory exhaustion is thrown.
 class CHelper {
   public:
     // Index of the suite's services.
@@ -24,7 +26,8 @@ class CHelper {
     BOOL IsMicrosoftDcbInstalled();
 
     BOOL IsServiceRunning(ULONG ulService);
-    // Starts the service; blocks until OrvanDCB runs, up to 25.5 s.
+    // Starts the service; blocks until OrvanDCB runs, up to 25.5 s. The service manager's own wait for a service that
+    // does not answer, 30 s as a rule, comes on top, here and when it is stopped.
     BOOL QelStartService(ULONG ulService);
     // Stops the service and waits until it has, up to 51 s.
     BOOL QelStopService(ULONG ulService);

@@ -2,6 +2,7 @@
 #include "Common/Src/Helper.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cwchar>
 #include <span>
 
@@ -12,6 +13,7 @@
 
 namespace {
 
+constexpr wchar_t SOURCE_FILE[] = L"Common\\Src\\Helper"; // as the class's lines are searched for
 constexpr wchar_t MODULE_SUFFIX[] = L".DLL";
 
 // The suite's modules by base name, as they are packaged.
@@ -27,7 +29,7 @@ constexpr const wchar_t* SYSTEM_MODULES[] = {L"QelColib", L"QelNetLib", L"QelXml
 
 // Modules that share a directory.
 struct ModuleDirectory {
-    std::span<const wchar_t* const> modules;
+    std::span<const wchar_t* const> spanModules;
     const wchar_t* pszKey; // null: the system directory
     const wchar_t* pszValue;
     const wchar_t* pszSubfolder; // null: the directory itself
@@ -40,8 +42,8 @@ constexpr ModuleDirectory MODULE_DIRECTORIES[] = {
     {SYSTEM_MODULES, nullptr, nullptr, nullptr},
 };
 
-bool Contains(std::span<const wchar_t* const> modules, const CQelString& strBaseName) {
-    return std::ranges::any_of(modules,
+bool Contains(std::span<const wchar_t* const> spanModules, const CQelString& strBaseName) {
+    return std::ranges::any_of(spanModules,
                                [&](const wchar_t* pszModule) { return _wcsicmp(pszModule, strBaseName.c_str()) == 0; });
 }
 
@@ -52,7 +54,7 @@ void AppendToPath(CQelString& strPath, const wchar_t* pszName) {
 }
 
 bool HasModuleSuffix(const CQelString& strName) {
-    constexpr size_t SUFFIX_LENGTH = std::size(MODULE_SUFFIX) - 1;
+    constexpr std::size_t SUFFIX_LENGTH = std::size(MODULE_SUFFIX) - 1;
     return strName.size() >= SUFFIX_LENGTH &&
            _wcsicmp(strName.c_str() + strName.size() - SUFFIX_LENGTH, MODULE_SUFFIX) == 0;
 }
@@ -70,10 +72,11 @@ bool FindModule(CHelper& helper, const CQelString& strBaseName, CQelString& strP
     if (Contains(AGENT_MODULES, strBaseName))
         return helper.GetAgentModuleLocation(strBaseName, strPath);
     for (const ModuleDirectory& directory : MODULE_DIRECTORIES) {
-        if (!Contains(directory.modules, strBaseName))
+        if (!Contains(directory.spanModules, strBaseName))
             continue;
-        if (directory.pszKey ? !helper.GetPathFromRegistry(directory.pszKey, directory.pszValue, strPath)
-                             : !GetSystemDirectoryPath(strPath))
+        const bool bFound = directory.pszKey ? helper.GetPathFromRegistry(directory.pszKey, directory.pszValue, strPath)
+                                             : GetSystemDirectoryPath(strPath);
+        if (!bFound)
             return false;
         if (directory.pszSubfolder)
             AppendToPath(strPath, directory.pszSubfolder);
@@ -100,7 +103,7 @@ HMODULE CHelper::PwLoadLibrary(const CQelString& strName) {
         const CQelDebugScope trace(L"CHelper::PwLoadLibrary");
         CQelString strPath;
         if (!FindModule(*this, StripLibraryName(strName), strPath)) {
-            CQelDebug::Instance().Error(L"Common\\Src\\Helper", 767,
+            CQelDebug::Instance().Error(SOURCE_FILE, 767,
                                         L"ERROR:  Unable to find path to library!  Defaulting to no path %s",
                                         strName.c_str());
             strPath = strName;
@@ -118,9 +121,9 @@ HMODULE CHelper::PwLoadLibrary(const CQelString& strName) {
 CQelString CHelper::StripLibraryName(const CQelString& strName) {
     const CQelDebugScope trace(L"CHelper::StripLibraryName");
     CQelString strBaseName(strName);
-    const size_t separator = strBaseName.find_last_of(L"\\/");
-    if (separator != std::wstring::npos)
-        strBaseName.erase(0, separator + 1);
+    const std::size_t nSeparator = strBaseName.find_last_of(L"\\/");
+    if (nSeparator != std::wstring::npos)
+        strBaseName.erase(0, nSeparator + 1);
     if (HasModuleSuffix(strBaseName))
         strBaseName.resize(strBaseName.size() - (std::size(MODULE_SUFFIX) - 1));
     return strBaseName;

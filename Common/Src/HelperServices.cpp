@@ -24,9 +24,9 @@ bool IsControllable(ULONG ulService) {
 }
 
 // A service and the manager it was opened through; closed in reverse order.
-class COpenService {
+class CQelOpenService {
   public:
-    COpenService(const wchar_t* pszName, DWORD dwManagerAccess, DWORD dwServiceAccess)
+    CQelOpenService(const wchar_t* pszName, DWORD dwManagerAccess, DWORD dwServiceAccess)
         : m_manager(OpenSCManagerW(nullptr, nullptr, dwManagerAccess)) {
         if (m_manager)
             m_service.Reset(OpenServiceW(m_manager.Get(), pszName, dwServiceAccess));
@@ -58,7 +58,7 @@ template <class Condition> bool WaitFor(Condition condition) {
     return false;
 }
 
-bool StopService(const COpenService& service) {
+bool StopService(const CQelOpenService& service) {
     DWORD dwState = 0;
     if (!service.QueryState(dwState))
         return false;
@@ -82,7 +82,7 @@ BOOL CHelper::IsServiceRunning(ULONG ulService) {
     CQelTracedResult traced(L"CHelper::IsServiceRunning", FALSE);
     if (ulService >= std::size(SERVICES))
         return traced(FALSE);
-    const COpenService service(SERVICES[ulService].pszName, GENERIC_READ, GENERIC_READ);
+    const CQelOpenService service(SERVICES[ulService].pszName, GENERIC_READ, GENERIC_READ);
     DWORD dwState = 0;
     return traced(service && service.QueryState(dwState) && dwState == SERVICE_RUNNING);
 }
@@ -91,7 +91,7 @@ BOOL CHelper::QelStartService(ULONG ulService) {
     CQelTracedResult traced(L"CHelper::QelStartService", FALSE);
     if (!IsControllable(ulService))
         return traced(FALSE);
-    const COpenService service(SERVICES[ulService].pszName, SC_MANAGER_ALL_ACCESS, SERVICE_ALL_ACCESS);
+    const CQelOpenService service(SERVICES[ulService].pszName, SC_MANAGER_ALL_ACCESS, SERVICE_ALL_ACCESS);
     if (!service)
         return traced(FALSE);
     StartServiceW(service.Get(), 0, nullptr);
@@ -103,6 +103,6 @@ BOOL CHelper::QelStopService(ULONG ulService) {
     CQelTracedResult traced(L"CHelper::QelStopService", FALSE);
     if (!IsControllable(ulService))
         return traced(FALSE);
-    const COpenService service(SERVICES[ulService].pszName, SC_MANAGER_ALL_ACCESS, SERVICE_ALL_ACCESS);
+    const CQelOpenService service(SERVICES[ulService].pszName, SC_MANAGER_ALL_ACCESS, SERVICE_ALL_ACCESS);
     return traced(service && StopService(service));
 }

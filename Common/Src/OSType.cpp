@@ -14,8 +14,7 @@ using PFN_RtlGetVersion = LONG(WINAPI*)(RTL_OSVERSIONINFOEXW*);
 constexpr WORD ARCHITECTURE_ITANIUM = PROCESSOR_ARCHITECTURE_IA64;
 constexpr WORD ARCHITECTURE_X64 = PROCESSOR_ARCHITECTURE_AMD64;
 
-// Forces the probe when the module is loaded, also when nobody asked before.
-[[maybe_unused]] const ULONG g_ulGenerationAtLoad = COSType::GetOSGeneration();
+const ULONG g_ulGeneration = COSType(false).Generation();
 
 } // namespace
 
@@ -38,22 +37,22 @@ void COSType::ApplyOverrides() {
     CQelRegKey key;
     if (!key.Open(HKEY_LOCAL_MACHINE, OS_OVERRIDES_KEY, false))
         return;
-    const auto override = [&key](const wchar_t* pszName, auto& field) {
+    const auto Override = [&key](const wchar_t* pszName, auto& field) {
         CQelString strValue;
         if (key.GetValue(pszName, strValue))
             field = static_cast<std::decay_t<decltype(field)>>(_wtoi(strValue.c_str()));
     };
-    override(L"OSMajorVersion", m_version.dwMajorVersion);
-    override(L"OSMinorVersion", m_version.dwMinorVersion);
-    override(L"OSBuildNumber", m_version.dwBuildNumber);
-    override(L"OSPlatformID", m_version.dwPlatformId);
-    override(L"OSServicePackMajor", m_version.wServicePackMajor);
-    override(L"OSServicePackMinor", m_version.wServicePackMinor);
-    override(L"OSProductType", m_version.wProductType);
+    Override(L"OSMajorVersion", m_version.dwMajorVersion);
+    Override(L"OSMinorVersion", m_version.dwMinorVersion);
+    Override(L"OSBuildNumber", m_version.dwBuildNumber);
+    Override(L"OSPlatformID", m_version.dwPlatformId);
+    Override(L"OSServicePackMajor", m_version.wServicePackMajor);
+    Override(L"OSServicePackMinor", m_version.wServicePackMinor);
+    Override(L"OSProductType", m_version.wProductType);
     CQelString strCSDVersion;
     if (key.GetValue(L"OSCSDVersion", strCSDVersion)) {
-        const std::size_t copied = strCSDVersion.copy(m_version.szCSDVersion, std::size(m_version.szCSDVersion) - 1);
-        m_version.szCSDVersion[copied] = L'\0';
+        const std::size_t nCopied = strCSDVersion.copy(m_version.szCSDVersion, std::size(m_version.szCSDVersion) - 1);
+        m_version.szCSDVersion[nCopied] = L'\0';
     }
 }
 
@@ -64,29 +63,29 @@ BYTE COSType::GetOSType() const {
     const bool bX64 = IsX64(), bItanium = IsItanium(), bWorkstation = IsWorkstation();
     const bool bNT = m_version.dwPlatformId == VER_PLATFORM_WIN32_NT;
     const bool bServer = m_version.wProductType == VER_NT_DOMAIN_CONTROLLER || m_version.wProductType == VER_NT_SERVER;
-    const auto isVersion = [this](DWORD dwMajor, DWORD dwMinor) {
+    const auto IsVersion = [this](DWORD dwMajor, DWORD dwMinor) {
         return m_version.dwMajorVersion == dwMajor && m_version.dwMinorVersion == dwMinor;
     };
 
-    if (isVersion(5, 1) && bNT)
+    if (IsVersion(5, 1) && bNT)
         return 7;
-    if (isVersion(5, 2) && bNT && bWorkstation)
+    if (IsVersion(5, 2) && bNT && bWorkstation)
         return bX64 ? 9 : bItanium ? 8 : 0;
-    if (isVersion(5, 2) && bNT && bServer)
+    if (IsVersion(5, 2) && bNT && bServer)
         return bX64 ? 12 : bItanium ? 11 : 10;
-    if (isVersion(6, 0) && bWorkstation)
+    if (IsVersion(6, 0) && bWorkstation)
         return bX64 ? 14 : 13;
-    if (isVersion(6, 0) && bServer)
+    if (IsVersion(6, 0) && bServer)
         return bX64 ? 16 : bItanium ? 17 : 15;
-    if (isVersion(6, 1) && bWorkstation)
+    if (IsVersion(6, 1) && bWorkstation)
         return bX64 ? 19 : 18;
-    if (isVersion(6, 1))
+    if (IsVersion(6, 1))
         return bX64 ? 20 : bItanium ? 21 : 0;
-    if (isVersion(6, 2))
+    if (IsVersion(6, 2))
         return !bX64 ? 22 : bWorkstation ? 23 : 24;
-    if (isVersion(6, 3))
+    if (IsVersion(6, 3))
         return !bX64 ? 25 : bWorkstation ? 26 : 27;
-    if (isVersion(10, 0))
+    if (IsVersion(10, 0))
         return !bX64 ? 28 : bWorkstation ? 29 : 30;
     return 0;
 }
@@ -138,6 +137,5 @@ ULONG COSType::Generation() const {
 }
 
 ULONG COSType::GetOSGeneration() {
-    static const ULONG ulGeneration = COSType(false).Generation();
-    return ulGeneration;
+    return g_ulGeneration;
 }

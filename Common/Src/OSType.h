@@ -27,7 +27,8 @@ class COSType {
 
     // 2 for Windows 7, Server 2008 R2 and later; 1 for Vista and Server 2008; else 0.
     ULONG Generation() const;
-    // The generation of the running system, probed once when the module is loaded. Overrides do not reach it.
+    // The generation of the running system, probed once when the module is loaded, and 0 before. Overrides do not reach
+    // it.
     static ULONG GetOSGeneration();
 
   private:

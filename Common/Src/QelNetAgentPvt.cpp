@@ -67,7 +67,7 @@ QEL_RESULT CQelNetAgentPvt::ApplyDone_LoadDevice(BYTE& byChanged) {
 
 void CQelNetAgentPvt::WorkThrough(std::vector<CQelString>& vecMiniports, const MiniportPass& pass, BYTE& byChanged) {
     // A hook may add names for reload; those wait for the next pass.
-    for (std::size_t count = vecMiniports.size(); count > 0; --count) {
+    for (std::size_t nCount = vecMiniports.size(); nCount > 0; --nCount) {
         const CQelString strMiniportInst = vecMiniports.front();
         BYTE byFlag = 0;
         if ((this->*pass.pfnHook)(strMiniportInst, byFlag).ulErrCode != 0)

@@ -286,7 +286,10 @@ TEST(OSType, TypeIsVirtual) {
 
 TEST(OSType, GenerationOfTheProcessIsThatOfTheRealSystem) {
     const ULONG real = COSType(false).Generation();
-    Probe({5, 1});
+    g_system = {5, 1};
+    const ImportPatch patch(nullptr, "KERNEL32.dll", "GetProcAddress", reinterpret_cast<void*>(&FakeGetProcAddress));
+    g_getProcAddress = patch.Original<decltype(g_getProcAddress)>();
+    EXPECT_EQ(0u, COSType(false).Generation()) << "what a probe would find now";
     EXPECT_EQ(real, COSType::GetOSGeneration());
 }
 

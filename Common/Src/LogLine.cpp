@@ -34,7 +34,7 @@ bool CQelLogLine::AppendPlain(const wchar_t* pszFormat, va_list args) {
             AppendDecimal(va_arg(args, LONG64));
             p += 4;
         } else if (p[1] == L'l' && p[2] == L'l' && p[3] == L'X') {
-            AppendHex(va_arg(args, ULONG64), L"0123456789ABCDEF");
+            AppendHexadecimal(va_arg(args, ULONG64), Case::Upper);
             p += 4;
         } else {
             bPlain = false;

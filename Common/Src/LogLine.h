@@ -4,11 +4,12 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstddef>
-#include <iterator>
 #include <string>
 #include <string_view>
 
 #include <windows.h>
+
+#include "Common/Src/NumberText.h"
 
 // Lines of the usual length are built on the stack in one pass: the log of an enumeration has tens of lines for every
 // unit of storage. Longer ones move to the heap. A piece that cannot be formatted adds nothing.
@@ -22,8 +23,14 @@ class CQelLogLine {
 
     void Append(std::wstring_view text);
     // Decimal, with zeros before it up to that many digits.
-    void AppendDecimal(LONG64 llValue, int nDigits = 1);
-    void AppendHex(ULONG64 ullValue, const wchar_t* pszDigits);
+    template <int DIGITS = 1> void AppendDecimal(LONG64 llValue) {
+        NumberRoom szRoom;
+        Append(DecimalText<DIGITS>(szRoom, llValue));
+    }
+    void AppendHexadecimal(ULONG64 ullValue, Case eCase) {
+        NumberRoom szRoom;
+        Append(HexadecimalText(szRoom, ullValue, eCase));
+    }
     void AppendFormatV(const wchar_t* pszFormat, va_list args);
 
     // The text, terminated; valid until more is appended.
@@ -56,26 +63,4 @@ inline void CQelLogLine::Append(std::wstring_view text) {
     if (m_strLong.empty())
         m_strLong.assign(m_szShort, m_nShort);
     m_strLong.append(text);
-}
-
-inline void CQelLogLine::AppendDecimal(LONG64 llValue, int nDigits) {
-    wchar_t szDigits[24];
-    wchar_t* const pEnd = std::end(szDigits);
-    wchar_t* p = pEnd;
-    ULONG64 ullRest = llValue < 0 ? 0 - static_cast<ULONG64>(llValue) : static_cast<ULONG64>(llValue);
-    for (; ullRest != 0 || nDigits > 0; ullRest /= 10, --nDigits)
-        *--p = static_cast<wchar_t>(L'0' + ullRest % 10);
-    if (llValue < 0)
-        *--p = L'-';
-    Append({p, static_cast<std::size_t>(pEnd - p)});
-}
-
-inline void CQelLogLine::AppendHex(ULONG64 ullValue, const wchar_t* pszDigits) {
-    wchar_t szDigits[16];
-    wchar_t* const pEnd = std::end(szDigits);
-    wchar_t* p = pEnd;
-    do
-        *--p = pszDigits[ullValue & 15];
-    while (ullValue >>= 4);
-    Append({p, static_cast<std::size_t>(pEnd - p)});
 }

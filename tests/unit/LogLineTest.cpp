@@ -64,17 +64,17 @@ TEST(LogLine, IsWhatTheFormatterMakesAtAnyLength) {
 
 TEST(LogLine, NumbersOfTheHeader) {
     CQelLogLine line;
-    line.AppendDecimal(5, 2);
+    line.AppendDecimal<2>(5);
     line.Append(L" ");
-    line.AppendDecimal(7, 3);
+    line.AppendDecimal<3>(7);
     line.Append(L" ");
-    line.AppendDecimal(999, 3);
+    line.AppendDecimal<3>(999);
     line.Append(L" ");
     line.AppendDecimal(-3);
     line.Append(L" ");
-    line.AppendHex(0, L"0123456789abcdef");
+    line.AppendHexadecimal(0, Case::Lower);
     line.Append(L" ");
-    line.AppendHex(ULLONG_MAX, L"0123456789ABCDEF");
+    line.AppendHexadecimal(ULLONG_MAX, Case::Upper);
     EXPECT_EQ(Formatted(L"%02.2d %03.3d %03.3d %d %x %I64X", 5, 7, 999, -3, 0, ULLONG_MAX), line.Text());
 }
 

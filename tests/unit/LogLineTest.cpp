@@ -108,4 +108,11 @@ TEST(LogLine, EveryLineEndIsCarriageReturnAndLineFeed) {
     EXPECT_EQ(std::string(512, 'x') + "\r\n", BytesOf(std::wstring(512, L'x') + L"\n"));
     EXPECT_EQ(std::string(511, 'x') + "\r\n", BytesOf(std::wstring(511, L'x') + L"\n"));
     EXPECT_EQ("", BytesOf(L""));
+    std::wstring many;
+    std::string bytes;
+    for (int i = 0; i < 300; ++i) {
+        many += L"\u4e2d\n";
+        bytes += "?\r\n";
+    }
+    EXPECT_EQ(bytes, BytesOf(many));
 }

@@ -544,9 +544,28 @@ class FailingFormat {
     ImportPatch m_patch;
 };
 
-int WINAPI ThrowingConversion(UINT, DWORD, const wchar_t*, int, char*, int, const char*, BOOL*) {
-    throw std::bad_alloc();
-}
+// Lets the conversion to bytes fail, by an exception, so many times; a line of ASCII is not converted.
+class FailingConversion {
+  public:
+    explicit FailingConversion(int failures)
+        : m_patch(GetModuleHandleW(L"QelColib.dll"), "KERNEL32.dll", "WideCharToMultiByte",
+                  reinterpret_cast<void*>(&Convert)) {
+        s_original = m_patch.Original<decltype(s_original)>();
+        s_failures = failures;
+    }
+
+  private:
+    static int WINAPI Convert(UINT page, DWORD flags, const wchar_t* source, int length, char* bytes, int size,
+                              const char* replacement, BOOL* replaced) {
+        if (s_failures-- > 0)
+            throw std::bad_alloc();
+        return s_original(page, flags, source, length, bytes, size, replacement, replaced);
+    }
+
+    inline static decltype(&WideCharToMultiByte) s_original;
+    inline static int s_failures;
+    ImportPatch m_patch;
+};
 
 TEST_F(QelDebug, AMessageThatCannotBeFormattedIsEmpty) {
     ASSERT_EQ(0, Configure(3));
@@ -562,16 +581,17 @@ TEST_F(QelDebug, AnExceptionIsLogged) {
         const FailingFormat fails(1, true);
         m_log->Print(L"text %x", 1);
     }
-    const FailingFormat fails(1, true);
-    m_log->Error(L"f.cpp", 1, std::wstring(600, L'x').c_str());
+    {
+        const FailingConversion fails(1);
+        m_log->Error(L"f.cpp", 1, L"\u00e4");
+    }
     EXPECT_EQ(Texts(2, "CQelDebug::Error - EXCEPTION DURING DEBUG PRINT."), MessagesOf(m_file));
 }
 
 TEST_F(QelDebug, AnExceptionThatLastsReachesNobody) {
     ASSERT_EQ(0, m_log->Configure(L"M\u00e4", L"log.txt", 3, 0, 0));
     {
-        const ImportPatch fails(GetModuleHandleW(L"QelColib.dll"), "KERNEL32.dll", "WideCharToMultiByte",
-                                reinterpret_cast<void*>(&ThrowingConversion));
+        const FailingConversion fails(1000);
         m_log->Print(L"lost");
         m_log->Error(L"f.cpp", 1, L"lost");
     }

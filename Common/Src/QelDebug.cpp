@@ -16,6 +16,7 @@
 
 namespace {
 
+constexpr wchar_t SOURCE_FILE[] = L"Common\\Src\\QelDebug";
 constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\ORVAN\\NETWORK_SERVICES\\QEL2";
 constexpr std::size_t PATH_CAPACITY = 1024;
 constexpr std::size_t TEMP_CAPACITY = 260;
@@ -35,11 +36,11 @@ void GetTemp(wchar_t (&szFolder)[TEMP_CAPACITY]) {
 }
 
 void Copy(wchar_t (&szPath)[PATH_CAPACITY], const wchar_t* pszText) {
-    QelSafeCopy(QEL_SOURCE_FILE, __LINE__, szPath, PATH_CAPACITY, pszText);
+    QelSafeCopy(SOURCE_FILE, __LINE__, szPath, PATH_CAPACITY, pszText);
 }
 
 void Append(wchar_t (&szPath)[PATH_CAPACITY], const wchar_t* pszText) {
-    QelSafeCat(QEL_SOURCE_FILE, __LINE__, szPath, PATH_CAPACITY, pszText);
+    QelSafeCat(SOURCE_FILE, __LINE__, szPath, PATH_CAPACITY, pszText);
 }
 
 // Where the log file of a module lies. The set-up program decides for itself; while the suite is being installed, and
@@ -163,7 +164,7 @@ int CQelDebug::Configure(const wchar_t* pszModuleName, const wchar_t* pszFileNam
 
     const std::size_t nameCapacity = wcslen(pszModuleName) + 1;
     auto pszName = std::make_unique<wchar_t[]>(nameCapacity);
-    QelSafeCopy(QEL_SOURCE_FILE, __LINE__, pszName.get(), nameCapacity, pszModuleName);
+    QelSafeCopy(SOURCE_FILE, __LINE__, pszName.get(), nameCapacity, pszModuleName);
     CWriting writing(m_pLock);
     if (!writing)
         return -1;
@@ -179,7 +180,7 @@ int CQelDebug::Configure(const wchar_t* pszModuleName, const wchar_t* pszFileNam
         if (const wchar_t* pszTail = wcsrchr(szPath, L'\\')) {
             wchar_t szTemp[TEMP_CAPACITY] = {};
             GetTemp(szTemp);
-            QelSafeCat(QEL_SOURCE_FILE, __LINE__, szTemp, TEMP_CAPACITY, pszTail);
+            QelSafeCat(SOURCE_FILE, __LINE__, szTemp, TEMP_CAPACITY, pszTail);
             pFile = _wfsopen(szTemp, pszMode, _SH_DENYWR);
             if (!pFile)
                 return -1;

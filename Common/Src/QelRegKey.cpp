@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr wchar_t SOURCE_FILE[] = L"Common\\Src\\QelRegKey";
+
 struct ROOT_NAME {
     HKEY hRoot;
     const wchar_t* pszPrefix;
@@ -237,12 +239,12 @@ bool CQelRegKey::SetValue(const CQelString& strName, std::vector<CQelString> vec
     const CQelAllocation<wchar_t> buffer(
         ullSize > MAXDWORD ? nullptr : static_cast<wchar_t*>(std::calloc(1, static_cast<std::size_t>(ullSize))));
     if (!buffer) {
-        CQelDebug::Instance().Error(QEL_SOURCE_FILE, __LINE__, L"ERROR:  Unable to allocate memory");
+        CQelDebug::Instance().Error(SOURCE_FILE, __LINE__, L"ERROR:  Unable to allocate memory");
         return false;
     }
     wchar_t* pszEntry = buffer.Get(); // zeroed: the final terminator is there already
     for (const CQelString& strValue : vecValues) {
-        QelSafeCopy(QEL_SOURCE_FILE, __LINE__, pszEntry, strValue.Length() + 1, strValue.c_str());
+        QelSafeCopy(SOURCE_FILE, __LINE__, pszEntry, strValue.Length() + 1, strValue.c_str());
         pszEntry += strValue.Length() + 1;
     }
     return Store(strName, REG_MULTI_SZ, buffer.Get(), ullSize);

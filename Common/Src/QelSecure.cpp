@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr wchar_t SOURCE_FILE[] = L"Common\\Src\\QelSecure";
+
 // Keeps the handler that ours replaced, and puts it back when the module goes: the process would call into unloaded
 // code otherwise.
 class CInvalidParameterHandler {
@@ -19,7 +21,7 @@ class CInvalidParameterHandler {
     void Install() {
         if (IsInstalled())
             return;
-        CQelDebug::Instance().Error(QEL_SOURCE_FILE, __LINE__,
+        CQelDebug::Instance().Error(SOURCE_FILE, __LINE__,
                                     L"Setting invalid parameter handler to: QelSecureInvalidParameterHandler");
         m_pfnPrevious = _set_invalid_parameter_handler(QelSecureInvalidParameterHandler);
     }
@@ -37,7 +39,7 @@ int Report(int nError, const wchar_t* pszSourceFile, int nLine, const wchar_t* p
     if (nError == EINVAL && pszDestination)
         CQelDebug::Instance().Error(pszSourceFile, nLine, L"QelSafeCopy ERROR: NULL == strSource");
     else if (nError == EINVAL)
-        CQelDebug::Instance().Error(QEL_SOURCE_FILE, __LINE__, L"QelSafeCopy ERROR: NULL == strDestination");
+        CQelDebug::Instance().Error(SOURCE_FILE, __LINE__, L"QelSafeCopy ERROR: NULL == strDestination");
     else if (nError == ERANGE)
         CQelDebug::Instance().Error(pszSourceFile, nLine, L"QelSafeCopy ERROR: strDestination size 0, or too small");
     return nError;

@@ -47,7 +47,8 @@ class FCOEAGNT_API CQelDebug {
 
     // Writes one line; format and arguments as those of CQelString::FormatString.
     void Print(const wchar_t* pszFormat, ...);
-    // Writes one line "source (line): message"; the message is cut at 1023 characters. Active at level 2, too.
+    // Writes one line "source (line): message"; the message is cut at 1023 characters. Active at level 2, too. The
+    // source file by its path in the project, with backslashes and without extension: Common\Src\QelRegKey.
     void Error(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszFormat, ...);
 
     // Whether Print writes anything: what a caller tests before it prepares costly arguments.
@@ -119,12 +120,6 @@ template <class Result> class CQelTracedResult {
     Result m_result; // before the scope, which reads it at its end
     CQelDebugScope m_scope;
 };
-
-// The caller's source file, for CQelDebug::Error: its path in the project, because the build leaves out the folder that
-// the project lies in.
-#define QEL_WIDEN_TEXT(text) L##text
-#define QEL_WIDEN(text) QEL_WIDEN_TEXT(text)
-#define QEL_SOURCE_FILE QEL_WIDEN(__FILE__)
 
 // Writes to the module's own log; with the log off the arguments are not evaluated.
 #define QEL_PRINT(...)                                                                                                 \

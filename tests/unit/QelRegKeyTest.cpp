@@ -473,7 +473,7 @@ TEST_F(QelRegKey, ListWithoutMemoryIsLogged) {
     EXPECT_FALSE(m_key.SetValue(L"v", Texts{CQelString(std::wstring(2121, L'x').c_str())}));
     EXPECT_FALSE(m_key.ValueExists(L"v"));
     ASSERT_EQ(1u, m_log.Lines().size());
-    EXPECT_TRUE(m_log.Lines()[0].starts_with("Common/Src/QelRegKey.cpp ("));
+    EXPECT_TRUE(m_log.Lines()[0].starts_with("Common\\Src\\QelRegKey ("));
     EXPECT_TRUE(m_log.Lines()[0].ends_with("): ERROR:  Unable to allocate memory"));
 }
 

@@ -22,7 +22,7 @@ const std::string TOO_SMALL = "caller.cpp (17): QelSafeCopy ERROR: strDestinatio
 int CountOwn(const LogCapture& log, const std::string& text) {
     int count = 0;
     for (const std::string& line : log.Messages())
-        count += line.starts_with("Common/Src/QelSecure.cpp (") && line.ends_with("): " + text);
+        count += line.starts_with("Common\\Src\\QelSecure (") && line.ends_with("): " + text);
     return count;
 }
 

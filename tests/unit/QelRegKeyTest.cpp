@@ -1,47 +1,25 @@
-// CQelRegKey, in a local-machine hive of the program's own.
+// CQelRegKey: opening, closing, subkeys and enumeration.
 #include "FcoeAgent/QelRegKey.h"
 
-#include <cstdlib>
-#include <cstring>
+#include <cwchar>
+#include <string>
+#include <utility>
 
-#include <gtest/gtest.h>
-
-#include "FcoeAgent/QelDebug.h"
 #include "tests/kit/ImportPatch.h"
-#include "tests/kit/LogCapture.h"
-#include "tests/kit/PrivateHive.h"
+#include "tests/unit/QelRegKeyFixture.h"
 
 namespace {
 
-constexpr wchar_t PATH[] = L"Software\\Test";
 // A key that stays cannot lie below one that does not: creating the child fails.
 constexpr wchar_t VOLATILE[] = L"Software\\Test\\Volatile";
 constexpr wchar_t CHILD_OF_VOLATILE[] = L"Software\\Test\\Volatile\\Child";
-using Texts = std::vector<CQelString>;
 
-class QelRegKey : public testing::Test {
+class QelRegKey : public QelRegKeyFixture {
   protected:
-    QelRegKey() { EXPECT_TRUE(m_key.Create(HKEY_LOCAL_MACHINE, PATH, true, false)); }
-
     bool Exists(const wchar_t* path) {
         CQelRegKey key;
         return key.Open(HKEY_LOCAL_MACHINE, path, false);
     }
-    Texts List(const wchar_t* name) {
-        Texts texts;
-        EXPECT_TRUE(m_key.GetValue(name, texts));
-        return texts;
-    }
-    std::vector<BYTE> Raw(const wchar_t* name) {
-        BYTE bytes[4096];
-        ULONG size = sizeof bytes;
-        EXPECT_TRUE(m_key.GetValue(name, bytes, size));
-        return {bytes, bytes + size};
-    }
-
-    PrivateHive m_hive;
-    CQelRegKey m_key;
-    LogCapture m_log;
 };
 
 bool HandleWorks(HKEY key) {
@@ -122,11 +100,11 @@ TEST_F(QelRegKey, AccessIsThatOfReadingOrWriting) {
     EXPECT_TRUE(key.SetValue(L"v", 1ul));
 }
 
-struct CALL {
+struct Call {
     REGSAM access;
     DWORD options;
 };
-CALL g_open, g_create;
+Call g_open, g_create;
 
 TEST_F(QelRegKey, AsksForNoOtherRegistryView) {
     using PFN_Open = LSTATUS(WINAPI*)(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY);
@@ -279,29 +257,6 @@ TEST_F(QelRegKey, FlushTellsItsResult) {
     EXPECT_EQ(std::vector<std::string>{"CQelRegKey::RegFlushKey Failure: "}, m_log.Lines());
 }
 
-TEST_F(QelRegKey, TellsTypes) {
-    const BYTE byte = 1;
-    m_key.SetValue(L"number", 1ul);
-    m_key.SetValue(L"text", CQelString(L"text"));
-    m_key.SetValue(L"path", CQelString(L"%TEMP%"), true);
-    m_key.SetValue(L"bytes", &byte, 1);
-    m_key.SetValue(L"list", Texts{L"a"});
-    EXPECT_EQ(static_cast<DWORD>(REG_DWORD), m_key.GetRegType(L"number"));
-    EXPECT_EQ(static_cast<DWORD>(REG_SZ), m_key.GetRegType(L"text"));
-    EXPECT_EQ(static_cast<DWORD>(REG_EXPAND_SZ), m_key.GetRegType(L"path"));
-    EXPECT_EQ(static_cast<DWORD>(REG_BINARY), m_key.GetRegType(L"bytes"));
-    EXPECT_EQ(static_cast<DWORD>(REG_MULTI_SZ), m_key.GetRegType(L"list"));
-    EXPECT_EQ(0u, m_key.GetRegType(L"missing"));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, m_key.LastResult());
-}
-
-TEST_F(QelRegKey, TypeOfAClosedKeyResetsTheResult) {
-    CQelRegKey key;
-    EXPECT_FALSE(key.Open(HKEY_LOCAL_MACHINE, L"Software\\Missing", false));
-    EXPECT_EQ(0u, key.GetRegType(L"v"));
-    EXPECT_EQ(0, key.LastResult());
-}
-
 TEST_F(QelRegKey, TellsWhatExists) {
     m_key.SetValue(L"v", 1ul);
     m_hive.Set(L"Software\\Test\\Child", L"v", 1);
@@ -312,176 +267,6 @@ TEST_F(QelRegKey, TellsWhatExists) {
     EXPECT_TRUE(m_key.SubKeyExists(L"Child"));
     EXPECT_EQ(0, m_key.LastResult());
     EXPECT_FALSE(m_key.SubKeyExists(L"v"));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, m_key.LastResult());
-}
-
-TEST_F(QelRegKey, ReadsANumber) {
-    ULONG number = 0;
-    EXPECT_TRUE(m_key.SetValue(L"v", 0xFEDCBA98ul));
-    EXPECT_TRUE(m_key.GetValue(L"v", number));
-    EXPECT_EQ(0xFEDCBA98u, number);
-    EXPECT_EQ((std::vector<std::string>{"CQelRegKey::GetValue m_bIsOpened = true", "CQelRegKey::GetValue :0"}),
-              m_log.Lines());
-}
-
-TEST_F(QelRegKey, MissingNumberIsLoggedAndLeavesTheOutput) {
-    ULONG number = 5;
-    EXPECT_FALSE(m_key.GetValue(L"missing", number));
-    EXPECT_EQ(5u, number);
-    EXPECT_EQ((std::vector<std::string>{"CQelRegKey::GetValue m_bIsOpened = true", "CQelRegKey::GetValue :2"}),
-              m_log.Lines());
-}
-
-TEST_F(QelRegKey, NumberOfAnotherTypeIsRefused) {
-    ULONG number = 5;
-    const BYTE bytes[4] = {1, 2, 3, 4};
-    m_key.SetValue(L"v", bytes, 4);
-    EXPECT_FALSE(m_key.GetValue(L"v", number));
-    EXPECT_EQ(5u, number);
-    EXPECT_EQ((std::vector<std::string>{"CQelRegKey::GetValue m_bIsOpened = true", "CQelRegKey::GetValue :0",
-                                        "CQelRegKey::GetValue dwRegType != REG_DWORD "}),
-              m_log.Lines());
-    m_log.Clear();
-    m_key.SetValue(L"v", CQelString(L"a long text"));
-    EXPECT_FALSE(m_key.GetValue(L"v", number));
-    EXPECT_EQ(5u, number);
-    EXPECT_EQ(ERROR_MORE_DATA, m_key.LastResult());
-    EXPECT_TRUE(m_log.Has("CQelRegKey::GetValue dwRegType != REG_DWORD "));
-}
-
-TEST_F(QelRegKey, ReadsTextsOfUpTo255Characters) {
-    CQelString text;
-    m_key.SetValue(L"v", CQelString(std::wstring(255, L'x').c_str()));
-    EXPECT_TRUE(m_key.GetValue(L"v", text));
-    EXPECT_EQ(std::wstring(255, L'x'), text);
-}
-
-TEST_F(QelRegKey, TextOf256CharactersCannotBeRead) {
-    CQelString text(L"before");
-    m_key.SetValue(L"v", CQelString(std::wstring(256, L'x').c_str()));
-    EXPECT_FALSE(m_key.GetValue(L"v", text));
-    EXPECT_EQ(ERROR_MORE_DATA, m_key.LastResult());
-    EXPECT_EQ(L"", text);
-}
-
-TEST_F(QelRegKey, TextEndsAtItsFirstTerminator) {
-    CQelString text;
-    m_hive.SetRaw(PATH, L"v", REG_SZ, L"one\0two", 14);
-    EXPECT_TRUE(m_key.GetValue(L"v", text));
-    EXPECT_EQ(L"one", text);
-    m_hive.SetRaw(PATH, L"v", REG_SZ, L"unterminated", 24);
-    EXPECT_TRUE(m_key.GetValue(L"v", text));
-    EXPECT_EQ(L"unterminated", text);
-    m_hive.SetRaw(PATH, L"v", REG_SZ, L"", 0);
-    EXPECT_TRUE(m_key.GetValue(L"v", text));
-    EXPECT_EQ(L"", text);
-}
-
-TEST_F(QelRegKey, TextsOfAnyTypeAreRead) {
-    CQelString text;
-    m_hive.SetRaw(PATH, L"v", REG_BINARY, L"bytes", 12);
-    EXPECT_TRUE(m_key.GetValue(L"v", text));
-    EXPECT_EQ(L"bytes", text);
-    m_key.SetValue(L"v", CQelString(L"%TEMP%"), true);
-    EXPECT_TRUE(m_key.GetValue(L"v", text));
-    EXPECT_EQ(L"%TEMP%", text) << "not expanded";
-    m_key.SetValue(L"v", 0x41ul);
-    EXPECT_TRUE(m_key.GetValue(L"v", text));
-    EXPECT_EQ(L"A", text);
-}
-
-TEST_F(QelRegKey, MissingTextEmptiesTheOutput) {
-    CQelString text(L"before");
-    EXPECT_FALSE(m_key.GetValue(L"missing", text));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, m_key.LastResult());
-    EXPECT_EQ(L"", text);
-}
-
-TEST_F(QelRegKey, ReadsListsAsTheyAreStored) {
-    const struct {
-        const char* name;
-        std::wstring stored;
-        DWORD size;
-        Texts texts;
-    } rows[] = {
-        {"ordinary", std::wstring(L"a\0bc\0\0", 6), 12, {L"a", L"bc"}},
-        {"nothing", L"", 0, {}},
-        {"final terminator only", std::wstring(L"\0", 1), 2, {}},
-        {"without the final terminator", std::wstring(L"a\0bc\0", 5), 10, {L"a", L"bc"}},
-        {"without any terminator", L"abc", 6, {L"abc"}},
-        {"stops at the first empty text", std::wstring(L"a\0\0b\0\0", 6), 12, {L"a"}},
-        {"odd size", std::wstring(L"a\0b", 3), 5, {L"a", L"b"}},
-    };
-    for (const auto& row : rows) {
-        m_hive.SetRaw(PATH, L"v", REG_MULTI_SZ, row.stored.data(), row.size);
-        EXPECT_EQ(row.texts, List(L"v")) << row.name;
-    }
-}
-
-TEST_F(QelRegKey, ListsAreAppendedToTheOutput) {
-    Texts texts{L"before"};
-    m_key.SetValue(L"v", Texts{L"a"});
-    EXPECT_TRUE(m_key.GetValue(L"v", texts));
-    EXPECT_EQ((Texts{L"before", L"a"}), texts);
-    EXPECT_FALSE(m_key.GetValue(L"missing", texts));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, m_key.LastResult());
-    EXPECT_EQ(2u, texts.size());
-}
-
-TEST_F(QelRegKey, ReadsLongLists) {
-    const Texts texts(300, CQelString(std::wstring(300, L'x').c_str()));
-    EXPECT_TRUE(m_key.SetValue(L"v", texts));
-    EXPECT_EQ(texts, List(L"v"));
-}
-
-TEST_F(QelRegKey, ReadsRawBytes) {
-    const BYTE stored[] = {1, 2, 3, 4, 5};
-    EXPECT_TRUE(m_key.SetValue(L"v", stored, 5));
-    BYTE bytes[8] = {};
-    ULONG size = sizeof bytes;
-    EXPECT_TRUE(m_key.GetValue(L"v", bytes, size));
-    EXPECT_EQ(5u, size);
-    EXPECT_EQ(0, std::memcmp(stored, bytes, 5));
-    size = 4;
-    EXPECT_FALSE(m_key.GetValue(L"v", bytes, size));
-    EXPECT_EQ(ERROR_MORE_DATA, m_key.LastResult());
-    EXPECT_EQ(5u, size);
-}
-
-TEST_F(QelRegKey, WritesTheTextsTerminator) {
-    m_key.SetValue(L"v", CQelString(L"ab"));
-    EXPECT_EQ((std::vector<BYTE>{'a', 0, 'b', 0, 0, 0}), Raw(L"v"));
-    EXPECT_TRUE(m_key.SetValue(L"v", CQelString()));
-    EXPECT_EQ((std::vector<BYTE>{0, 0}), Raw(L"v"));
-}
-
-TEST_F(QelRegKey, WritesListsWithTheirTerminators) {
-    EXPECT_TRUE(m_key.SetValue(L"v", Texts{L"a", L"bc"}));
-    EXPECT_EQ((std::vector<BYTE>{'a', 0, 0, 0, 'b', 0, 'c', 0, 0, 0, 0, 0}), Raw(L"v"));
-    EXPECT_TRUE(m_key.SetValue(L"v", Texts{}));
-    EXPECT_EQ((std::vector<BYTE>{0, 0}), Raw(L"v"));
-}
-
-TEST_F(QelRegKey, ListWithoutMemoryIsLogged) {
-    using PFN_Calloc = void*(__cdecl*)(size_t, size_t);
-    static PFN_Calloc original;
-    const PFN_Calloc fails = [](size_t count, size_t size) -> void* {
-        return count * size == 4246 ? nullptr : original(count, size);
-    };
-    const ImportPatch patch(nullptr, "msvcrt.dll", "calloc", reinterpret_cast<void*>(fails));
-    original = patch.Original<PFN_Calloc>();
-    EXPECT_FALSE(m_key.SetValue(L"v", Texts{CQelString(std::wstring(2121, L'x').c_str())}));
-    EXPECT_FALSE(m_key.ValueExists(L"v"));
-    ASSERT_EQ(1u, m_log.Lines().size());
-    EXPECT_TRUE(m_log.Lines()[0].starts_with("Common\\Src\\QelRegKey ("));
-    EXPECT_TRUE(m_log.Lines()[0].ends_with("): ERROR:  Unable to allocate memory"));
-}
-
-TEST_F(QelRegKey, DeletesValues) {
-    m_key.SetValue(L"v", 1ul);
-    EXPECT_TRUE(m_key.DeleteValue(L"v"));
-    EXPECT_FALSE(m_key.ValueExists(L"v"));
-    EXPECT_FALSE(m_key.DeleteValue(L"v"));
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, m_key.LastResult());
 }
 
@@ -580,94 +365,6 @@ TEST_F(QelRegKey, TheIndexSurvivesAReopen) {
     EXPECT_TRUE(m_key.Open(HKEY_LOCAL_MACHINE, PATH, true));
     EXPECT_TRUE(m_key.EnumSubKey(name));
     EXPECT_EQ(L"A", name);
-}
-
-int g_writes;
-LSTATUS(WINAPI* g_setValue)(HKEY, LPCWSTR, DWORD, DWORD, const BYTE*, DWORD);
-LSTATUS WINAPI CountWrite(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD size) {
-    ++g_writes;
-    return g_setValue(key, name, reserved, type, data, size);
-}
-
-class QelRegKeyList : public QelRegKey {
-  protected:
-    QelRegKeyList() : m_patch(nullptr, "ADVAPI32.dll", "RegSetValueExW", reinterpret_cast<void*>(CountWrite)) {
-        g_setValue = m_patch.Original<decltype(g_setValue)>();
-        m_key.SetValue(L"list", Texts{L"One", L"Two", L"ONE"});
-        g_writes = 0;
-    }
-    ImportPatch m_patch;
-};
-
-TEST_F(QelRegKeyList, AddingWhatIsThereInOtherLetterCaseWritesNothing) {
-    EXPECT_TRUE(m_key.AddValueToMultiString(L"list", L"tWO"));
-    EXPECT_EQ(0, g_writes);
-    EXPECT_EQ((Texts{L"One", L"Two", L"ONE"}), List(L"list"));
-}
-
-TEST_F(QelRegKeyList, AddsAtTheEnd) {
-    EXPECT_TRUE(m_key.AddValueToMultiString(L"list", L"Three"));
-    EXPECT_EQ(1, g_writes);
-    EXPECT_EQ((Texts{L"One", L"Two", L"ONE", L"Three"}), List(L"list"));
-}
-
-TEST_F(QelRegKeyList, AddingToAMissingValueCreatesIt) {
-    EXPECT_TRUE(m_key.AddValueToMultiString(L"new", L"One"));
-    EXPECT_EQ(Texts{L"One"}, List(L"new"));
-    EXPECT_EQ(static_cast<DWORD>(REG_MULTI_SZ), m_key.GetRegType(L"new"));
-}
-
-TEST_F(QelRegKeyList, AddingReturnsTheWritesResult) {
-    CQelRegKey key;
-    ASSERT_TRUE(key.Open(HKEY_LOCAL_MACHINE, PATH, false));
-    EXPECT_FALSE(key.AddValueToMultiString(L"list", L"Three"));
-    EXPECT_EQ(ERROR_ACCESS_DENIED, key.LastResult());
-    EXPECT_TRUE(key.AddValueToMultiString(L"list", L"One"));
-}
-
-TEST_F(QelRegKeyList, RemovesEveryEqualEntryRegardlessOfCase) {
-    EXPECT_TRUE(m_key.RemoveValueFromMultiString(L"list", L"one"));
-    EXPECT_EQ(1, g_writes);
-    EXPECT_EQ(Texts{L"Two"}, List(L"list"));
-}
-
-TEST_F(QelRegKeyList, RemovingWhatIsNotThereWritesNothing) {
-    EXPECT_TRUE(m_key.RemoveValueFromMultiString(L"list", L"Three"));
-    EXPECT_TRUE(m_key.RemoveValueFromMultiString(L"missing", L"One"));
-    EXPECT_EQ(0, g_writes);
-    EXPECT_FALSE(m_key.ValueExists(L"missing"));
-}
-
-TEST_F(QelRegKeyList, AnEmptiedListIsJustTheFinalTerminator) {
-    EXPECT_TRUE(m_key.RemoveValueFromMultiString(L"list", L"One"));
-    EXPECT_TRUE(m_key.RemoveValueFromMultiString(L"list", L"Two"));
-    EXPECT_EQ((std::vector<BYTE>{0, 0}), Raw(L"list"));
-}
-
-TEST_F(QelRegKeyList, RemovingReturnsTheWritesResult) {
-    CQelRegKey key;
-    ASSERT_TRUE(key.Open(HKEY_LOCAL_MACHINE, PATH, false));
-    EXPECT_FALSE(key.RemoveValueFromMultiString(L"list", L"One"));
-    EXPECT_TRUE(key.RemoveValueFromMultiString(L"list", L"Three"));
-}
-
-TEST_F(QelRegKeyList, FindsEntriesRegardlessOfCase) {
-    EXPECT_TRUE(m_key.IsValueInMultiString(L"list", L"TWO"));
-    EXPECT_FALSE(m_key.IsValueInMultiString(L"list", L"Tw"));
-    EXPECT_FALSE(m_key.IsValueInMultiString(L"missing", L"Two"));
-}
-
-TEST_F(QelRegKeyList, FindsTheFirstEntryWithTheSubstring) {
-    CQelString found(L"before");
-    EXPECT_TRUE(m_key.IsSubStringValueInMultiString(L"list", L"nE", found));
-    EXPECT_EQ(L"One", found);
-    EXPECT_TRUE(m_key.IsSubStringValueInMultiString(L"list", L"W", found));
-    EXPECT_EQ(L"Two", found);
-    EXPECT_FALSE(m_key.IsSubStringValueInMultiString(L"list", L"x", found));
-    EXPECT_FALSE(m_key.IsSubStringValueInMultiString(L"missing", L"", found));
-    EXPECT_EQ(L"Two", found);
-    EXPECT_TRUE(m_key.IsSubStringValueInMultiString(L"list", L"", found));
-    EXPECT_EQ(L"One", found);
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include "tests/kit/LogCapture.h"
+#include "tests/unit/QelDebugFixture.h"
 
 namespace {
 
@@ -97,13 +98,13 @@ TEST_F(QelSecure, CopiesAnEmptyText) {
 }
 
 TEST_F(QelSecure, InstallsItsHandlerOnce) {
-    EXPECT_EQ(_get_invalid_parameter_handler(), QelSecureInvalidParameterHandler);
+    EXPECT_EQ(QelSecureInvalidParameterHandler, _get_invalid_parameter_handler());
     const std::string message = "Setting invalid parameter handler to: QelSecureInvalidParameterHandler";
     const _invalid_parameter_handler other = [](const wchar_t*, const wchar_t*, const wchar_t*, unsigned int,
                                                 std::uintptr_t) {};
     _set_invalid_parameter_handler(other);
     EXPECT_EQ(0, Copy(11, L"text"));
-    EXPECT_EQ(_get_invalid_parameter_handler(), QelSecureInvalidParameterHandler);
+    EXPECT_EQ(QelSecureInvalidParameterHandler, _get_invalid_parameter_handler());
     EXPECT_EQ(1, CountOwn(m_log, message));
     EXPECT_EQ(0, Copy(11, L"text"));
     EXPECT_EQ(0, Cat(11, L"text"));
@@ -114,9 +115,34 @@ TEST_F(QelSecure, InstallsItsHandlerOnce) {
     EXPECT_EQ(2, CountOwn(m_log, message));
 }
 
+TEST_F(QelSecure, TheHandlersLineComesBeforeTheErrorLine) {
+    Copy(10, L"0123456789");
+    EXPECT_EQ((std::vector<std::string>{HANDLER_LINE, TOO_SMALL}), m_log.Lines());
+    m_log.Clear();
+    Copy(11, nullptr);
+    EXPECT_EQ((std::vector<std::string>{HANDLER_LINE, NULL_SOURCE}), m_log.Lines());
+}
+
 TEST_F(QelSecure, HandlerOnlyLogs) {
     QelSecureInvalidParameterHandler(nullptr, nullptr, nullptr, 0, 0);
     EXPECT_EQ(std::vector<std::string>{HANDLER_LINE}, m_log.Lines());
+}
+
+// In child processes, whose log is at another level.
+class QelSecureChild : public QelDebugFixture {
+  protected:
+    static void CopyTooLong() {
+        wchar_t buffer[10];
+        QelSafeCopy(CALLER, 17, buffer, std::size(buffer), L"0123456789");
+    }
+};
+
+TEST_F(QelSecureChild, TheHandlerIsSilentAtLevelTwo) {
+    EXPECT_EXIT(Run(2, {TOO_SMALL}, CopyTooLong), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(QelSecureChild, BothLinesAreWrittenAtLevelOne) {
+    EXPECT_EXIT(Run(1, {HANDLER_LINE, TOO_SMALL}, CopyTooLong), testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -61,50 +61,48 @@ BOOL CHBAAPIInt::Bind(const wchar_t* pszConversionFailure, const wchar_t* pszIni
 }
 
 BOOL CHBAAPIInt::InitHBAAPIMod() {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CHBAAPIInt::InitHBAAPIMod", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::InitHBAAPIMod", TRUE);
 
     const CCrossProcessMutex mutex;
     if (!mutex.IsAcquired()) {
         QEL_PRINT(L"CHBAAPIInt::InitHBAAPIMod failed to acquire Mutex");
-        return bReturn = FALSE;
+        return traced(FALSE);
     }
     DWORD dwError = ERROR_SUCCESS;
     if (!LoadModule(dwError)) {
         QEL_PRINT(L"LoadLibrary of orvanhapi.dll failed - %d", dwError);
-        return bReturn = FALSE;
+        return traced(FALSE);
     }
-    return bReturn = Bind(L"CHBAAPIInt::InitHBAAPIMod ConvertTCHARToChar failed",
-                          L"CHBAAPIInt::InitHBAAPIMod InitializeLibrary failed - Status - %d");
+    return traced(Bind(L"CHBAAPIInt::InitHBAAPIMod ConvertTCHARToChar failed",
+                       L"CHBAAPIInt::InitHBAAPIMod InitializeLibrary failed - Status - %d"));
 }
 
 // The messages of this overload name another operation; support tools look for them as they are.
 BOOL CHBAAPIInt::InitHBAAPIMod(const wchar_t* pszDevice, BOOL bEthInst, wchar_t* pszAdapterName) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CHBAAPIInt::InitHBAAPIMod", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::InitHBAAPIMod", FALSE);
 
     if (!bEthInst) {
         QEL_PRINT(L"CHBAAPIInt::InitHBAAPIMod bEthInst = false hence returning");
-        return bReturn;
+        return traced(FALSE);
     }
     const CCrossProcessMutex mutex;
     if (!mutex.IsAcquired()) {
         QEL_PRINT(L"CHBAAPIInt::InitHBAAPIMod failed to acquire Mutex");
-        return bReturn;
+        return traced(FALSE);
     }
     if (!GetBinding()->IsReady()) {
         DWORD dwError = ERROR_SUCCESS;
         if (!LoadModule(dwError)) {
             QEL_PRINT(L"LoadLibrary of orvanhapi.dll failed - %d", dwError);
-            return bReturn;
+            return traced(FALSE);
         }
         QEL_PRINT(L"LoadLibrary of orvanhapi.dll succeeded");
         ChangeBinding([](CVendorBinding& binding) { binding.m_bLibraryReady = TRUE; });
     }
     // These messages name another operation; they are searched for as they stand.
-    return bReturn = Bind(L"CHBAAPIInt::GetAdapterAtrributes ConvertTCHARToChar failed",
-                          L"CHBAAPIInt::GetAdapterAtrributes InitializeLibrary failed - Status - %d") &&
-                     GetAdapterName(pszDevice, pszAdapterName);
+    return traced(Bind(L"CHBAAPIInt::GetAdapterAtrributes ConvertTCHARToChar failed",
+                       L"CHBAAPIInt::GetAdapterAtrributes InitializeLibrary failed - Status - %d") &&
+                  GetAdapterName(pszDevice, pszAdapterName));
 }
 
 // The library's name of the adapter; also notes the adapter's controller number.
@@ -139,8 +137,7 @@ BOOL CHBAAPIInt::GetAdapterName(const wchar_t* pszDevice, wchar_t* pszAdapterNam
 }
 
 BOOL CHBAAPIInt::DeInitHBAAPIMod() {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CHBAAPIInt::DeInitHBAAPIMod", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::DeInitHBAAPIMod", TRUE);
 
     // At once, so that calls that start while this one waits for the mutex are not made.
     ChangeBinding([](CVendorBinding& binding) {
@@ -151,55 +148,53 @@ BOOL CHBAAPIInt::DeInitHBAAPIMod() {
     if (!mutex.IsAcquired())
         QEL_PRINT(L"CHBAAPIInt::DeInitHBAAPIMod Failed to acquire Mutex"); // a stop is not held up by others
     ChangeBinding([](CVendorBinding& binding) { binding.SetModule(nullptr); });
-    return bReturn;
+    return traced(TRUE);
 }
 
 BOOL CHBAAPIInt::GetAdapterHandle(const wchar_t* pszAdapterName, HBA_HANDLE& hAdapter) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CHBAAPIInt::GetAdapterHandle", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::GetAdapterHandle", FALSE);
 
     const CCrossProcessMutex mutex;
     if (!mutex.IsAcquired()) {
         QEL_PRINT(L"GetAdapterHandle Failure to get Mutex");
-        return bReturn;
+        return traced(FALSE);
     }
     const Binding pBinding = GetBinding();
     if (!pBinding->IsReady())
-        return bReturn;
+        return traced(FALSE);
 
     decltype(&ORVAN_GetFCoEControllerHandle) pfnGetControllerHandle = nullptr;
     if (!pBinding->FindExport(L"ORVAN_GetFCoEControllerHandle", pfnGetControllerHandle)) {
         QEL_PRINT(L"CHBAAPIInt::GetAdapterHandle ConvertTCHARToChar failed");
-        return bReturn;
+        return traced(FALSE);
     }
     if (!pfnGetControllerHandle) {
         const DWORD dwError = GetLastError();
         QEL_PRINT(L"GetProcAddress of ORVAN_GetControllerHandle failed with error %d", dwError);
-        return bReturn;
+        return traced(FALSE);
     }
     char szName[ORVAN_NAME_SIZE];
     if (!ConvertTCHARToChar(pszAdapterName, szName)) {
         QEL_PRINT(L"CHBAAPIInt::GetAdapterHandle ConvertTCHARToChar failed");
-        return bReturn;
+        return traced(FALSE);
     }
     const HBA_HANDLE hOpened = pfnGetControllerHandle(szName);
     if (hOpened == HBA_HANDLE_INVALID) {
         QEL_PRINT(L"Error Getting Handle");
-        return bReturn;
+        return traced(FALSE);
     }
     hAdapter = hOpened;
     QEL_PRINT(L"Succeeded getting Adapter Handle - %d", hAdapter);
-    return bReturn = TRUE;
+    return traced(TRUE);
 }
 
 BOOL CHBAAPIInt::CloseAdapHandle(HBA_HANDLE& hAdapter) {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CHBAAPIInt::CloseAdapHandle", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::CloseAdapHandle", TRUE);
 
     QEL_PRINT(L"CHBAAPIInt::CloseAdapHandle closing adapter handle - %d", hAdapter);
     const Binding pBinding = GetBinding();
     if (pBinding->m_entryPoints.CloseAdapterHandler)
         pBinding->m_entryPoints.CloseAdapterHandler(hAdapter);
     hAdapter = HBA_HANDLE_INVALID;
-    return bReturn;
+    return traced(TRUE);
 }

@@ -94,79 +94,75 @@ BOOL ReadList(HBA_HANDLE hAdapter, List* pList, BOOL& bMoreData, ULONG& ulCount,
 // rather than none.
 
 BOOL CHBAAPIInt::GetAdapterAtrributes(HBA_HANDLE hAdapter, HBA_ADAPTERATTRIBUTES& attributes) {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CHBAAPIInt::GetAdapterAtrributes", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::GetAdapterAtrributes", TRUE);
 
     const Binding pBinding = GetBinding();
     const auto pfnGetAttributes = pBinding->Handler(&HBA_ENTRYPOINTSV2::GetAdapterAttributesHandler);
     if (!pfnGetAttributes)
-        return bReturn;
+        return traced(TRUE);
     if (pfnGetAttributes(hAdapter, &attributes) != HBA_STATUS_OK) {
         const DWORD dwError = GetLastError();
         QEL_PRINT(L"CHBAAPIInt::GetAdapterAtrributes failed with error: %d", dwError);
-        return bReturn = FALSE;
+        return traced(FALSE);
     }
     QEL_PRINT(L"CHBAAPIInt::GetAdapterAtrributes succeeded");
-    return bReturn;
+    return traced(TRUE);
 }
 
 BOOL CHBAAPIInt::GetAdapterPortAttributes(HBA_HANDLE hAdapter, HBA_PORTATTRIBUTES& attributes) {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CHBAAPIInt::GetAdapterPortAttributes", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::GetAdapterPortAttributes", TRUE);
 
     const Binding pBinding = GetBinding();
     const auto pfnGetAttributes = pBinding->Handler(&HBA_ENTRYPOINTSV2::GetAdapterPortAttributesHandler);
     if (!pfnGetAttributes) {
         QEL_PRINT(L"m_bEntryPtsInited is false");
-        return bReturn;
+        return traced(TRUE);
     }
     const HBA_STATUS ulStatus = pfnGetAttributes(hAdapter, PORT_INDEX, &attributes);
     if (ulStatus != HBA_STATUS_OK) {
         const DWORD dwError = GetLastError();
         QEL_PRINT(L"GetAdapterPortAttributesHandler Failed - Status = %d", ulStatus);
         QEL_PRINT(L"CHBAAPIInt::GetAdapterPortAttributesHandler failed with error: %d", dwError);
-        return bReturn = FALSE;
+        return traced(FALSE);
     }
     QEL_PRINT(L"CHBAAPIInt::GetAdapterPortAttributesHandler succeeded");
-    return bReturn;
+    return traced(TRUE);
 }
 
 BOOL CHBAAPIInt::GetPortStatistics(HBA_HANDLE hAdapter, HBA_PORTSTATISTICS& statistics) {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CHBAAPIInt::GetPortStatistics", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::GetPortStatistics", TRUE);
 
     statistics = {};
     const Binding pBinding = GetBinding();
     const auto pfnGetStatistics = pBinding->Handler(&HBA_ENTRYPOINTSV2::GetPortStatisticsHandler);
     if (!pfnGetStatistics)
-        return bReturn;
+        return traced(TRUE);
     if (pfnGetStatistics(hAdapter, PORT_INDEX, &statistics) != HBA_STATUS_OK) {
         const DWORD dwError = GetLastError();
         QEL_PRINT(L"CHBAAPIInt::GetPortStatistics failed with error: %d", dwError);
         statistics = {}; // never partial counters
-        return bReturn = FALSE;
+        return traced(FALSE);
     }
     QEL_PRINT(L"CHBAAPIInt::GetPortStatistics succeeded");
-    return bReturn;
+    return traced(TRUE);
 }
 
 BOOL CHBAAPIInt::GetFCEthernetProperties(HBA_HANDLE hAdapter, ORVAN_FC_NIC_PROPERTIES* pProperties) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CHBAAPIInt::GetFCEthernetProperties", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::GetFCEthernetProperties", TRUE);
 
     if (!pProperties)
-        return bReturn;
+        return traced(FALSE);
     const Binding pBinding = GetBinding();
     decltype(&ORVAN_GetFCAndNICProperties) pfnGetProperties = nullptr;
     if (!pBinding->FindExport(L"ORVAN_GetFCAndNICProperties", pfnGetProperties))
-        return bReturn;
+        return traced(FALSE);
 
-    bReturn = TRUE;
+    BOOL bDone = TRUE;
     if (!pfnGetProperties) {
         QEL_PRINT(L"GetFCEthernetProperties GetProcAddress failed");
     } else if (pfnGetProperties(hAdapter, pProperties) != HBA_STATUS_OK) {
         QEL_PRINT(L"GetFCEthernetProperties failed");
-        bReturn = FALSE;
+        bDone = traced(FALSE);
     } else {
         QEL_PRINT(L"GetFCEthernetProperties Succeeded");
     }
@@ -175,47 +171,45 @@ BOOL CHBAAPIInt::GetFCEthernetProperties(HBA_HANDLE hAdapter, ORVAN_FC_NIC_PROPE
     if (IsForced(L"FcoE_RemoteBooted")) {
         QEL_PRINT(L"Forcing QEL_SETTING_CHECK_FCOE_REMOTE_BOOTED TRUE");
         pProperties->Flags |= ORVAN_FLAG_REMOTE_BOOTED;
-        bReturn = TRUE;
+        bDone = traced(TRUE);
     }
     if (IsForced(L"FcoE_RemotePageFile")) {
         QEL_PRINT(L"Forcing QEL_SETTING_CHECK_FCOE_REMOTE_PAGE_FILE TRUE");
         pProperties->Flags |= ORVAN_FLAG_REMOTE_PAGE_FILE;
-        bReturn = TRUE;
+        bDone = traced(TRUE);
     }
-    return bReturn;
+    return traced(bDone);
 }
 
 BOOL CHBAAPIInt::GetTargetsInfo(HBA_HANDLE hAdapter, HBA_FCPTARGETMAPPING* pTargetsInfo, BOOL& bMoreData,
                                 ULONG& ulCount) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CHBAAPIInt::GetTargetsInfo", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::GetTargetsInfo", FALSE);
 
     const Binding pBinding = GetBinding();
-    return bReturn = ReadList(hAdapter, pTargetsInfo, bMoreData, ulCount, pBinding->m_ulController,
-                              TARGETS_INFO_MESSAGES, [&](auto& pfnGetList) {
-                                  pfnGetList = pBinding->Handler(&HBA_ENTRYPOINTSV2::GetFcpTargetMappingHandler);
-                                  return true;
-                              });
+    const auto Find = [&](auto& pfnGetList) {
+        pfnGetList = pBinding->Handler(&HBA_ENTRYPOINTSV2::GetFcpTargetMappingHandler);
+        return true;
+    };
+    return traced(
+        ReadList(hAdapter, pTargetsInfo, bMoreData, ulCount, pBinding->m_ulController, TARGETS_INFO_MESSAGES, Find));
 }
 
 BOOL CHBAAPIInt::GetTargetList(HBA_HANDLE hAdapter, ORVAN_TARGET_LIST* pTargetList, BOOL& bMoreData, ULONG& ulCount) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CHBAAPIInt::GetTargetList", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::GetTargetList", FALSE);
 
     const Binding pBinding = GetBinding();
-    return bReturn = ReadList(
-               hAdapter, pTargetList, bMoreData, ulCount, hAdapter, TARGET_LIST_MESSAGES, [&](auto& pfnGetList) {
-                   return !pBinding->IsReady() || pBinding->FindExport(L"ORVAN_GetTargetList", pfnGetList);
-               });
+    const auto Find = [&](auto& pfnGetList) {
+        return !pBinding->IsReady() || pBinding->FindExport(L"ORVAN_GetTargetList", pfnGetList);
+    };
+    return traced(ReadList(hAdapter, pTargetList, bMoreData, ulCount, hAdapter, TARGET_LIST_MESSAGES, Find));
 }
 
 BOOL CHBAAPIInt::GetVLANList(HBA_HANDLE hAdapter, ORVAN_VLAN_LIST* pVLANList, BOOL& bMoreData, ULONG& ulCount) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CHBAAPIInt::GetVLANList", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::GetVLANList", FALSE);
 
     const Binding pBinding = GetBinding();
-    return bReturn =
-               ReadList(hAdapter, pVLANList, bMoreData, ulCount, hAdapter, VLAN_LIST_MESSAGES, [&](auto& pfnGetList) {
-                   return !pBinding->IsReady() || pBinding->FindExport(L"ORVAN_GetVlanIdList", pfnGetList);
-               });
+    const auto Find = [&](auto& pfnGetList) {
+        return !pBinding->IsReady() || pBinding->FindExport(L"ORVAN_GetVlanIdList", pfnGetList);
+    };
+    return traced(ReadList(hAdapter, pVLANList, bMoreData, ulCount, hAdapter, VLAN_LIST_MESSAGES, Find));
 }

@@ -12,30 +12,29 @@ constexpr HBA_UINT32 RESCAN_WHOLE_BUS = 0xFFFFFFFF;
 BOOL CHBAAPIInt::RetrieveSCSIInfo(HBA_HANDLE hAdapter, HBA_WWN targetPort, HBA_UINT64 ullLun, HBA_UINT8 byEvpd,
                                   HBA_UINT32 ulPageCode, void* pRspBuf, HBA_UINT32 ulRspBufSize, void* pSenseBuf,
                                   HBA_UINT32 ulSenseBufSize) {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CHBAAPIInt::RetrieveSCSIInfo", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::RetrieveSCSIInfo", TRUE);
 
     if (!pRspBuf || !pSenseBuf) {
         QEL_PRINT(L"CHBAAPIInt::RetrieveSCSIInfo pRspBuf or pSenseBuf invalid");
-        return bReturn = FALSE;
+        return traced(FALSE);
     }
     const Binding pBinding = GetBinding();
     const auto pfnInquiry = pBinding->Handler(&HBA_ENTRYPOINTSV2::ScsiInquiryHandler);
     if (!pfnInquiry)
-        return bReturn; // the caller finds an empty response
+        return traced(TRUE); // the caller finds an empty response
     if (pfnInquiry(hAdapter, targetPort, ullLun, byEvpd, ulPageCode, pRspBuf, ulRspBufSize, pSenseBuf,
                    ulSenseBufSize) != HBA_STATUS_OK) {
         QEL_PRINT(L"RetrieveSCSIInfo - ScsiInquiryHandler failed");
-        return bReturn = FALSE;
+        return traced(FALSE);
     }
     QEL_PRINT(L"RetrieveSCSIInfo - ScsiInquiryHandler Succeeded");
-    return bReturn;
+    return traced(TRUE);
 }
 
 BOOL CHBAAPIInt::RetrieveLUNCapacityV2(HBA_HANDLE hAdapter, HBA_WWN hbaPort, HBA_WWN targetPort, HBA_UINT64 ullLun,
                                        void* pRspBuf, HBA_UINT32 ulRspBufSize, void* pSenseBuf,
                                        HBA_UINT32 ulSenseBufSize) {
-    CQelDebugScope trace(L"CHBAAPIInt::RetrieveLUNCapacityV2");
+    const CQelDebugScope trace(L"CHBAAPIInt::RetrieveLUNCapacityV2");
 
     if (!pRspBuf || !pSenseBuf) {
         QEL_PRINT(L"CHBAAPIInt::RetrieveLUNCapacityV2 pRspBuf or pSenseBuf invalid");
@@ -62,30 +61,29 @@ BOOL CHBAAPIInt::RetrieveLUNCapacityV2(HBA_HANDLE hAdapter, HBA_WWN hbaPort, HBA
 
 BOOL CHBAAPIInt::RetrieveLUNCapacity16(HBA_HANDLE hAdapter, HBA_WWN targetPort, HBA_UINT64 ullLun, void* pRspBuf,
                                        HBA_UINT32 ulRspBufSize, void* pSenseBuf, HBA_UINT32 ulSenseBufSize) {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CHBAAPIInt::RetrieveLUNCapacity16", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::RetrieveLUNCapacity16", TRUE);
 
     if (!pRspBuf || !pSenseBuf) {
         QEL_PRINT(L"CHBAAPIInt::RetrieveLUNCapacity16 pRspBuf or pSenseBuf invalid");
-        return bReturn = FALSE;
+        return traced(FALSE);
     }
     const Binding pBinding = GetBinding();
     decltype(&ORVAN_SendReadCapacity16) pfnReadCapacity = nullptr;
     if (pBinding->IsReady() && !pBinding->FindExport(L"ORVAN_SendReadCapacity16", pfnReadCapacity))
-        return bReturn = FALSE;
+        return traced(FALSE);
     if (!pfnReadCapacity)
-        return bReturn; // callers judge the response
+        return traced(TRUE); // callers judge the response
     if (pfnReadCapacity(hAdapter, targetPort, ullLun, pRspBuf, ulRspBufSize, pSenseBuf, ulSenseBufSize) !=
         HBA_STATUS_OK) {
         QEL_PRINT(L"SendReadCapacity16 failed");
-        return bReturn = FALSE;
+        return traced(FALSE);
     }
     QEL_PRINT(L"SendReadCapacity16 Succeeded");
-    return bReturn;
+    return traced(TRUE);
 }
 
 BOOL CHBAAPIInt::RefreshTargetInfo(HBA_HANDLE hAdapter) {
-    CQelDebugScope trace(L"CHBAAPIInt::RefreshTargetInfo");
+    const CQelDebugScope trace(L"CHBAAPIInt::RefreshTargetInfo");
 
     const Binding pBinding = GetBinding();
     decltype(&ORVAN_RescanScsiBus) pfnRescan = nullptr;

@@ -84,103 +84,97 @@ class CVportCall {
 } // namespace
 
 BOOL CHBAAPIInt::GenerateVportWwpn(HBA_HANDLE hAdapter, HBA_WWN* pWwpn) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CHBAAPIInt::GenerateVportWwpn", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::GenerateVportWwpn", FALSE);
 
     const CVportCall call(GENERATE_MESSAGES);
     if (!call.MayProceed())
-        return bReturn;
+        return traced(FALSE);
     if (!pWwpn) {
         QEL_PRINT(L"CHBAAPIInt::GenerateVportWwpn wwpn is NULL");
-        return bReturn;
+        return traced(FALSE);
     }
     const Binding pBinding = GetBinding();
     decltype(&ORVAN_GeneratePortWWN) pfnGenerate = nullptr;
     call.Find(*pBinding, L"ORVAN_GeneratePortWWN", pfnGenerate);
     if (!pfnGenerate)
-        return bReturn;
+        return traced(FALSE);
     HBA_WWN wwpn{};
-    bReturn = call.LogStatus(pfnGenerate(hAdapter, &wwpn));
-    if (bReturn)
-        *pWwpn = wwpn;
-    return bReturn;
+    if (!call.LogStatus(pfnGenerate(hAdapter, &wwpn)))
+        return traced(FALSE);
+    *pWwpn = wwpn;
+    return traced(TRUE);
 }
 
 BOOL CHBAAPIInt::CreateVport(HBA_HANDLE hAdapter, ORVAN_FC_PORT& request, HBA_STATUS& ulStatus) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CHBAAPIInt::CreateVport", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::CreateVport", FALSE);
 
     const CVportCall call(CREATE_MESSAGES);
     if (!call.MayProceed())
-        return bReturn;
+        return traced(FALSE);
     const Binding pBinding = GetBinding();
     decltype(&ORVAN_CreateVPort) pfnCreate = nullptr;
     call.Find(*pBinding, L"ORVAN_CreateVPort", pfnCreate);
     if (!pfnCreate)
-        return bReturn;
+        return traced(FALSE);
     const HBA_STATUS ulCreated = pfnCreate(hAdapter, &request);
     if (ulCreated != HBA_STATUS_OK)
         ulStatus = ulCreated;
-    return bReturn = call.LogStatus(ulCreated);
+    return traced(call.LogStatus(ulCreated));
 }
 
 BOOL CHBAAPIInt::RemoveVport(HBA_HANDLE hAdapter, ORVAN_FC_PORT& request) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CHBAAPIInt::RemoveVport", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::RemoveVport", FALSE);
 
     const CVportCall call(REMOVE_MESSAGES);
     if (!call.MayProceed())
-        return bReturn;
+        return traced(FALSE);
     const Binding pBinding = GetBinding();
     decltype(&ORVAN_RemoveVPort) pfnRemove = nullptr;
     call.Find(*pBinding, L"ORVAN_RemoveVPort", pfnRemove);
     if (!pfnRemove)
-        return bReturn;
-    return bReturn = call.LogStatus(pfnRemove(hAdapter, &request));
+        return traced(FALSE);
+    return traced(call.LogStatus(pfnRemove(hAdapter, &request)));
 }
 
 BOOL CHBAAPIInt::GetPorts(HBA_HANDLE hAdapter, ORVAN_FC_PORT_LIST* pPorts, ULONG& ulCount) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CHBAAPIInt::GetPorts", &bReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::GetPorts", FALSE);
 
     const CVportCall call(GET_PORTS_MESSAGES);
     if (!call.MayProceed())
-        return bReturn;
+        return traced(FALSE);
     if (!pPorts) {
         QEL_PRINT(L"CHBAAPIInt::Null Pointer passed, memory must be allocated before calling this function");
-        return bReturn;
+        return traced(FALSE);
     }
     const Binding pBinding = GetBinding();
     decltype(&ORVAN_GetFCPortList) pfnGetPorts = nullptr;
     call.Find(*pBinding, L"ORVAN_GetFCPortList", pfnGetPorts);
     if (!pfnGetPorts)
-        return bReturn;
+        return traced(FALSE);
     const HBA_STATUS ulStatus = pfnGetPorts(hAdapter, pPorts);
     if (ulStatus == HBA_STATUS_OK || ulStatus == HBA_STATUS_ERROR_MORE_DATA)
         ulCount = pPorts->NumberOfEntries;
-    return bReturn = call.LogStatus(ulStatus);
+    return traced(call.LogStatus(ulStatus));
 }
 
 LONG CHBAAPIInt::GetPortsCount(HBA_HANDLE hAdapter) {
-    LONG nReturn = 0;
-    CQelDebugScope trace(L"CHBAAPIInt::GetPortsCount", &nReturn);
+    CQelTracedResult traced(L"CHBAAPIInt::GetPortsCount", LONG{0});
 
     const CVportCall call(GET_COUNT_MESSAGES);
     if (!call.MayProceed())
-        return nReturn;
+        return traced(0);
     const Binding pBinding = GetBinding();
     decltype(&ORVAN_GetFCPortList) pfnGetPorts = nullptr;
     call.Find(*pBinding, L"ORVAN_GetFCPortList", pfnGetPorts);
     if (!pfnGetPorts)
-        return nReturn;
+        return traced(0);
     // The call is made for the count alone: one entry is room enough, and too little room is as good an answer.
     const CQelAllocation<ORVAN_FC_PORT_LIST> list(
         static_cast<ORVAN_FC_PORT_LIST*>(std::calloc(1, sizeof(ORVAN_FC_PORT_LIST))));
     if (!list)
-        return nReturn;
+        return traced(0);
     list.Get()->NumberOfEntries = 1;
     const HBA_STATUS ulStatus = pfnGetPorts(hAdapter, list.Get());
-    if (ulStatus == HBA_STATUS_OK || ulStatus == HBA_STATUS_ERROR_MORE_DATA)
-        nReturn = static_cast<LONG>(list.Get()->NumberOfEntries);
-    return nReturn;
+    const bool bCounted = ulStatus == HBA_STATUS_OK || ulStatus == HBA_STATUS_ERROR_MORE_DATA;
+    return traced(bCounted ? static_cast<LONG>(list.Get()->NumberOfEntries) : 0);
 }

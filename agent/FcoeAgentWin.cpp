@@ -45,7 +45,7 @@ BOOL CQelFcoeAgentWin::Initialize() {
     auto pLibrary = std::make_unique<CHBAAPIInt>();
     // Its result does not count: the HBA objects load the library when they need it.
     Contain(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::Initialize", MemoryExhaustion::Passes,
-            [&] { pLibrary->InitHBAAPIMod(); });
+            [&] { static_cast<void>(pLibrary->InitHBAAPIMod()); });
     Contain(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::Initialize", MemoryExhaustion::Passes,
             [&] { GetCoreAgntPvt(); });
     // Only now: a start that memory exhaustion ended leaves no library loaded behind.

@@ -16,12 +16,12 @@ struct CQelMutexTraits {
 };
 
 // Opens and takes the mutex, and gives it back at scope end. The handle is never kept beyond the scope.
-class CCrossProcessMutex {
+class CQelCrossProcessMutex {
   public:
     // Waits at most 10 s. An abandoned mutex counts as not acquired; it is given back at once, so the next one gets it.
-    CCrossProcessMutex();
+    CQelCrossProcessMutex();
 
-    bool IsAcquired() const noexcept { return static_cast<bool>(m_mutex); }
+    [[nodiscard]] bool IsAcquired() const noexcept { return static_cast<bool>(m_mutex); }
 
   private:
     CQelOwner<CQelMutexTraits> m_mutex;

@@ -1,13 +1,16 @@
 // Binding of the vendor library and adapter handles.
 #include "hbaapi/HBAAPIInt.h"
 
-#include <cstring>
 #include <utility>
 
 #include "Common/Src/Helper.h"
 #include "FcoeAgent/QelDebug.h"
-#include "hbaapi/CrossProcessMutex.h"
-#include "hbaapi/VendorBinding.h"
+#include "hbaapi/VendorCall.h"
+
+namespace {
+// Binding for an adapter names another operation in its messages; support tools look for them as they are.
+constexpr wchar_t ADAPTER_NOT_CONVERTED[] = L"CHBAAPIInt::GetAdapterAtrributes ConvertTCHARToChar failed";
+} // namespace
 
 CHBAAPIInt::CHBAAPIInt() : m_pBinding(std::make_shared<const CVendorBinding>()) {}
 
@@ -22,40 +25,39 @@ template <class Change> void CHBAAPIInt::ChangeBinding(Change change) {
 }
 
 // A module that is held already is released once the new one is in its place; a failed load leaves none.
-bool CHBAAPIInt::LoadModule(DWORD& dwError) {
+bool CHBAAPIInt::LoadModule() {
     CQelModule module(CHelper().PwLoadLibrary(L"orvanhapi.dll"));
-    dwError = GetLastError();
+    const DWORD dwError = GetLastError();
     const bool bLoaded = static_cast<bool>(module);
     const auto pModule = bLoaded ? std::make_shared<const CQelModule>(std::move(module)) : nullptr;
     ChangeBinding([&](CVendorBinding& binding) { binding.SetModule(pModule); });
+    if (!bLoaded)
+        QEL_PRINT(L"LoadLibrary of orvanhapi.dll failed - %d", dwError);
     return bLoaded;
 }
 
 // Initializes the library and registers its handlers. A library without the one or the other counts as bound.
-BOOL CHBAAPIInt::Bind(const wchar_t* pszConversionFailure, const wchar_t* pszInitializeFailure) {
+BOOL CHBAAPIInt::Bind(const wchar_t* pszNotConverted, const wchar_t* pszNotInitialized) {
     const Binding pBinding = GetBinding();
-    decltype(&ORVAN_InitializeLibrary) pfnInitializeLibrary = nullptr;
-    if (!pBinding->FindExport(L"ORVAN_InitializeLibrary", pfnInitializeLibrary)) {
-        QEL_PRINT(pszConversionFailure);
+    const auto Initialize = [&](auto pfnInitialize) {
+        const HBA_STATUS ulStatus = pfnInitialize();
+        if (ulStatus == HBA_STATUS_OK)
+            ChangeBinding([](CVendorBinding& binding) { binding.m_bLibraryReady = TRUE; });
+        return ulStatus;
+    };
+    if (!CallVendor(pBinding->FindExport(VendorExports::ORVAN_InitializeLibrary),
+                    {.pszNotConverted = pszNotConverted, .pszFailed = pszNotInitialized, .bWithoutFunction = TRUE},
+                    Initialize))
         return FALSE;
-    }
-    if (pfnInitializeLibrary) {
-        const HBA_STATUS ulStatus = pfnInitializeLibrary();
-        if (ulStatus != HBA_STATUS_OK) {
-            QEL_PRINT(pszInitializeFailure, ulStatus);
-            return FALSE;
-        }
-        ChangeBinding([](CVendorBinding& binding) { binding.m_bLibraryReady = TRUE; });
-    }
 
-    decltype(&HBA_RegisterLibraryV2) pfnRegisterLibrary = nullptr;
-    if (!pBinding->FindExport(L"HBA_RegisterLibraryV2", pfnRegisterLibrary)) {
-        QEL_PRINT(pszConversionFailure);
-        return FALSE;
-    }
     HBA_ENTRYPOINTSV2 entryPoints = pBinding->m_entryPoints;
-    if (pfnRegisterLibrary)
-        pfnRegisterLibrary(&entryPoints); // the status tells nothing: what was registered is in the table
+    const auto Register = [&](auto pfnRegister) {
+        pfnRegister(&entryPoints);
+        return HBA_STATUS_OK; // the library's own tells nothing: what was registered is in the table
+    };
+    if (!CallVendor(pBinding->FindExport(VendorExports::HBA_RegisterLibraryV2),
+                    {.pszNotConverted = pszNotConverted, .bWithoutFunction = TRUE}, Register))
+        return FALSE;
     ChangeBinding([&](CVendorBinding& binding) { binding.SetEntryPoints(pBinding->m_pModule, entryPoints); });
     return TRUE;
 }
@@ -63,21 +65,13 @@ BOOL CHBAAPIInt::Bind(const wchar_t* pszConversionFailure, const wchar_t* pszIni
 BOOL CHBAAPIInt::InitHBAAPIMod() {
     CQelTracedResult traced(L"CHBAAPIInt::InitHBAAPIMod", TRUE);
 
-    const CCrossProcessMutex mutex;
-    if (!mutex.IsAcquired()) {
-        QEL_PRINT(L"CHBAAPIInt::InitHBAAPIMod failed to acquire Mutex");
+    const CQelVendorLock lock(L"CHBAAPIInt::InitHBAAPIMod failed to acquire Mutex");
+    if (!lock.IsAcquired() || !LoadModule())
         return traced(FALSE);
-    }
-    DWORD dwError = ERROR_SUCCESS;
-    if (!LoadModule(dwError)) {
-        QEL_PRINT(L"LoadLibrary of orvanhapi.dll failed - %d", dwError);
-        return traced(FALSE);
-    }
     return traced(Bind(L"CHBAAPIInt::InitHBAAPIMod ConvertTCHARToChar failed",
                        L"CHBAAPIInt::InitHBAAPIMod InitializeLibrary failed - Status - %d"));
 }
 
-// The messages of this overload name another operation; support tools look for them as they are.
 BOOL CHBAAPIInt::InitHBAAPIMod(const wchar_t* pszDevice, BOOL bEthInst, wchar_t* pszAdapterName) {
     CQelTracedResult traced(L"CHBAAPIInt::InitHBAAPIMod", FALSE);
 
@@ -85,52 +79,36 @@ BOOL CHBAAPIInt::InitHBAAPIMod(const wchar_t* pszDevice, BOOL bEthInst, wchar_t*
         QEL_PRINT(L"CHBAAPIInt::InitHBAAPIMod bEthInst = false hence returning");
         return traced(FALSE);
     }
-    const CCrossProcessMutex mutex;
-    if (!mutex.IsAcquired()) {
-        QEL_PRINT(L"CHBAAPIInt::InitHBAAPIMod failed to acquire Mutex");
+    const CQelVendorLock lock(L"CHBAAPIInt::InitHBAAPIMod failed to acquire Mutex");
+    if (!lock.IsAcquired())
         return traced(FALSE);
-    }
     if (!GetBinding()->IsReady()) {
-        DWORD dwError = ERROR_SUCCESS;
-        if (!LoadModule(dwError)) {
-            QEL_PRINT(L"LoadLibrary of orvanhapi.dll failed - %d", dwError);
+        if (!LoadModule())
             return traced(FALSE);
-        }
         QEL_PRINT(L"LoadLibrary of orvanhapi.dll succeeded");
         ChangeBinding([](CVendorBinding& binding) { binding.m_bLibraryReady = TRUE; });
     }
-    // These messages name another operation; they are searched for as they stand.
-    return traced(Bind(L"CHBAAPIInt::GetAdapterAtrributes ConvertTCHARToChar failed",
-                       L"CHBAAPIInt::GetAdapterAtrributes InitializeLibrary failed - Status - %d") &&
-                  GetAdapterName(pszDevice, pszAdapterName));
+    return traced(
+        Bind(ADAPTER_NOT_CONVERTED, L"CHBAAPIInt::GetAdapterAtrributes InitializeLibrary failed - Status - %d") &&
+        GetAdapterName(pszDevice, pszAdapterName));
 }
 
 // The library's name of the adapter; also notes the adapter's controller number.
 BOOL CHBAAPIInt::GetAdapterName(const wchar_t* pszDevice, wchar_t* pszAdapterName) {
     const Binding pBinding = GetBinding();
-    decltype(&ORVAN_GetFCoEControllerInfo) pfnGetControllerInfo = nullptr;
-    if (!pBinding->FindExport(L"ORVAN_GetFCoEControllerInfo", pfnGetControllerInfo)) {
-        QEL_PRINT(L"CHBAAPIInt::GetAdapterAtrributes ConvertTCHARToChar failed");
-        return FALSE;
-    }
-    if (!pfnGetControllerInfo) {
-        const DWORD dwError = GetLastError();
-        QEL_PRINT(L"GetProcAddress of ORVAN_GetControllerHandle failed with error %d", dwError);
-        return FALSE;
-    }
     HBA_UINT32 ulController = 0;
-    char szFilled[ORVAN_NAME_SIZE] = {};
-    if (pfnGetControllerInfo(pszDevice, &ulController, szFilled) != HBA_STATUS_OK) {
-        QEL_PRINT(L"Error Getting Handle");
+    char szName[ORVAN_NAME_SIZE] = {};
+    if (!CallVendor(pBinding->FindExport(VendorExports::ORVAN_GetFCoEControllerInfo),
+                    {.pszNotConverted = ADAPTER_NOT_CONVERTED,
+                     .pszMissing = L"GetProcAddress of ORVAN_GetControllerHandle failed with error %d",
+                     .pszFailed = L"Error Getting Handle"},
+                    [&](auto pfnGetInfo) { return pfnGetInfo(pszDevice, &ulController, szName); }))
         return FALSE;
-    }
     ChangeBinding([=](CVendorBinding& binding) { binding.m_ulController = ulController; });
 
-    char szName[ORVAN_NAME_SIZE]; // the library may fill its buffer without a terminator
-    std::memcpy(szName, szFilled, sizeof szName);
-    szName[sizeof szName - 1] = '\0';
+    szName[sizeof szName - 1] = '\0'; // the library may fill the buffer without a terminator
     if (CQelString::QelMultiByteToWideChar(CP_ACP, 0, szName, -1, pszAdapterName, NAME_SIZE) < 1) {
-        QEL_PRINT(L"CHBAAPIInt::GetAdapterAtrributes ConvertTCHARToChar failed");
+        QEL_PRINT(ADAPTER_NOT_CONVERTED);
         return FALSE;
     }
     return TRUE;
@@ -144,41 +122,32 @@ BOOL CHBAAPIInt::DeInitHBAAPIMod() {
         binding.m_bEntryPtsInited = FALSE;
         binding.ClearVersion1();
     });
-    const CCrossProcessMutex mutex;
-    if (!mutex.IsAcquired())
-        QEL_PRINT(L"CHBAAPIInt::DeInitHBAAPIMod Failed to acquire Mutex"); // a stop is not held up by others
+    // A stop is not held up by others: without the mutex it goes on all the same.
+    const CQelVendorLock lock(L"CHBAAPIInt::DeInitHBAAPIMod Failed to acquire Mutex");
     ChangeBinding([](CVendorBinding& binding) { binding.SetModule(nullptr); });
     return traced(TRUE);
 }
 
 BOOL CHBAAPIInt::GetAdapterHandle(const wchar_t* pszAdapterName, HBA_HANDLE& hAdapter) {
+    constexpr wchar_t NOT_CONVERTED[] = L"CHBAAPIInt::GetAdapterHandle ConvertTCHARToChar failed";
     CQelTracedResult traced(L"CHBAAPIInt::GetAdapterHandle", FALSE);
 
-    const CCrossProcessMutex mutex;
-    if (!mutex.IsAcquired()) {
-        QEL_PRINT(L"GetAdapterHandle Failure to get Mutex");
+    const CQelVendorLock lock(L"GetAdapterHandle Failure to get Mutex");
+    if (!lock.IsAcquired())
         return traced(FALSE);
-    }
     const Binding pBinding = GetBinding();
     if (!pBinding->IsReady())
         return traced(FALSE);
-
-    decltype(&ORVAN_GetFCoEControllerHandle) pfnGetControllerHandle = nullptr;
-    if (!pBinding->FindExport(L"ORVAN_GetFCoEControllerHandle", pfnGetControllerHandle)) {
-        QEL_PRINT(L"CHBAAPIInt::GetAdapterHandle ConvertTCHARToChar failed");
+    const auto getHandle = pBinding->FindExport(VendorExports::ORVAN_GetFCoEControllerHandle);
+    if (!CanCall(getHandle, {.pszNotConverted = NOT_CONVERTED,
+                             .pszMissing = L"GetProcAddress of ORVAN_GetControllerHandle failed with error %d"}))
         return traced(FALSE);
-    }
-    if (!pfnGetControllerHandle) {
-        const DWORD dwError = GetLastError();
-        QEL_PRINT(L"GetProcAddress of ORVAN_GetControllerHandle failed with error %d", dwError);
-        return traced(FALSE);
-    }
     char szName[ORVAN_NAME_SIZE];
     if (!ConvertTCHARToChar(pszAdapterName, szName)) {
-        QEL_PRINT(L"CHBAAPIInt::GetAdapterHandle ConvertTCHARToChar failed");
+        QEL_PRINT(NOT_CONVERTED);
         return traced(FALSE);
     }
-    const HBA_HANDLE hOpened = pfnGetControllerHandle(szName);
+    const HBA_HANDLE hOpened = getHandle.pfn(szName);
     if (hOpened == HBA_HANDLE_INVALID) {
         QEL_PRINT(L"Error Getting Handle");
         return traced(FALSE);
@@ -193,8 +162,9 @@ BOOL CHBAAPIInt::CloseAdapHandle(HBA_HANDLE& hAdapter) {
 
     QEL_PRINT(L"CHBAAPIInt::CloseAdapHandle closing adapter handle - %d", hAdapter);
     const Binding pBinding = GetBinding();
-    if (pBinding->m_entryPoints.CloseAdapterHandler)
-        pBinding->m_entryPoints.CloseAdapterHandler(hAdapter);
+    // Straight from the table: no flag is looked at, a stop has cleared the handler itself.
+    if (const auto pfnClose = pBinding->m_entryPoints.CloseAdapterHandler)
+        pfnClose(hAdapter);
     hAdapter = HBA_HANDLE_INVALID;
     return traced(TRUE);
 }

@@ -95,9 +95,9 @@ class CHBAAPIInt {
     Binding GetBinding() const { return m_pBinding.load(); }
     // Publishes a changed copy of the binding. The old one goes when the last call that uses it is over.
     template <class Change> void ChangeBinding(Change change);
-    bool LoadModule(DWORD& dwError);
+    bool LoadModule();
     // Initializes the library and registers its handlers; the messages are the calling operation's.
-    BOOL Bind(const wchar_t* pszConversionFailure, const wchar_t* pszInitializeFailure);
+    BOOL Bind(const wchar_t* pszNotConverted, const wchar_t* pszNotInitialized);
     BOOL GetAdapterName(const wchar_t* pszDevice, wchar_t* pszAdapterName);
 
     std::atomic<Binding> m_pBinding; // never null

@@ -3,7 +3,7 @@
 
 #include "Common/Src/Helper.h"
 #include "FcoeAgent/QelDebug.h"
-#include "hbaapi/VendorBinding.h"
+#include "hbaapi/VendorCall.h"
 
 namespace {
 
@@ -15,77 +15,30 @@ BOOL IsForced(const wchar_t* pszSetting) {
     return CHelper().IsSettingDebugable(pszSetting, ulValue) && ulValue == 1;
 }
 
-struct LIST_MESSAGES {
+struct ListCallKind {
     const wchar_t* pszNullList;
-    const wchar_t* pszMissing; // null: a missing function is not worth a line
-    const wchar_t* pszBefore;  // %d is the handle, but for the target mapping the controller number
-    const wchar_t* pszMoreData;
-    const wchar_t* pszError; // %d is the status
-    const wchar_t* pszSuccess;
+    const wchar_t* pszBefore; // %d is the handle, but for the target mapping the controller number
+    VendorCallKind call;
 };
 
-constexpr LIST_MESSAGES TARGETS_INFO_MESSAGES = {
-    L"CHBAAPIInt::GetTargetsInfo pTargetsInfo = NULL",
-    nullptr,
-    L"CHBAAPIInt::GetTargetsInfo Before calling GetFcpTargetMappingHandler %d",
-    L"CHBAAPIInt::GetFcpTargetMappingHandler failed with more data available",
-    L"CHBAAPIInt::GetFcpTargetMappingHandler failed with error - %d",
-    L"CHBAAPIInt::GetFcpTargetMappingHandler Succeeded",
-};
-
-constexpr LIST_MESSAGES TARGET_LIST_MESSAGES = {
-    L"CHBAAPIInt::GetTargetList pTargetList = NULL",
-    L"CHBAAPIInt::GetTargetList pFnGetTargetList == NULL",
-    L"CHBAAPIInt::GetTargetList Before calling GetTargetList %d",
-    L"CHBAAPIInt::GetTargetList failed with more data available",
-    L"CHBAAPIInt::GetTargetList failed with error - %d",
-    L"CHBAAPIInt::GetTargetList Succeeded",
-};
-
-constexpr LIST_MESSAGES VLAN_LIST_MESSAGES = {
-    L"CHBAAPIInt::GetVLANList pVLANList = NULL",
-    L"CHBAAPIInt::GetVLANList pFnVlanIdList == NULL",
-    L"CHBAAPIInt::GetVLANList Before calling pFnVlanIdList Handle - %d",
-    L"CHBAAPIInt::GetVlanIdList failed with more data available",
-    L"CHBAAPIInt::GetVlanIdList failed with error - %d",
-    L"CHBAAPIInt::GetVlanIdList Succeeded",
-};
-
-// One list read. find(pfn) yields the function, null when the library has none; false ends the read without a line.
+// One list read. find() looks the function up.
 template <class List, class Find>
-BOOL ReadList(HBA_HANDLE hAdapter, List* pList, BOOL& bMoreData, ULONG& ulCount, ULONG ulLoggedNumber,
-              const LIST_MESSAGES& messages, Find find) {
+BOOL CallListFunction(HBA_HANDLE hAdapter, List* pList, BOOL& bMoreData, ULONG& ulCount, ULONG ulLoggedNumber,
+                      const ListCallKind& kind, Find find) {
     ulCount = 0;
     bMoreData = FALSE;
     if (!pList) {
-        QEL_PRINT(messages.pszNullList);
+        QEL_PRINT(kind.pszNullList);
         return FALSE;
     }
-    HBA_STATUS (*pfnGetList)(HBA_HANDLE, List*) = nullptr;
-    if (!find(pfnGetList))
-        return FALSE;
-    if (!pfnGetList) {
-        if (messages.pszMissing)
-            QEL_PRINT(messages.pszMissing);
-        return FALSE;
-    }
-    QEL_PRINT(messages.pszBefore, ulLoggedNumber);
-    const HBA_STATUS ulStatus = pfnGetList(hAdapter, pList);
-    if (ulStatus == HBA_STATUS_ERROR_MORE_DATA) {
-        QEL_PRINT(messages.pszMoreData);
-        if (pList->NumberOfEntries != 0) {
-            bMoreData = TRUE;
+    return CallVendor(find(), kind.call, [&](auto pfnGetList) {
+        QEL_PRINT(kind.pszBefore, ulLoggedNumber);
+        const HBA_STATUS ulStatus = pfnGetList(hAdapter, pList);
+        bMoreData = ulStatus == HBA_STATUS_ERROR_MORE_DATA && pList->NumberOfEntries != 0;
+        if (bMoreData || ulStatus == HBA_STATUS_OK)
             ulCount = pList->NumberOfEntries;
-        }
-        return FALSE;
-    }
-    if (ulStatus != HBA_STATUS_OK) {
-        QEL_PRINT(messages.pszError, ulStatus);
-        return FALSE;
-    }
-    ulCount = pList->NumberOfEntries;
-    QEL_PRINT(messages.pszSuccess);
-    return TRUE;
+        return ulStatus;
+    });
 }
 
 } // namespace
@@ -97,36 +50,25 @@ BOOL CHBAAPIInt::GetAdapterAtrributes(HBA_HANDLE hAdapter, HBA_ADAPTERATTRIBUTES
     CQelTracedResult traced(L"CHBAAPIInt::GetAdapterAtrributes", TRUE);
 
     const Binding pBinding = GetBinding();
-    const auto pfnGetAttributes = pBinding->Handler(&HBA_ENTRYPOINTSV2::GetAdapterAttributesHandler);
-    if (!pfnGetAttributes)
-        return traced(TRUE);
-    if (pfnGetAttributes(hAdapter, &attributes) != HBA_STATUS_OK) {
-        const DWORD dwError = GetLastError();
-        QEL_PRINT(L"CHBAAPIInt::GetAdapterAtrributes failed with error: %d", dwError);
-        return traced(FALSE);
-    }
-    QEL_PRINT(L"CHBAAPIInt::GetAdapterAtrributes succeeded");
-    return traced(TRUE);
+    return traced(CallVendor(pBinding->FindHandler(&HBA_ENTRYPOINTSV2::GetAdapterAttributesHandler),
+                             {.pszLastError = L"CHBAAPIInt::GetAdapterAtrributes failed with error: %d",
+                              .pszSucceeded = L"CHBAAPIInt::GetAdapterAtrributes succeeded",
+                              .bWithoutFunction = TRUE},
+                             [&](auto pfnGetAttributes) { return pfnGetAttributes(hAdapter, &attributes); }));
 }
 
 BOOL CHBAAPIInt::GetAdapterPortAttributes(HBA_HANDLE hAdapter, HBA_PORTATTRIBUTES& attributes) {
     CQelTracedResult traced(L"CHBAAPIInt::GetAdapterPortAttributes", TRUE);
 
     const Binding pBinding = GetBinding();
-    const auto pfnGetAttributes = pBinding->Handler(&HBA_ENTRYPOINTSV2::GetAdapterPortAttributesHandler);
-    if (!pfnGetAttributes) {
-        QEL_PRINT(L"m_bEntryPtsInited is false");
-        return traced(TRUE);
-    }
-    const HBA_STATUS ulStatus = pfnGetAttributes(hAdapter, PORT_INDEX, &attributes);
-    if (ulStatus != HBA_STATUS_OK) {
-        const DWORD dwError = GetLastError();
-        QEL_PRINT(L"GetAdapterPortAttributesHandler Failed - Status = %d", ulStatus);
-        QEL_PRINT(L"CHBAAPIInt::GetAdapterPortAttributesHandler failed with error: %d", dwError);
-        return traced(FALSE);
-    }
-    QEL_PRINT(L"CHBAAPIInt::GetAdapterPortAttributesHandler succeeded");
-    return traced(TRUE);
+    return traced(
+        CallVendor(pBinding->FindHandler(&HBA_ENTRYPOINTSV2::GetAdapterPortAttributesHandler),
+                   {.pszMissing = L"m_bEntryPtsInited is false",
+                    .pszFailed = L"GetAdapterPortAttributesHandler Failed - Status = %d",
+                    .pszLastError = L"CHBAAPIInt::GetAdapterPortAttributesHandler failed with error: %d",
+                    .pszSucceeded = L"CHBAAPIInt::GetAdapterPortAttributesHandler succeeded",
+                    .bWithoutFunction = TRUE},
+                   [&](auto pfnGetAttributes) { return pfnGetAttributes(hAdapter, PORT_INDEX, &attributes); }));
 }
 
 BOOL CHBAAPIInt::GetPortStatistics(HBA_HANDLE hAdapter, HBA_PORTSTATISTICS& statistics) {
@@ -134,16 +76,14 @@ BOOL CHBAAPIInt::GetPortStatistics(HBA_HANDLE hAdapter, HBA_PORTSTATISTICS& stat
 
     statistics = {};
     const Binding pBinding = GetBinding();
-    const auto pfnGetStatistics = pBinding->Handler(&HBA_ENTRYPOINTSV2::GetPortStatisticsHandler);
-    if (!pfnGetStatistics)
-        return traced(TRUE);
-    if (pfnGetStatistics(hAdapter, PORT_INDEX, &statistics) != HBA_STATUS_OK) {
-        const DWORD dwError = GetLastError();
-        QEL_PRINT(L"CHBAAPIInt::GetPortStatistics failed with error: %d", dwError);
+    if (!CallVendor(pBinding->FindHandler(&HBA_ENTRYPOINTSV2::GetPortStatisticsHandler),
+                    {.pszLastError = L"CHBAAPIInt::GetPortStatistics failed with error: %d",
+                     .pszSucceeded = L"CHBAAPIInt::GetPortStatistics succeeded",
+                     .bWithoutFunction = TRUE},
+                    [&](auto pfnGetStatistics) { return pfnGetStatistics(hAdapter, PORT_INDEX, &statistics); })) {
         statistics = {}; // never partial counters
         return traced(FALSE);
     }
-    QEL_PRINT(L"CHBAAPIInt::GetPortStatistics succeeded");
     return traced(TRUE);
 }
 
@@ -153,19 +93,16 @@ BOOL CHBAAPIInt::GetFCEthernetProperties(HBA_HANDLE hAdapter, ORVAN_FC_NIC_PROPE
     if (!pProperties)
         return traced(FALSE);
     const Binding pBinding = GetBinding();
-    decltype(&ORVAN_GetFCAndNICProperties) pfnGetProperties = nullptr;
-    if (!pBinding->FindExport(L"ORVAN_GetFCAndNICProperties", pfnGetProperties))
-        return traced(FALSE);
-
-    BOOL bDone = TRUE;
-    if (!pfnGetProperties) {
-        QEL_PRINT(L"GetFCEthernetProperties GetProcAddress failed");
-    } else if (pfnGetProperties(hAdapter, pProperties) != HBA_STATUS_OK) {
-        QEL_PRINT(L"GetFCEthernetProperties failed");
-        bDone = traced(FALSE);
-    } else {
-        QEL_PRINT(L"GetFCEthernetProperties Succeeded");
-    }
+    // Also of a library that is not ready.
+    const auto getProperties = pBinding->FindExport(VendorExports::ORVAN_GetFCAndNICProperties);
+    if (getProperties.eState == FunctionState::NotConverted)
+        return traced(FALSE); // nothing is forced then
+    BOOL bDone = traced(CallVendor(getProperties,
+                                   {.pszMissing = L"GetFCEthernetProperties GetProcAddress failed",
+                                    .pszFailed = L"GetFCEthernetProperties failed",
+                                    .pszSucceeded = L"GetFCEthernetProperties Succeeded",
+                                    .bWithoutFunction = TRUE},
+                                   [&](auto pfnGetProperties) { return pfnGetProperties(hAdapter, pProperties); }));
 
     // Support overrides: they set their flag, and make a success of a failed call.
     if (IsForced(L"FcoE_RemoteBooted")) {
@@ -183,33 +120,46 @@ BOOL CHBAAPIInt::GetFCEthernetProperties(HBA_HANDLE hAdapter, ORVAN_FC_NIC_PROPE
 
 BOOL CHBAAPIInt::GetTargetsInfo(HBA_HANDLE hAdapter, HBA_FCPTARGETMAPPING* pTargetsInfo, BOOL& bMoreData,
                                 ULONG& ulCount) {
+    static constexpr ListCallKind KIND = {
+        .pszNullList = L"CHBAAPIInt::GetTargetsInfo pTargetsInfo = NULL",
+        .pszBefore = L"CHBAAPIInt::GetTargetsInfo Before calling GetFcpTargetMappingHandler %d",
+        .call = {.pszMoreData = L"CHBAAPIInt::GetFcpTargetMappingHandler failed with more data available",
+                 .pszFailed = L"CHBAAPIInt::GetFcpTargetMappingHandler failed with error - %d",
+                 .pszSucceeded = L"CHBAAPIInt::GetFcpTargetMappingHandler Succeeded"}};
     CQelTracedResult traced(L"CHBAAPIInt::GetTargetsInfo", FALSE);
 
     const Binding pBinding = GetBinding();
-    const auto Find = [&](auto& pfnGetList) {
-        pfnGetList = pBinding->Handler(&HBA_ENTRYPOINTSV2::GetFcpTargetMappingHandler);
-        return true;
-    };
-    return traced(
-        ReadList(hAdapter, pTargetsInfo, bMoreData, ulCount, pBinding->m_ulController, TARGETS_INFO_MESSAGES, Find));
+    return traced(CallListFunction(hAdapter, pTargetsInfo, bMoreData, ulCount, pBinding->m_ulController, KIND, [&] {
+        return pBinding->FindHandler(&HBA_ENTRYPOINTSV2::GetFcpTargetMappingHandler);
+    }));
 }
 
 BOOL CHBAAPIInt::GetTargetList(HBA_HANDLE hAdapter, ORVAN_TARGET_LIST* pTargetList, BOOL& bMoreData, ULONG& ulCount) {
+    static constexpr ListCallKind KIND = {
+        .pszNullList = L"CHBAAPIInt::GetTargetList pTargetList = NULL",
+        .pszBefore = L"CHBAAPIInt::GetTargetList Before calling GetTargetList %d",
+        .call = {.pszMissing = L"CHBAAPIInt::GetTargetList pFnGetTargetList == NULL",
+                 .pszMoreData = L"CHBAAPIInt::GetTargetList failed with more data available",
+                 .pszFailed = L"CHBAAPIInt::GetTargetList failed with error - %d",
+                 .pszSucceeded = L"CHBAAPIInt::GetTargetList Succeeded"}};
     CQelTracedResult traced(L"CHBAAPIInt::GetTargetList", FALSE);
 
     const Binding pBinding = GetBinding();
-    const auto Find = [&](auto& pfnGetList) {
-        return !pBinding->IsReady() || pBinding->FindExport(L"ORVAN_GetTargetList", pfnGetList);
-    };
-    return traced(ReadList(hAdapter, pTargetList, bMoreData, ulCount, hAdapter, TARGET_LIST_MESSAGES, Find));
+    return traced(CallListFunction(hAdapter, pTargetList, bMoreData, ulCount, hAdapter, KIND,
+                                   [&] { return pBinding->FindReadyExport(VendorExports::ORVAN_GetTargetList); }));
 }
 
 BOOL CHBAAPIInt::GetVLANList(HBA_HANDLE hAdapter, ORVAN_VLAN_LIST* pVLANList, BOOL& bMoreData, ULONG& ulCount) {
+    static constexpr ListCallKind KIND = {
+        .pszNullList = L"CHBAAPIInt::GetVLANList pVLANList = NULL",
+        .pszBefore = L"CHBAAPIInt::GetVLANList Before calling pFnVlanIdList Handle - %d",
+        .call = {.pszMissing = L"CHBAAPIInt::GetVLANList pFnVlanIdList == NULL",
+                 .pszMoreData = L"CHBAAPIInt::GetVlanIdList failed with more data available",
+                 .pszFailed = L"CHBAAPIInt::GetVlanIdList failed with error - %d",
+                 .pszSucceeded = L"CHBAAPIInt::GetVlanIdList Succeeded"}};
     CQelTracedResult traced(L"CHBAAPIInt::GetVLANList", FALSE);
 
     const Binding pBinding = GetBinding();
-    const auto Find = [&](auto& pfnGetList) {
-        return !pBinding->IsReady() || pBinding->FindExport(L"ORVAN_GetVlanIdList", pfnGetList);
-    };
-    return traced(ReadList(hAdapter, pVLANList, bMoreData, ulCount, hAdapter, VLAN_LIST_MESSAGES, Find));
+    return traced(CallListFunction(hAdapter, pVLANList, bMoreData, ulCount, hAdapter, KIND,
+                                   [&] { return pBinding->FindReadyExport(VendorExports::ORVAN_GetVlanIdList); }));
 }

@@ -2,7 +2,7 @@
 #include "hbaapi/HBAAPIInt.h"
 
 #include "FcoeAgent/QelDebug.h"
-#include "hbaapi/VendorBinding.h"
+#include "hbaapi/VendorCall.h"
 
 namespace {
 constexpr int MAX_CAPACITY_RETRIES = 3;
@@ -19,16 +19,14 @@ BOOL CHBAAPIInt::RetrieveSCSIInfo(HBA_HANDLE hAdapter, HBA_WWN targetPort, HBA_U
         return traced(FALSE);
     }
     const Binding pBinding = GetBinding();
-    const auto pfnInquiry = pBinding->Handler(&HBA_ENTRYPOINTSV2::ScsiInquiryHandler);
-    if (!pfnInquiry)
-        return traced(TRUE); // the caller finds an empty response
-    if (pfnInquiry(hAdapter, targetPort, ullLun, byEvpd, ulPageCode, pRspBuf, ulRspBufSize, pSenseBuf,
-                   ulSenseBufSize) != HBA_STATUS_OK) {
-        QEL_PRINT(L"RetrieveSCSIInfo - ScsiInquiryHandler failed");
-        return traced(FALSE);
-    }
-    QEL_PRINT(L"RetrieveSCSIInfo - ScsiInquiryHandler Succeeded");
-    return traced(TRUE);
+    return traced(CallVendor(pBinding->FindHandler(&HBA_ENTRYPOINTSV2::ScsiInquiryHandler),
+                             {.pszFailed = L"RetrieveSCSIInfo - ScsiInquiryHandler failed",
+                              .pszSucceeded = L"RetrieveSCSIInfo - ScsiInquiryHandler Succeeded",
+                              .bWithoutFunction = TRUE}, // the caller finds an empty response
+                             [&](auto pfnInquiry) {
+                                 return pfnInquiry(hAdapter, targetPort, ullLun, byEvpd, ulPageCode, pRspBuf,
+                                                   ulRspBufSize, pSenseBuf, ulSenseBufSize);
+                             }));
 }
 
 BOOL CHBAAPIInt::RetrieveLUNCapacityV2(HBA_HANDLE hAdapter, HBA_WWN hbaPort, HBA_WWN targetPort, HBA_UINT64 ullLun,
@@ -41,6 +39,7 @@ BOOL CHBAAPIInt::RetrieveLUNCapacityV2(HBA_HANDLE hAdapter, HBA_WWN hbaPort, HBA
         return FALSE;
     }
     const Binding pBinding = GetBinding();
+    // Straight from the table: what version 2 adds is called without a look at any flag, also while a stop waits.
     const auto pfnReadCapacity = pBinding->m_entryPoints.ScsiReadCapacityV2Handler;
     if (!pfnReadCapacity)
         return FALSE;
@@ -68,34 +67,23 @@ BOOL CHBAAPIInt::RetrieveLUNCapacity16(HBA_HANDLE hAdapter, HBA_WWN targetPort, 
         return traced(FALSE);
     }
     const Binding pBinding = GetBinding();
-    decltype(&ORVAN_SendReadCapacity16) pfnReadCapacity = nullptr;
-    if (pBinding->IsReady() && !pBinding->FindExport(L"ORVAN_SendReadCapacity16", pfnReadCapacity))
-        return traced(FALSE);
-    if (!pfnReadCapacity)
-        return traced(TRUE); // callers judge the response
-    if (pfnReadCapacity(hAdapter, targetPort, ullLun, pRspBuf, ulRspBufSize, pSenseBuf, ulSenseBufSize) !=
-        HBA_STATUS_OK) {
-        QEL_PRINT(L"SendReadCapacity16 failed");
-        return traced(FALSE);
-    }
-    QEL_PRINT(L"SendReadCapacity16 Succeeded");
-    return traced(TRUE);
+    return traced(CallVendor(pBinding->FindReadyExport(VendorExports::ORVAN_SendReadCapacity16),
+                             {.pszFailed = L"SendReadCapacity16 failed",
+                              .pszSucceeded = L"SendReadCapacity16 Succeeded",
+                              .bWithoutFunction = TRUE}, // callers judge the response
+                             [&](auto pfnReadCapacity) {
+                                 return pfnReadCapacity(hAdapter, targetPort, ullLun, pRspBuf, ulRspBufSize, pSenseBuf,
+                                                        ulSenseBufSize);
+                             }));
 }
 
 BOOL CHBAAPIInt::RefreshTargetInfo(HBA_HANDLE hAdapter) {
     const CQelDebugScope trace(L"CHBAAPIInt::RefreshTargetInfo");
 
     const Binding pBinding = GetBinding();
-    decltype(&ORVAN_RescanScsiBus) pfnRescan = nullptr;
-    if (!pBinding->FindExport(L"ORVAN_RescanScsiBus", pfnRescan))
-        return FALSE;
-    if (!pfnRescan)
-        return TRUE;
-    const HBA_STATUS ulStatus = pfnRescan(hAdapter, RESCAN_WHOLE_BUS);
-    if (ulStatus != HBA_STATUS_OK) {
-        QEL_PRINT(L"CHBAAPIInt::RefreshTargetInfo failed with return code Status = %d", ulStatus);
-        return FALSE;
-    }
-    QEL_PRINT(L"CHBAAPIInt::RefreshTargetInfo Succeeded");
-    return TRUE;
+    return CallVendor(pBinding->FindExport(VendorExports::ORVAN_RescanScsiBus), // also of a library that is not ready
+                      {.pszFailed = L"CHBAAPIInt::RefreshTargetInfo failed with return code Status = %d",
+                       .pszSucceeded = L"CHBAAPIInt::RefreshTargetInfo Succeeded",
+                       .bWithoutFunction = TRUE},
+                      [&](auto pfnRescan) { return pfnRescan(hAdapter, RESCAN_WHOLE_BUS); });
 }

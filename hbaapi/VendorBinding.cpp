@@ -23,13 +23,13 @@ void CVendorBinding::ClearVersion1() {
     std::memset(&m_entryPoints, 0, offsetof(HBA_ENTRYPOINTSV2, OpenAdapterByWWNHandler));
 }
 
-bool CVendorBinding::FindFunction(const wchar_t* pszName, void*& pFunction) const {
+FunctionState CVendorBinding::FindFunction(const wchar_t* pszName, void*& pFunction) const {
     char szName[ORVAN_NAME_SIZE];
     if (!ConvertTCHARToChar(pszName, szName))
-        return false;
+        return FunctionState::NotConverted;
     if (IsLoaded())
         pFunction = reinterpret_cast<void*>(GetProcAddress(m_pModule->Get(), szName));
-    return true;
+    return pFunction ? FunctionState::There : FunctionState::Missing;
 }
 
 bool ConvertTCHARToChar(const wchar_t* pszName, char (&szName)[ORVAN_NAME_SIZE]) {

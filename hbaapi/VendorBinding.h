@@ -8,7 +8,16 @@
 
 #include "Common/Src/Owner.h"
 #include "FcoeAgent/HbaApi.h"
-#include "FcoeAgent/OrvanHbaApi.h"
+#include "hbaapi/VendorExports.h"
+
+// What a look-up comes to: the function's name cannot be converted for the library; the library has no such function,
+// or there is no library; the function can be called.
+enum class FunctionState { NotConverted, Missing, There };
+
+template <class F> struct FoundFunction {
+    FunctionState eState = FunctionState::Missing;
+    F pfn = nullptr; // null unless it is there
+};
 
 // The library as it stands at one moment. An object that others can see never changes: a call works with the one that
 // it found at its start, which keeps the module loaded until the call is over.
@@ -29,23 +38,26 @@ struct CVendorBinding {
     // Clears the handlers of version 1; those of version 2 stay until the module goes.
     void ClearVersion1();
 
-    // A handler of the table; null unless the table is registered.
-    template <class F> F Handler(F HBA_ENTRYPOINTSV2::*pHandler) const {
-        return m_bEntryPtsInited ? m_entryPoints.*pHandler : nullptr;
+    // A handler of the table; missing unless the table is registered.
+    template <class F> [[nodiscard]] FoundFunction<F> FindHandler(F HBA_ENTRYPOINTSV2::*pHandler) const {
+        const F pfn = m_bEntryPtsInited ? m_entryPoints.*pHandler : nullptr;
+        return {pfn ? FunctionState::There : FunctionState::Missing, pfn};
     }
-    // Looks an export up, afresh at every call. false: the name cannot be converted. pfn is null when the module lacks
-    // the export, with the reason in GetLastError, or when no module is loaded.
-    template <class F> bool FindExport(const wchar_t* pszName, F& pfn) const {
+    // An export, looked up afresh at every call. When the module lacks it GetLastError tells the reason.
+    template <class F> [[nodiscard]] FoundFunction<F> FindExport(const VendorExport<F>& wanted) const {
         void* pFunction = nullptr;
-        const bool bConverted = FindFunction(pszName, pFunction);
-        pfn = reinterpret_cast<F>(pFunction);
-        return bConverted;
+        const FunctionState eState = FindFunction(wanted.pszName, pFunction);
+        return {eState, reinterpret_cast<F>(pFunction)};
+    }
+    // The same, but a library that is not ready is not asked: it lacks every export, whatever the name.
+    template <class F> [[nodiscard]] FoundFunction<F> FindReadyExport(const VendorExport<F>& wanted) const {
+        return IsReady() ? FindExport(wanted) : FoundFunction<F>{};
     }
 
   private:
-    bool FindFunction(const wchar_t* pszName, void*& pFunction) const;
+    FunctionState FindFunction(const wchar_t* pszName, void*& pFunction) const;
 };
 
 // The 8-bit (ANSI) text of a name that crosses the library's boundary; false when it does not fit or cannot be
 // converted.
-bool ConvertTCHARToChar(const wchar_t* pszName, char (&szName)[ORVAN_NAME_SIZE]);
+[[nodiscard]] bool ConvertTCHARToChar(const wchar_t* pszName, char (&szName)[ORVAN_NAME_SIZE]);

@@ -56,7 +56,7 @@ BOOL AppendChildren(const std::vector<std::shared_ptr<Object>>& vecObjects,
 CQelFcoeFabric::CQelFcoeFabric(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
                                HBA_HANDLE hAdapter, const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind)
     : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
-    CQelDebugScope trace(L"CQelFcoeFabric::CQelFcoeFabric");
+    const CQelDebugScope trace(L"CQelFcoeFabric::CQelFcoeFabric");
     {
         const CQelLockGuard guard(m_csLock);
         m_ulOpened = 1;
@@ -65,7 +65,7 @@ CQelFcoeFabric::CQelFcoeFabric(CHBAAPIInt* pLibrary, const CQelSharedText& strNa
 }
 
 CQelFcoeFabric::~CQelFcoeFabric() {
-    CQelDebugScope trace(L"CQelFcoeFabric::~CQelFcoeFabric");
+    const CQelDebugScope trace(L"CQelFcoeFabric::~CQelFcoeFabric");
 }
 
 void CQelFcoeFabric::SetupFabric(const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind) {
@@ -100,33 +100,24 @@ void CQelFcoeFabric::SetupFabric(const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind)
 }
 
 BOOL CQelFcoeFabric::Get(QEL_FCOE_FABRIC& fabric) const {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeFabric::Get", &bReturn);
-    bReturn = CopyCached(CacheKey::FABRIC_RECORD, fabric);
-    return bReturn;
+    CQelTracedResult traced(L"CQelFcoeFabric::Get", FALSE);
+    return traced(CopyCached(CacheKey::FABRIC_RECORD, fabric));
 }
 
 BOOL CQelFcoeFabric::GetPorts(std::vector<std::shared_ptr<CQelFcoePort>>& vecPorts) const {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeFabric::GetPorts", &bReturn);
-    bReturn = AppendCached(CacheKey::FABRIC_PORTS, vecPorts);
-    return bReturn;
+    CQelTracedResult traced(L"CQelFcoeFabric::GetPorts", FALSE);
+    return traced(AppendCached(CacheKey::FABRIC_PORTS, vecPorts));
 }
 
 BOOL CQelFcoeFabric::GetTargets(std::vector<std::shared_ptr<CQelFcoeTarget>>& vecTargets) const {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeFabric::GetTargets", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeFabric::GetTargets", FALSE);
     std::vector<std::shared_ptr<CQelFcoePort>> vecPorts;
-    if (AppendCached(CacheKey::FABRIC_PORTS, vecPorts))
-        bReturn = AppendChildren(vecPorts, &CQelFcoePort::GetTargets, vecTargets);
-    return bReturn;
+    return traced(AppendCached(CacheKey::FABRIC_PORTS, vecPorts) &&
+                  AppendChildren(vecPorts, &CQelFcoePort::GetTargets, vecTargets));
 }
 
 BOOL CQelFcoeFabric::GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeFabric::GetLUNs", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeFabric::GetLUNs", FALSE);
     std::vector<std::shared_ptr<CQelFcoeTarget>> vecTargets;
-    if (GetTargets(vecTargets))
-        bReturn = AppendChildren(vecTargets, &CQelFcoeTarget::GetLUNs, vecLUNs);
-    return bReturn;
+    return traced(GetTargets(vecTargets) && AppendChildren(vecTargets, &CQelFcoeTarget::GetLUNs, vecLUNs));
 }

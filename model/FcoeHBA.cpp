@@ -46,7 +46,7 @@ CQelFcoeHBA::CQelFcoeHBA(CHBAAPIInt* pLibrary, const CQelSharedText& strName, co
 }
 
 CQelFcoeHBA::~CQelFcoeHBA() {
-    CQelDebugScope trace(L"CQelFcoeHBA::~CQelFcoeHBA");
+    const CQelDebugScope trace(L"CQelFcoeHBA::~CQelFcoeHBA");
     Close();
 }
 
@@ -63,7 +63,7 @@ void CQelFcoeHBA::Close() noexcept {
 }
 
 HBA_HANDLE CQelFcoeHBA::Open() {
-    CQelDebugScope trace(L"CQelFcoeHBA::Open");
+    const CQelDebugScope trace(L"CQelFcoeHBA::Open");
     const CQelLockGuard guard(m_csLock);
     if (m_hAdapter != 0) {
         m_pLibrary->CloseAdapHandle(m_hAdapter);
@@ -94,7 +94,7 @@ CQelString CQelFcoeHBA::GetAdapterName() const {
 }
 
 void CQelFcoeHBA::SetupCache() {
-    CQelDebugScope trace(L"CQelFcoeHBA::SetupCache");
+    const CQelDebugScope trace(L"CQelFcoeHBA::SetupCache");
     m_cache.AddCache(CacheKey::HBA_RECORD, CachePeriod::LIST,
                      &Refresh<CQelFcoeHBA, QEL_FCOE_HBA, &CQelFcoeHBA::GetHBA>);
     m_cache.AddCache(CacheKey::HBA_FABRICS, CachePeriod::LIST,
@@ -106,64 +106,54 @@ void CQelFcoeHBA::SetupCache() {
 }
 
 void CQelFcoeHBA::InvalidateCache() {
-    CQelDebugScope trace(L"CQelFcoeHBA::InvalidateCache");
+    const CQelDebugScope trace(L"CQelFcoeHBA::InvalidateCache");
     const CQelLockGuard guard(m_csLock);
     for (const LONG lKey : CACHE_KEYS)
         m_cache.Invalidate(lKey);
 }
 
 BOOL CQelFcoeHBA::Get(QEL_FCOE_HBA& record) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeHBA::Get", &bReturn);
-    bReturn = CopyCached(CacheKey::HBA_RECORD, record);
-    return bReturn;
+    CQelTracedResult traced(L"CQelFcoeHBA::Get", FALSE);
+    return traced(CopyCached(CacheKey::HBA_RECORD, record));
 }
 
 BOOL CQelFcoeHBA::GetFabrics(std::vector<std::shared_ptr<CQelFcoeFabric>>& vecFabrics) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeHBA::GetFabrics", &bReturn);
-    bReturn = AppendCached(CacheKey::HBA_FABRICS, vecFabrics);
-    return bReturn;
+    CQelTracedResult traced(L"CQelFcoeHBA::GetFabrics", FALSE);
+    return traced(AppendCached(CacheKey::HBA_FABRICS, vecFabrics));
 }
 
 BOOL CQelFcoeHBA::GetVLANs(std::vector<std::shared_ptr<CQelFcoeVLAN>>& vecVLANs) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeHBA::GetVLANs", &bReturn);
-    bReturn = AppendCached(CacheKey::HBA_VLANS, vecVLANs);
-    return bReturn;
+    CQelTracedResult traced(L"CQelFcoeHBA::GetVLANs", FALSE);
+    return traced(AppendCached(CacheKey::HBA_VLANS, vecVLANs));
 }
 
 BOOL CQelFcoeHBA::GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeHBA::GetLUNs", &bReturn);
-    bReturn = AppendCached(CacheKey::HBA_LUNS, vecLUNs);
-    return bReturn;
+    CQelTracedResult traced(L"CQelFcoeHBA::GetLUNs", FALSE);
+    return traced(AppendCached(CacheKey::HBA_LUNS, vecLUNs));
 }
 
 BOOL CQelFcoeHBA::GetPorts(std::vector<std::shared_ptr<CQelFcoePort>>& vecPorts) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeHBA::GetPorts", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeHBA::GetPorts", FALSE);
     std::vector<std::shared_ptr<CQelFcoeFabric>> vecFabrics;
-    bReturn = GetFabrics(vecFabrics);
+    BOOL bDone = traced(GetFabrics(vecFabrics));
     for (const auto& pFabric : vecFabrics)
         if (!pFabric->GetPorts(vecPorts))
-            bReturn = FALSE;
-    return bReturn;
+            bDone = traced(FALSE);
+    return traced(bDone);
 }
 
 BOOL CQelFcoeHBA::GetTargets(std::vector<std::shared_ptr<CQelFcoeTarget>>& vecTargets) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeHBA::GetTargets", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeHBA::GetTargets", FALSE);
     std::vector<std::shared_ptr<CQelFcoeFabric>> vecFabrics;
-    bReturn = GetFabrics(vecFabrics);
+    BOOL bDone = traced(GetFabrics(vecFabrics));
     for (const auto& pFabric : vecFabrics)
         if (!pFabric->GetTargets(vecTargets))
-            bReturn = FALSE;
-    return bReturn;
+            bDone = traced(FALSE);
+    return traced(bDone);
 }
 
 void CQelFcoeHBA::GetHBA(QEL_FCOE_HBA& record) {
-    CQelDebugScope trace(L"CQelFcoeHBA::GetHBA");
+    const CQelDebugScope trace(L"CQelFcoeHBA::GetHBA");
     record = {};
     const HBA_HANDLE hAdapter = Open();
     HBA_PORTATTRIBUTES portAttributes{};
@@ -210,7 +200,7 @@ UINT CQelFcoeHBA::GetLinkStatus(HBA_PORTSTATE ulPortState) const {
 }
 
 void CQelFcoeHBA::GetFabrics_HBA(std::vector<std::shared_ptr<CQelFcoeFabric>>& vecFabrics) {
-    CQelDebugScope trace(L"CQelFcoeHBA::GetFabrics_HBA");
+    const CQelDebugScope trace(L"CQelFcoeHBA::GetFabrics_HBA");
     vecFabrics.clear();
     const HBA_HANDLE hAdapter = Open();
     CQelAllocation<ORVAN_FC_PORT_LIST> list;
@@ -238,7 +228,7 @@ void CQelFcoeHBA::GetFabrics_HBA(std::vector<std::shared_ptr<CQelFcoeFabric>>& v
 }
 
 void CQelFcoeHBA::GetVLANs_HBA(std::vector<std::shared_ptr<CQelFcoeVLAN>>& vecVLANs) {
-    CQelDebugScope trace(L"CQelFcoeHBA::GetVLANs_HBA");
+    const CQelDebugScope trace(L"CQelFcoeHBA::GetVLANs_HBA");
     vecVLANs.clear();
     const HBA_HANDLE hAdapter = Open();
     CQelAllocation<ORVAN_VLAN_LIST> list;
@@ -250,7 +240,7 @@ void CQelFcoeHBA::GetVLANs_HBA(std::vector<std::shared_ptr<CQelFcoeVLAN>>& vecVL
 }
 
 void CQelFcoeHBA::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) {
-    CQelDebugScope trace(L"CQelFcoeHBA::GetLUNs_HBA");
+    const CQelDebugScope trace(L"CQelFcoeHBA::GetLUNs_HBA");
     std::vector<std::shared_ptr<CQelFcoeFabric>> vecFabrics;
     GetFabrics(vecFabrics);
     // What a failing fabric could still gather counts.
@@ -259,10 +249,9 @@ void CQelFcoeHBA::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs
 }
 
 BOOL CQelFcoeHBA::RefreshTargets() {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeHBA::RefreshTargets", &bReturn);
-    bReturn = m_pLibrary->RefreshTargetInfo(GetHandle());
-    if (bReturn)
+    CQelTracedResult traced(L"CQelFcoeHBA::RefreshTargets", FALSE);
+    const BOOL bDone = m_pLibrary->RefreshTargetInfo(GetHandle());
+    if (bDone)
         QEL_PRINT(L"CQelFcoeHBA::RefreshTargetInfo - successful");
-    return bReturn;
+    return traced(bDone);
 }

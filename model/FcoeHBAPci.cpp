@@ -58,7 +58,7 @@ bool ReadNumber(HDEVINFO hDevices, SP_DEVINFO_DATA& device, DWORD dwProperty, DW
 } // namespace
 
 void CQelFcoeHBA::GetPCISlotInfo(SLOT_INFO& slot) {
-    CQelDebugScope trace(L"CQelFcoeHBA::GetPCISlotInfo");
+    const CQelDebugScope trace(L"CQelFcoeHBA::GetPCISlotInfo");
     slot = {};
     const HBA_HANDLE hAdapter = Open();
     const CQelDeviceSet devices(SetupDiGetClassDevsW(&NETWORK_CLASS, nullptr, nullptr, DIGCF_PRESENT));

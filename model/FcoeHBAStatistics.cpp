@@ -48,12 +48,12 @@ constexpr COUNTER COUNTERS[] = {
 } // namespace
 
 BOOL CQelFcoeHBA::GetStatistics(std::vector<QEL_FCOE_STATISTIC>& vecStatistics) {
-    BOOL bReturn = TRUE; // also when the counters cannot be read; hosts rely on it
-    CQelDebugScope trace(L"CQelFcoeHBA::GetStatistics", &bReturn);
+    // TRUE also when the counters cannot be read: hosts rely on it.
+    CQelTracedResult traced(L"CQelFcoeHBA::GetStatistics", TRUE);
     const HBA_HANDLE hAdapter = Open();
     HBA_PORTSTATISTICS statistics{};
     if (!m_pLibrary->GetPortStatistics(hAdapter, statistics))
-        return bReturn;
+        return traced(TRUE);
     for (const COUNTER& counter : COUNTERS) {
         QEL_FCOE_STATISTIC entry;
         entry.strDeviceId = m_strName;
@@ -62,5 +62,5 @@ BOOL CQelFcoeHBA::GetStatistics(std::vector<QEL_FCOE_STATISTIC>& vecStatistics) 
         entry.llValue = counter.pfnValue(statistics);
         vecStatistics.push_back(std::move(entry));
     }
-    return bReturn;
+    return traced(TRUE);
 }

@@ -29,8 +29,7 @@ ORVAN_FC_PORT PortRequest(const HBA_WWN& wwpn) {
 } // namespace
 
 BOOL CQelFcoeHBA::CreateVPort(CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>& vecErrors) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeHBA::CreateVPort", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeHBA::CreateVPort", FALSE);
     CQelString strAuto;
     strAuto.LoadCommonResString(IDS_QEL_AUTO);
     HBA_WWN wwpn{};
@@ -38,7 +37,7 @@ BOOL CQelFcoeHBA::CreateVPort(CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>&
         if (!m_pLibrary->GenerateVportWwpn(GetHandle(), &wwpn)) {
             AddError(vecErrors, ERROR_WWPN_NOT_GENERATED);
             QEL_PRINT(L"Unable to generate the WWPN");
-            return bReturn;
+            return traced(FALSE);
         }
         strWWPN = WwnText(wwpn);
     } else if (const auto parsed = ParseWwn(strWWPN)) {
@@ -46,13 +45,13 @@ BOOL CQelFcoeHBA::CreateVPort(CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>&
     } else {
         QEL_PRINT(L"Invalid WWPN!");
         AddError(vecErrors, ERROR_WWPN_INVALID, {strWWPN});
-        return bReturn;
+        return traced(FALSE);
     }
 
     ORVAN_FC_PORT request = PortRequest(wwpn);
     HBA_STATUS ulStatus = 0;
-    bReturn = m_pLibrary->CreateVport(GetHandle(), request, ulStatus);
-    if (!bReturn) {
+    const BOOL bCreated = m_pLibrary->CreateVport(GetHandle(), request, ulStatus);
+    if (!bCreated) {
         switch (ulStatus) {
         case STATUS_WWPN_IN_USE:
             QEL_PRINT(L"The WWPN is already in use");
@@ -68,38 +67,36 @@ BOOL CQelFcoeHBA::CreateVPort(CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>&
         }
     }
     InvalidateCache();
-    return bReturn;
+    return traced(bCreated);
 }
 
 BOOL CQelFcoeHBA::DeleteVPort(const CQelString& strWWPN, std::vector<QEL_ERROR_ENTRY>& vecErrors) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeHBA::DeleteVPort", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeHBA::DeleteVPort", FALSE);
     const auto wwpn = ParseWwn(strWWPN);
     if (!wwpn) {
         AddError(vecErrors, ERROR_WWPN_INVALID, {strWWPN});
-        return bReturn;
+        return traced(FALSE);
     }
     ORVAN_FC_PORT request = PortRequest(*wwpn);
-    bReturn = m_pLibrary->RemoveVport(GetHandle(), request);
-    if (!bReturn) {
+    const BOOL bDeleted = m_pLibrary->RemoveVport(GetHandle(), request);
+    if (!bDeleted) {
         if (IsPhysicalPort(strWWPN))
             AddError(vecErrors, ERROR_PORT_IS_PHYSICAL);
         else
             AddError(vecErrors, ERROR_NOT_DELETED, {strWWPN});
     }
     InvalidateCache();
-    return bReturn;
+    return traced(bDeleted);
 }
 
 BOOL CQelFcoeHBA::GenerateVPortWWPN(CQelString& strWWPN) {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeHBA::GenerateVPortWWPN", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeHBA::GenerateVPortWWPN", FALSE);
     strWWPN.ClearString();
     HBA_WWN wwpn{};
-    bReturn = m_pLibrary->GenerateVportWwpn(GetHandle(), &wwpn);
-    if (bReturn)
+    const BOOL bGenerated = traced(m_pLibrary->GenerateVportWwpn(GetHandle(), &wwpn));
+    if (bGenerated)
         strWWPN = WwnText(wwpn);
-    return bReturn;
+    return traced(bGenerated);
 }
 
 // Whether the adapter's first port of that name has port type 0.

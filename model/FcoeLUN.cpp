@@ -69,7 +69,7 @@ CQelFcoeLUN::CQelFcoeLUN(CHBAAPIInt* pLibrary, const CQelSharedText& strName, co
                          const HBA_WWN& initiatorPortWWN, const HBA_FCPSCSIENTRY& entry)
     : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_strFabricName(strFabricName),
       m_strOwningPortWWN(strOwningPortWWN), m_strTargetPortWWN(strTargetPortWWN), m_initiatorPortWWN(initiatorPortWWN) {
-    CQelDebugScope trace(L"CQelFcoeLUN::CQelFcoeLUN");
+    const CQelDebugScope trace(L"CQelFcoeLUN::CQelFcoeLUN");
     m_own.ulOsLun = entry.ScsiId.ScsiOSLun;
     m_own.ulScsiBus = entry.ScsiId.ScsiBusNumber;
     m_own.ulScsiTarget = entry.ScsiId.ScsiTargetNumber;
@@ -80,7 +80,7 @@ CQelFcoeLUN::CQelFcoeLUN(CHBAAPIInt* pLibrary, const CQelSharedText& strName, co
 }
 
 CQelFcoeLUN::~CQelFcoeLUN() {
-    CQelDebugScope trace(L"CQelFcoeLUN::~CQelFcoeLUN");
+    const CQelDebugScope trace(L"CQelFcoeLUN::~CQelFcoeLUN");
 }
 
 void CQelFcoeLUN::ReadCapacity(const HBA_FCPID& unit) {
@@ -113,11 +113,10 @@ void CQelFcoeLUN::ReadCapacity(const HBA_FCPID& unit) {
 }
 
 BOOL CQelFcoeLUN::Get(QEL_FCOE_LUN& lun) const {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeLUN::Get", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeLUN::Get", FALSE);
     std::shared_ptr<const OWN_DATA> pOwn;
     if (!m_cache.Get(CacheKey::LUN_RECORD, pOwn) || !pOwn)
-        return bReturn;
+        return traced(FALSE);
     lun.ulOsLun = pOwn->ulOsLun;
     lun.ulScsiBus = pOwn->ulScsiBus;
     lun.ulScsiTarget = pOwn->ulScsiTarget;
@@ -131,12 +130,11 @@ BOOL CQelFcoeLUN::Get(QEL_FCOE_LUN& lun) const {
     lun.strFabricName = m_strFabricName;
     lun.strDeviceId = m_strName;
     lun.strSecondId = m_strSecondName;
-    return bReturn = TRUE;
+    return traced(TRUE);
 }
 
 BOOL CQelFcoeLUN::GetLUNSList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, HBA_FCPTARGETMAPPING*& pMapping) {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CQelFcoeLUN::GetLUNSList_HBA", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeLUN::GetLUNSList_HBA", TRUE);
     if (pMapping) {
         QEL_PRINT(L"CQelFcoeLUN::GetLUNSList_HBA() Deleting pLunList");
         std::free(pMapping);
@@ -144,6 +142,5 @@ BOOL CQelFcoeLUN::GetLUNSList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, HBA
     }
     auto result = ReadList(pLibrary, hAdapter, LUN_MAPPING);
     pMapping = result.list.Release();
-    bReturn = result.bMemory;
-    return bReturn;
+    return traced(result.bMemory);
 }

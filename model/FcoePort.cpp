@@ -20,24 +20,24 @@ constexpr int NO_PORT_TYPE = 0xFF; // of an entry that belongs to no fabric
 CQelFcoePort::CQelFcoePort(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
                            HBA_HANDLE hAdapter, const CQelString& strFabricName, const ORVAN_FC_PORT& entry)
     : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_strFabricName(strFabricName) {
-    CQelDebugScope trace(L"CQelFcoePort::CQelFcoePort");
+    const CQelDebugScope trace(L"CQelFcoePort::CQelFcoePort");
     SetupCache();
     SetupPort(m_strFabricName, entry);
 }
 
 CQelFcoePort::~CQelFcoePort() {
-    CQelDebugScope trace(L"CQelFcoePort::~CQelFcoePort");
+    const CQelDebugScope trace(L"CQelFcoePort::~CQelFcoePort");
 }
 
 void CQelFcoePort::SetupCache() {
-    CQelDebugScope trace(L"CQelFcoePort::SetupCache");
+    const CQelDebugScope trace(L"CQelFcoePort::SetupCache");
     m_cache.AddCache(
         CacheKey::PORT_TARGETS, CachePeriod::LIST,
         Refresh<CQelFcoePort, std::vector<std::shared_ptr<CQelFcoeTarget>>, &CQelFcoePort::GetTargets_HBA>);
 }
 
 void CQelFcoePort::SetupPort(const CQelString& strFabricName, const ORVAN_FC_PORT& entry) {
-    CQelDebugScope trace(L"CQelFcoePort::SetupPort");
+    const CQelDebugScope trace(L"CQelFcoePort::SetupPort");
     auto pRecord = std::make_shared<QEL_FCOE_PORT>();
     pRecord->strNodeWWN = WwnText(entry.NodeWWN);
     pRecord->strPortWWN = WwnText(entry.PortWWN);
@@ -55,30 +55,23 @@ void CQelFcoePort::SetupPort(const CQelString& strFabricName, const ORVAN_FC_POR
 }
 
 BOOL CQelFcoePort::Get(QEL_FCOE_PORT& port) const {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoePort::Get", &bReturn);
-    bReturn = CopyCached(CacheKey::PORT_RECORD, port);
-    return bReturn;
+    CQelTracedResult traced(L"CQelFcoePort::Get", FALSE);
+    return traced(CopyCached(CacheKey::PORT_RECORD, port));
 }
 
 BOOL CQelFcoePort::GetTargets(std::vector<std::shared_ptr<CQelFcoeTarget>>& vecTargets) const {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoePort::GetTargets", &bReturn);
-    bReturn = AppendCached(CacheKey::PORT_TARGETS, vecTargets);
-    return bReturn;
+    CQelTracedResult traced(L"CQelFcoePort::GetTargets", FALSE);
+    return traced(AppendCached(CacheKey::PORT_TARGETS, vecTargets));
 }
 
 BOOL CQelFcoePort::GetTargets_HBA(std::vector<std::shared_ptr<CQelFcoeTarget>>& vecTargets) const {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CQelFcoePort::GetTargets_HBA", &bReturn);
+    CQelTracedResult traced(L"CQelFcoePort::GetTargets_HBA", TRUE);
     CQelAllocation<ORVAN_TARGET_LIST> list;
     if (!CQelFcoeTarget::GetTargetsList_HBA(m_pLibrary, m_hAdapter, *list.Put()) || ListEntries(list.Get()).empty())
-        return bReturn;
+        return traced(TRUE);
     QEL_FCOE_PORT port;
-    if (!Get(port)) {
-        bReturn = FALSE;
-        return bReturn;
-    }
+    if (!Get(port))
+        return traced(FALSE);
     const CQelSharedText strFabricName(port.strFabricName);
     const CQelSharedText strOwningPortWWN(port.strWWN3);
     CQelWwnMatch portWWN(port.strPortWWN, false);
@@ -90,29 +83,28 @@ BOOL CQelFcoePort::GetTargets_HBA(std::vector<std::shared_ptr<CQelFcoeTarget>>& 
         vecTargets.push_back(std::make_shared<CQelFcoeTarget>(m_pLibrary, m_strName, m_strSecondName, m_hAdapter,
                                                               strFabricName, strOwningPortWWN, entry));
     }
-    return bReturn;
+    return traced(TRUE);
 }
 
 LONG CQelFcoePort::GetPortsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_FC_PORT_LIST*& pList) {
-    LONG nReturn = 0;
-    CQelDebugScope trace(L"CQelFcoePort::GetPortsList_HBA", &nReturn);
+    CQelTracedResult traced(L"CQelFcoePort::GetPortsList_HBA", LONG{0});
     pList = nullptr;
-    nReturn = pLibrary->GetPortsCount(hAdapter);
-    if (nReturn < 1)
-        return nReturn;
-    const auto ulCapacity = static_cast<ULONG>(nReturn);
+    LONG lCount = traced(pLibrary->GetPortsCount(hAdapter));
+    if (lCount < 1)
+        return traced(lCount);
+    const auto ulCapacity = static_cast<ULONG>(lCount);
     const ULONG64 ullSize = sizeof(ORVAN_FC_PORT_LIST) + (ulCapacity - 1ull) * sizeof(ORVAN_FC_PORT);
     if (ullSize <= UINT32_MAX)
         pList = static_cast<ORVAN_FC_PORT_LIST*>(std::malloc(ullSize));
     if (!pList)
-        return nReturn;
+        return traced(lCount);
     // What the library does not fill in is not to pass for ports: the list is handed out even when the read fails.
     std::memset(pList->entry, NO_PORT_TYPE, ulCapacity * sizeof(ORVAN_FC_PORT));
     pList->NumberOfEntries = ulCapacity;
     ULONG ulCount = 0;
     if (pLibrary->GetPorts(hAdapter, pList, ulCount))
-        nReturn = static_cast<LONG>(std::min(ulCount, ulCapacity));
+        lCount = static_cast<LONG>(std::min(ulCount, ulCapacity));
     // Ports may have been added since they were counted; nobody is to look for them in this buffer.
     pList->NumberOfEntries = std::min<ULONG>(pList->NumberOfEntries, ulCapacity);
-    return nReturn;
+    return traced(lCount);
 }

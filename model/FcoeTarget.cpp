@@ -70,17 +70,17 @@ CQelFcoeTarget::CQelFcoeTarget(CHBAAPIInt* pLibrary, const CQelSharedText& strNa
                                const CQelSharedText& strOwningPortWWN, const ORVAN_TARGET_ENTRY& entry)
     : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_own{entry, {}, {}}, m_strFabricName(strFabricName),
       m_strOwningPortWWN(strOwningPortWWN) {
-    CQelDebugScope trace(L"CQelFcoeTarget::CQelFcoeTarget");
+    const CQelDebugScope trace(L"CQelFcoeTarget::CQelFcoeTarget");
     SetupCache();
     SetupTarget();
 }
 
 CQelFcoeTarget::~CQelFcoeTarget() {
-    CQelDebugScope trace(L"CQelFcoeTarget::~CQelFcoeTarget");
+    const CQelDebugScope trace(L"CQelFcoeTarget::~CQelFcoeTarget");
 }
 
 void CQelFcoeTarget::SetupCache() {
-    CQelDebugScope trace(L"CQelFcoeTarget::SetupCache");
+    const CQelDebugScope trace(L"CQelFcoeTarget::SetupCache");
     m_cache.AddCache(CacheKey::TARGET_LUNS, CachePeriod::LIST,
                      Refresh<CQelFcoeTarget, std::vector<std::shared_ptr<CQelFcoeLUN>>, &CQelFcoeTarget::GetLUNs_HBA>);
 }
@@ -97,11 +97,10 @@ void CQelFcoeTarget::SetupTarget() {
 }
 
 BOOL CQelFcoeTarget::Get(QEL_FCOE_TARGET& target) const {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeTarget::Get", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeTarget::Get", FALSE);
     std::shared_ptr<const OWN_DATA> pOwn;
     if (!m_cache.Get(CacheKey::TARGET_RECORD, pOwn) || !pOwn)
-        return bReturn;
+        return traced(FALSE);
     const ORVAN_TARGET_ENTRY& entry = pOwn->entry;
     target.strNodeWWN = WwnText(entry.NodeWWN);
     target.strPortWWN = WwnText(entry.PortWWN);
@@ -118,35 +117,30 @@ BOOL CQelFcoeTarget::Get(QEL_FCOE_TARGET& target) const {
     target.strSerial = pOwn->strSerial;
     std::ranges::copy(entry.InitiatorPortWWN.wwn, target.byInitiatorPortWWN);
     target.ulPortType = entry.InitiatorPortType;
-    return bReturn = TRUE;
+    return traced(TRUE);
 }
 
 BOOL CQelFcoeTarget::GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeTarget::GetLUNs", &bReturn);
-    bReturn = GetLUNs_Cache(vecLUNs);
-    return bReturn;
+    CQelTracedResult traced(L"CQelFcoeTarget::GetLUNs", FALSE);
+    return traced(GetLUNs_Cache(vecLUNs));
 }
 
 BOOL CQelFcoeTarget::GetLUNs_Cache(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeTarget::GetLUNs_Cache", &bReturn);
-    bReturn = AppendCached(CacheKey::TARGET_LUNS, vecLUNs);
-    return bReturn;
+    CQelTracedResult traced(L"CQelFcoeTarget::GetLUNs_Cache", FALSE);
+    return traced(AppendCached(CacheKey::TARGET_LUNS, vecLUNs));
 }
 
 BOOL CQelFcoeTarget::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CQelFcoeTarget::GetLUNs_HBA", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeTarget::GetLUNs_HBA", TRUE);
     CQelAllocation<HBA_FCPTARGETMAPPING> mapping;
     if (!CQelFcoeLUN::GetLUNSList_HBA(m_pLibrary, m_hAdapter, *mapping.Put())) {
         QEL_PRINT(L"Unable to retrieve the LUNs List");
-        return bReturn;
+        return traced(TRUE);
     }
     QEL_FCOE_TARGET target;
     if (!Get(target)) {
         QEL_PRINT(L"ERROR:  Unable to retrieve the current target information");
-        return bReturn;
+        return traced(TRUE);
     }
     HBA_WWN initiatorPortWWN;
     std::ranges::copy(target.byInitiatorPortWWN, initiatorPortWWN.wwn);
@@ -163,12 +157,11 @@ BOOL CQelFcoeTarget::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecL
                                                                        m_hAdapter, strFabricName, strOwningPortWWN,
                                                                        strTargetPortWWN, initiatorPortWWN, entry)));
     }
-    return bReturn;
+    return traced(TRUE);
 }
 
 BOOL CQelFcoeTarget::GetTargetsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_TARGET_LIST*& pList) {
-    BOOL bReturn = TRUE;
-    CQelDebugScope trace(L"CQelFcoeTarget::GetTargetsList_HBA", &bReturn);
+    CQelTracedResult traced(L"CQelFcoeTarget::GetTargetsList_HBA", TRUE);
     if (pList) {
         QEL_PRINT(L"CFabricView::GetLUNList() Deleting m_pTargetInfo");
         std::free(pList);
@@ -176,6 +169,5 @@ BOOL CQelFcoeTarget::GetTargetsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapte
     }
     auto result = ReadList(pLibrary, hAdapter, TARGET_LIST);
     pList = result.list.Release();
-    bReturn = result.bMemory;
-    return bReturn;
+    return traced(result.bMemory);
 }

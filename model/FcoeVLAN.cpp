@@ -30,18 +30,18 @@ constexpr CQelListKind<ORVAN_VLAN_LIST> VLAN_LIST = {
 CQelFcoeVLAN::CQelFcoeVLAN(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
                            HBA_HANDLE hAdapter, ULONG ulEntry)
     : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
-    CQelDebugScope trace(L"CQelFcoeVLAN::CQelFcoeVLAN");
+    const CQelDebugScope trace(L"CQelFcoeVLAN::CQelFcoeVLAN");
     SetupCache();
     QEL_FCOE_VLAN discarded;
     SetupVLAN(ulEntry, discarded);
 }
 
 CQelFcoeVLAN::~CQelFcoeVLAN() {
-    CQelDebugScope trace(L"CQelFcoeVLAN::~CQelFcoeVLAN");
+    const CQelDebugScope trace(L"CQelFcoeVLAN::~CQelFcoeVLAN");
 }
 
 void CQelFcoeVLAN::SetupCache() {
-    CQelDebugScope trace(L"CQelFcoeVLAN::SetupCache");
+    const CQelDebugScope trace(L"CQelFcoeVLAN::SetupCache");
     m_cache.AddCache(CacheKey::VLAN_RECORD, CachePeriod::VLAN,
                      Refresh<CQelFcoeVLAN, QEL_FCOE_VLAN, &CQelFcoeVLAN::GetVLAN_HBA>);
 }
@@ -61,10 +61,8 @@ void CQelFcoeVLAN::SetupVLAN(ULONG ulEntry, QEL_FCOE_VLAN& vlan) {
 }
 
 BOOL CQelFcoeVLAN::Get(QEL_FCOE_VLAN& vlan) const {
-    BOOL bReturn = FALSE;
-    CQelDebugScope trace(L"CQelFcoeVLAN::Get", &bReturn);
-    bReturn = CopyCached(CacheKey::VLAN_RECORD, vlan);
-    return bReturn;
+    CQelTracedResult traced(L"CQelFcoeVLAN::Get", FALSE);
+    return traced(CopyCached(CacheKey::VLAN_RECORD, vlan));
 }
 
 void CQelFcoeVLAN::GetVLAN_HBA(QEL_FCOE_VLAN& vlan) {
@@ -78,10 +76,8 @@ void CQelFcoeVLAN::GetVLAN_HBA(QEL_FCOE_VLAN& vlan) {
 }
 
 ULONG CQelFcoeVLAN::GetVlansList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_VLAN_LIST*& pList) {
-    LONG nReturn = 0;
-    CQelDebugScope trace(L"CQelFcoeVLAN::GetVlansList_HBA", &nReturn);
+    CQelTracedResult traced(L"CQelFcoeVLAN::GetVlansList_HBA", LONG{0});
     auto result = ReadList(pLibrary, hAdapter, VLAN_LIST);
     pList = result.list.Release();
-    nReturn = static_cast<LONG>(result.ulCount);
-    return result.ulCount;
+    return static_cast<ULONG>(traced(static_cast<LONG>(result.ulCount)));
 }

@@ -4,11 +4,11 @@
 
 CacheCollection::CacheCollection(void* pOwner, const CQelSharedText& strName) : m_pOwner(pOwner), m_strName(strName) {}
 
-void CacheCollection::AddCache(LONG lKey, ULONG ulTimeout, CacheRefresh pfnRefresh) {
+void CacheCollection::Add(LONG lKey, ULONG ulTimeout, CacheRefresh pfnRefresh) {
     Put(std::make_shared<Entry>(lKey, m_pOwner, ulTimeout, pfnRefresh));
 }
 
-void CacheCollection::AddCache(LONG lKey, std::shared_ptr<void> pValue) {
+void CacheCollection::Add(LONG lKey, std::shared_ptr<void> pValue) {
     Put(std::make_shared<Entry>(lKey, std::move(pValue)));
 }
 
@@ -32,10 +32,6 @@ std::shared_ptr<CacheCollection::Entry> CacheCollection::Find(LONG lKey) const {
         if ((*ppEntry)->lKey == lKey)
             return *ppEntry;
     return nullptr;
-}
-
-bool CacheCollection::Has(LONG lKey) const {
-    return Find(lKey) != nullptr;
 }
 
 void CacheCollection::Invalidate(LONG lKey) {

@@ -2,12 +2,19 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 #include <windows.h>
 
 #include "model/CacheObject.h"
 #include "model/SharedText.h"
+
+// A key: its number, and the type of the value that it always holds.
+template <class T> struct CQelCacheKey { LONG lKey; };
+
+// A refresh routine that leaves nothing but values of the type in its slot.
+template <class T> struct CQelCacheRefresh { CacheRefresh pfnRefresh; };
 
 // Threading: Has, Invalidate and Get may be called from any thread. Keys are registered while the owner is constructed,
 // or by the refresh routine of the very key, and not beside other calls.
@@ -19,21 +26,25 @@ class CacheCollection {
     CacheCollection& operator=(const CacheCollection&) = delete;
 
     // Registers a refreshing value (a fixed one); it takes the place of what the key held.
-    void AddCache(LONG lKey, ULONG ulTimeout, CacheRefresh pfnRefresh);
-    void AddCache(LONG lKey, std::shared_ptr<void> pValue);
+    template <class T>
+    void AddCache(CQelCacheKey<T> key, ULONG ulTimeout, std::type_identity_t<CQelCacheRefresh<T>> refresh) {
+        Add(key.lKey, ulTimeout, refresh.pfnRefresh);
+    }
+    template <class T> void AddCache(CQelCacheKey<T> key, std::type_identity_t<std::shared_ptr<T>> pValue) {
+        Add(key.lKey, std::move(pValue));
+    }
 
-    bool Has(LONG lKey) const;
+    template <class T> [[nodiscard]] bool Has(CQelCacheKey<T> key) const { return Find(key.lKey) != nullptr; }
     // An absent key is ignored.
-    void Invalidate(LONG lKey);
-    // False when the key is absent or its refresh failed; the output is then untouched.
-    bool Get(LONG lKey, std::shared_ptr<void>& pOut) const;
-
-    // The same, with the type that the key holds.
-    template <class T> bool Get(LONG lKey, std::shared_ptr<T>& pOut) const {
+    template <class T> void Invalidate(CQelCacheKey<T> key) { Invalidate(key.lKey); }
+    // False when the key is absent or its refresh failed; the output is then untouched. What is yielded is shared with
+    // other readers.
+    template <class T>
+    [[nodiscard]] bool Get(CQelCacheKey<T> key, std::type_identity_t<std::shared_ptr<const T>>& pOut) const {
         std::shared_ptr<void> pValue;
-        if (!Get(lKey, pValue))
+        if (!Get(key.lKey, pValue))
             return false;
-        pOut = std::static_pointer_cast<T>(std::move(pValue));
+        pOut = std::static_pointer_cast<const T>(std::move(pValue));
         return true;
     }
 
@@ -49,6 +60,11 @@ class CacheCollection {
         CacheObject object;
         std::shared_ptr<Entry> pNext;
     };
+
+    void Add(LONG lKey, ULONG ulTimeout, CacheRefresh pfnRefresh);
+    void Add(LONG lKey, std::shared_ptr<void> pValue);
+    void Invalidate(LONG lKey);
+    bool Get(LONG lKey, std::shared_ptr<void>& pOut) const;
 
     std::shared_ptr<Entry> Find(LONG lKey) const;
     void Put(std::shared_ptr<Entry> pEntry); // takes the place of what the key held

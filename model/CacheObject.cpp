@@ -14,7 +14,8 @@ int CacheObject::Query() const {
 }
 
 bool CacheObject::Get(std::shared_ptr<void>& pOut) {
-    const bool bValid = m_bValid.load(std::memory_order_relaxed);
+    // Acquired from the store below: who sees the mark sees a value.
+    const bool bValid = m_bValid.load(std::memory_order_acquire);
     if (m_ulTimeout != 0 || !bValid) {
         // Unsigned, so the wrap of the tick counter is harmless.
         const DWORD dwElapsed = GetTickCount() - m_dwLastRefresh.load(std::memory_order_relaxed);
@@ -27,7 +28,7 @@ bool CacheObject::Get(std::shared_ptr<void>& pOut) {
             return false;
         // A value that was valid is not marked again: that could undo another thread's invalidation.
         if (!bValid)
-            m_bValid.store(true, std::memory_order_relaxed);
+            m_bValid.store(true, std::memory_order_release);
     }
     pOut = m_pValue.load();
     return true;

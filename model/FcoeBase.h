@@ -23,9 +23,10 @@ class CQelFcoeBase {
     CQelFcoeBase(const CQelFcoeBase&) = delete;
     CQelFcoeBase& operator=(const CQelFcoeBase&) = delete;
 
-    // A refresh routine: runs the object's reader into a fresh value and stores that in the slot, whatever the reader
-    // reported. The result is the reader's; a reader without one never fails.
-    template <class Object, class Value, auto pfnReader> static bool Refresh(void* pOwner, CacheSlot* pSlot);
+    // The refresh routine around an object's reader, a member function that takes the value by reference: it has a
+    // fresh value filled and stores that in the slot, whatever the reader reported. The result is the reader's; a
+    // reader without one never fails.
+    template <auto pfnReader> static constexpr auto Refresh();
 
   protected:
     // hAdapter: the adapter's handle in the library; 0 for an object that opens its own.
@@ -34,9 +35,10 @@ class CQelFcoeBase {
     ~CQelFcoeBase();
 
     // The cached record; false when it cannot be had, and the output is then untouched.
-    template <class Record> bool CopyCached(LONG lKey, Record& record) const;
-    // Appends the objects of a cached list in their order.
-    template <class Object> bool AppendCached(LONG lKey, std::vector<std::shared_ptr<Object>>& vecOut) const;
+    template <class Record> [[nodiscard]] bool CopyCached(CQelCacheKey<Record> key, Record& record) const;
+    // Appends the objects of a cached list in their order; false as above.
+    template <class Object>
+    [[nodiscard]] bool AppendCached(CQelCacheKey<CQelObjectList<Object>> key, CQelObjectList<Object>& vecOut) const;
 
     mutable CQelLock m_csLock;
     ULONG m_ulOpened; // 1 once an attempt to open the library handle has run
@@ -47,33 +49,43 @@ class CQelFcoeBase {
     HBA_HANDLE m_hAdapter;           // 0: not open
 };
 
-template <class Object, class Value, auto pfnReader> bool CQelFcoeBase::Refresh(void* pOwner, CacheSlot* pSlot) {
-    if (!pOwner)
-        return false;
-    auto& object = static_cast<Object&>(*static_cast<CQelFcoeBase*>(pOwner));
-    auto pValue = std::make_shared<Value>();
-    if constexpr (std::is_void_v<decltype((object.*pfnReader)(*pValue))>) {
-        (object.*pfnReader)(*pValue);
-        pSlot->store(std::move(pValue));
-        return true;
-    } else {
-        const bool bResult = (object.*pfnReader)(*pValue);
+template <class Reader> struct ReaderTraits;
+template <class Result, class Owner, class Cached> struct ReaderTraits<Result (Owner::*)(Cached&)> {
+    using Object = Owner;
+    using Value = Cached;
+};
+template <class Result, class Owner, class Cached>
+struct ReaderTraits<Result (Owner::*)(Cached&) const> : ReaderTraits<Result (Owner::*)(Cached&)> {};
+
+template <auto pfnReader> constexpr auto CQelFcoeBase::Refresh() {
+    using Traits = ReaderTraits<decltype(pfnReader)>;
+    return CQelCacheRefresh<typename Traits::Value>{[](void* pOwner, CacheSlot* pSlot) {
+        if (!pOwner)
+            return false;
+        auto& object = static_cast<typename Traits::Object&>(*static_cast<CQelFcoeBase*>(pOwner));
+        auto pValue = std::make_shared<typename Traits::Value>();
+        bool bResult = true;
+        if constexpr (std::is_void_v<decltype((object.*pfnReader)(*pValue))>)
+            (object.*pfnReader)(*pValue);
+        else
+            bResult = (object.*pfnReader)(*pValue);
         pSlot->store(std::move(pValue));
         return bResult;
-    }
+    }};
 }
 
-template <class Record> bool CQelFcoeBase::CopyCached(LONG lKey, Record& record) const {
-    std::shared_ptr<Record> pRecord;
-    if (!m_cache.Get(lKey, pRecord) || !pRecord)
+template <class Record> bool CQelFcoeBase::CopyCached(CQelCacheKey<Record> key, Record& record) const {
+    std::shared_ptr<const Record> pRecord;
+    if (!m_cache.Get(key, pRecord) || !pRecord)
         return false;
     record = *pRecord;
     return true;
 }
 
-template <class Object> bool CQelFcoeBase::AppendCached(LONG lKey, std::vector<std::shared_ptr<Object>>& vecOut) const {
-    std::shared_ptr<std::vector<std::shared_ptr<Object>>> pList;
-    if (!m_cache.Get(lKey, pList) || !pList)
+template <class Object>
+bool CQelFcoeBase::AppendCached(CQelCacheKey<CQelObjectList<Object>> key, CQelObjectList<Object>& vecOut) const {
+    std::shared_ptr<const CQelObjectList<Object>> pList;
+    if (!m_cache.Get(key, pList) || !pList)
         return false;
     vecOut.insert(vecOut.end(), pList->begin(), pList->end());
     return true;

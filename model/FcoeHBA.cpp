@@ -19,7 +19,6 @@
 namespace {
 
 constexpr wchar_t SOURCE_FILE[] = L"model\\FcoeHBA";
-constexpr LONG CACHE_KEYS[] = {CacheKey::HBA_RECORD, CacheKey::HBA_FABRICS, CacheKey::HBA_VLANS, CacheKey::HBA_LUNS};
 
 // The model as hosts know it: 256 divided by the first character's code is the capacity that the conversion gets, so of
 // most models only the first two or three characters arrive. Hosts rely on that.
@@ -93,23 +92,22 @@ CQelString CQelFcoeHBA::GetAdapterName() const {
     return m_strAdapterName;
 }
 
+template <class Work> void CQelFcoeHBA::ForEachCachedValue(Work work) {
+    work(CacheKey::HBA_RECORD, Refresh<&CQelFcoeHBA::GetHBA>());
+    work(CacheKey::HBA_FABRICS, Refresh<&CQelFcoeHBA::GetFabrics_HBA>());
+    work(CacheKey::HBA_VLANS, Refresh<&CQelFcoeHBA::GetVLANs_HBA>());
+    work(CacheKey::HBA_LUNS, Refresh<&CQelFcoeHBA::GetLUNs_HBA>());
+}
+
 void CQelFcoeHBA::SetupCache() {
     const CQelDebugScope trace(L"CQelFcoeHBA::SetupCache");
-    m_cache.AddCache(CacheKey::HBA_RECORD, CachePeriod::LIST,
-                     &Refresh<CQelFcoeHBA, QEL_FCOE_HBA, &CQelFcoeHBA::GetHBA>);
-    m_cache.AddCache(CacheKey::HBA_FABRICS, CachePeriod::LIST,
-                     &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeFabric>>, &CQelFcoeHBA::GetFabrics_HBA>);
-    m_cache.AddCache(CacheKey::HBA_VLANS, CachePeriod::LIST,
-                     &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeVLAN>>, &CQelFcoeHBA::GetVLANs_HBA>);
-    m_cache.AddCache(CacheKey::HBA_LUNS, CachePeriod::LIST,
-                     &Refresh<CQelFcoeHBA, std::vector<std::shared_ptr<CQelFcoeLUN>>, &CQelFcoeHBA::GetLUNs_HBA>);
+    ForEachCachedValue([this](auto key, auto refresh) { m_cache.AddCache(key, CachePeriod::LIST, refresh); });
 }
 
 void CQelFcoeHBA::InvalidateCache() {
     const CQelDebugScope trace(L"CQelFcoeHBA::InvalidateCache");
     const CQelLockGuard guard(m_csLock);
-    for (const LONG lKey : CACHE_KEYS)
-        m_cache.Invalidate(lKey);
+    ForEachCachedValue([this](auto key, auto) { m_cache.Invalidate(key); });
 }
 
 BOOL CQelFcoeHBA::Get(QEL_FCOE_HBA& record) {

@@ -64,6 +64,8 @@ class CQelFcoeHBA : public CQelFcoeBase {
     void Close() noexcept;
     HBA_HANDLE GetHandle() const;
     CQelString GetAdapterName() const;
+    // work(key, refresh routine) for each value that the adapter caches.
+    template <class Work> void ForEachCachedValue(Work work);
     void SetupCache();
 
     void GetHBA(QEL_FCOE_HBA& record);

@@ -70,23 +70,26 @@ CQelFcoeLUN::CQelFcoeLUN(CHBAAPIInt* pLibrary, const CQelSharedText& strName, co
     : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_strFabricName(strFabricName),
       m_strOwningPortWWN(strOwningPortWWN), m_strTargetPortWWN(strTargetPortWWN), m_initiatorPortWWN(initiatorPortWWN) {
     const CQelDebugScope trace(L"CQelFcoeLUN::CQelFcoeLUN");
-    m_own.ulOsLun = entry.ScsiId.ScsiOSLun;
-    m_own.ulScsiBus = entry.ScsiId.ScsiBusNumber;
-    m_own.ulScsiTarget = entry.ScsiId.ScsiTargetNumber;
-    m_own.strOsDeviceName = DeviceName(entry.ScsiId.OSDeviceName);
-    ReadCapacity(entry.FcpId);
-    // Refers to the member, which lives as long as the cache: no heap block of its own for each of thousands.
-    m_cache.AddCache(CacheKey::LUN_RECORD, std::shared_ptr<void>(std::shared_ptr<void>(), &m_own));
+    SetupLUN(entry);
 }
 
 CQelFcoeLUN::~CQelFcoeLUN() {
     const CQelDebugScope trace(L"CQelFcoeLUN::~CQelFcoeLUN");
 }
 
-void CQelFcoeLUN::ReadCapacity(const HBA_FCPID& unit) {
-    m_own.strCapacity = ResourceText<IDS_QEL_UNKNOWN>();
-    m_own.strBlockSize = ResourceText<IDS_QEL_UNKNOWN>();
+void CQelFcoeLUN::SetupLUN(const HBA_FCPSCSIENTRY& entry) {
+    auto pData = std::make_shared<LunData>();
+    pData->ulOsLun = entry.ScsiId.ScsiOSLun;
+    pData->ulScsiBus = entry.ScsiId.ScsiBusNumber;
+    pData->ulScsiTarget = entry.ScsiId.ScsiTargetNumber;
+    pData->strOsDeviceName = DeviceName(entry.ScsiId.OSDeviceName);
+    pData->strCapacity = ResourceText<IDS_QEL_UNKNOWN>();
+    pData->strBlockSize = ResourceText<IDS_QEL_UNKNOWN>();
+    ReadCapacity(entry.FcpId, *pData);
+    m_cache.AddCache(CacheKey::LUN_RECORD, std::move(pData));
+}
 
+void CQelFcoeLUN::ReadCapacity(const HBA_FCPID& unit, LunData& data) const {
     CQelScsiBuffers buffers;
     BOOL bRead = m_pLibrary->RetrieveLUNCapacityV2(m_hAdapter, m_initiatorPortWWN, unit.PortWWN, unit.FcpLun,
                                                    buffers.abyResponse, CQelScsiBuffers::SIZE, buffers.abySense,
@@ -108,22 +111,22 @@ void CQelFcoeLUN::ReadCapacity(const HBA_FCPID& unit) {
         QEL_PRINT(L"FormatLUNData() failed.  RES=0x%x", nResult);
         return;
     }
-    m_own.strCapacity = CapacityText(dCapacity);
-    m_own.strBlockSize = NumberText<IDS_QEL_SIZE_BYTES_FORMAT>(llBlockSize);
+    data.strCapacity = CapacityText(dCapacity);
+    data.strBlockSize = NumberText<IDS_QEL_SIZE_BYTES_FORMAT>(llBlockSize);
 }
 
 BOOL CQelFcoeLUN::Get(QEL_FCOE_LUN& lun) const {
     CQelTracedResult traced(L"CQelFcoeLUN::Get", FALSE);
-    std::shared_ptr<const OWN_DATA> pOwn;
-    if (!m_cache.Get(CacheKey::LUN_RECORD, pOwn) || !pOwn)
+    std::shared_ptr<const LunData> pData;
+    if (!m_cache.Get(CacheKey::LUN_RECORD, pData) || !pData)
         return traced(FALSE);
-    lun.ulOsLun = pOwn->ulOsLun;
-    lun.ulScsiBus = pOwn->ulScsiBus;
-    lun.ulScsiTarget = pOwn->ulScsiTarget;
+    lun.ulOsLun = pData->ulOsLun;
+    lun.ulScsiBus = pData->ulScsiBus;
+    lun.ulScsiTarget = pData->ulScsiTarget;
     lun.ulReserved = 0;
-    lun.strOsDeviceName = pOwn->strOsDeviceName;
-    lun.strCapacity = pOwn->strCapacity;
-    lun.strBlockSize = pOwn->strBlockSize;
+    lun.strOsDeviceName = pData->strOsDeviceName;
+    lun.strCapacity = pData->strCapacity;
+    lun.strBlockSize = pData->strBlockSize;
     lun.strTargetPortWWN = m_strTargetPortWWN;
     lun.strOwningPortWWN = m_strOwningPortWWN;
     lun.strInitiatorPortWWN = WwnText(m_initiatorPortWWN);

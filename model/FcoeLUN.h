@@ -4,6 +4,16 @@
 #include "FcoeAgent/FcoeRecords.h"
 #include "model/FcoeBase.h"
 
+// What a unit does not share with the others of its target.
+struct LunData {
+    ULONG ulOsLun = 0;
+    ULONG ulScsiBus = 0;
+    ULONG ulScsiTarget = 0;
+    CQelString strOsDeviceName;
+    CQelString strCapacity;
+    CQelString strBlockSize;
+};
+
 // Its record is read once, at construction: new readings need new objects.
 // Threading: any thread. Errors: a unit that does not answer has a record with unknown capacity; only memory exhaustion
 // is thrown.
@@ -22,19 +32,10 @@ class CQelFcoeLUN : public CQelFcoeBase {
     static BOOL GetLUNSList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, HBA_FCPTARGETMAPPING*& pMapping);
 
   private:
-    // What the unit does not share with the others of its target.
-    struct OWN_DATA {
-        ULONG ulOsLun = 0;
-        ULONG ulScsiBus = 0;
-        ULONG ulScsiTarget = 0;
-        CQelString strOsDeviceName;
-        CQelString strCapacity;
-        CQelString strBlockSize;
-    };
+    void SetupLUN(const HBA_FCPSCSIENTRY& entry);
+    // Writes the two sizes; both stay as they are when the unit does not answer.
+    void ReadCapacity(const HBA_FCPID& unit, LunData& data) const;
 
-    void ReadCapacity(const HBA_FCPID& unit);
-
-    OWN_DATA m_own; // fixed once the unit is constructed; what the cache holds
     const CQelSharedText m_strFabricName;
     const CQelSharedText m_strOwningPortWWN;
     const CQelSharedText m_strTargetPortWWN;

@@ -31,9 +31,7 @@ CQelFcoePort::~CQelFcoePort() {
 
 void CQelFcoePort::SetupCache() {
     const CQelDebugScope trace(L"CQelFcoePort::SetupCache");
-    m_cache.AddCache(
-        CacheKey::PORT_TARGETS, CachePeriod::LIST,
-        Refresh<CQelFcoePort, std::vector<std::shared_ptr<CQelFcoeTarget>>, &CQelFcoePort::GetTargets_HBA>);
+    m_cache.AddCache(CacheKey::PORT_TARGETS, CachePeriod::LIST, Refresh<&CQelFcoePort::GetTargets_HBA>());
 }
 
 void CQelFcoePort::SetupPort(const CQelString& strFabricName, const ORVAN_FC_PORT& entry) {

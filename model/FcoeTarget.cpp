@@ -68,11 +68,11 @@ CQelString Vendor(const CQelScsiBuffers& buffers) {
 CQelFcoeTarget::CQelFcoeTarget(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
                                HBA_HANDLE hAdapter, const CQelSharedText& strFabricName,
                                const CQelSharedText& strOwningPortWWN, const ORVAN_TARGET_ENTRY& entry)
-    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_own{entry, {}, {}}, m_strFabricName(strFabricName),
+    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_strFabricName(strFabricName),
       m_strOwningPortWWN(strOwningPortWWN) {
     const CQelDebugScope trace(L"CQelFcoeTarget::CQelFcoeTarget");
     SetupCache();
-    SetupTarget();
+    SetupTarget(entry);
 }
 
 CQelFcoeTarget::~CQelFcoeTarget() {
@@ -81,27 +81,25 @@ CQelFcoeTarget::~CQelFcoeTarget() {
 
 void CQelFcoeTarget::SetupCache() {
     const CQelDebugScope trace(L"CQelFcoeTarget::SetupCache");
-    m_cache.AddCache(CacheKey::TARGET_LUNS, CachePeriod::LIST,
-                     Refresh<CQelFcoeTarget, std::vector<std::shared_ptr<CQelFcoeLUN>>, &CQelFcoeTarget::GetLUNs_HBA>);
+    m_cache.AddCache(CacheKey::TARGET_LUNS, CachePeriod::LIST, Refresh<&CQelFcoeTarget::GetLUNs_HBA>());
 }
 
-void CQelFcoeTarget::SetupTarget() {
-    const HBA_WWN& port = m_own.entry.PortWWN;
+void CQelFcoeTarget::SetupTarget(const ORVAN_TARGET_ENTRY& entry) {
+    auto pData = std::make_shared<TargetData>(TargetData{entry, {}, {}});
     CQelScsiBuffers buffers;
-    if (Inquire(*m_pLibrary, m_hAdapter, port, VPD, UNIT_SERIAL_NUMBER_PAGE, buffers))
-        m_own.strSerial = SerialNumber(buffers);
-    if (Inquire(*m_pLibrary, m_hAdapter, port, 0, STANDARD_PAGE, buffers))
-        m_own.strVendor = Vendor(buffers);
-    // Refers to the member, which lives as long as the cache.
-    m_cache.AddCache(CacheKey::TARGET_RECORD, std::shared_ptr<void>(std::shared_ptr<void>(), &m_own));
+    if (Inquire(*m_pLibrary, m_hAdapter, entry.PortWWN, VPD, UNIT_SERIAL_NUMBER_PAGE, buffers))
+        pData->strSerial = SerialNumber(buffers);
+    if (Inquire(*m_pLibrary, m_hAdapter, entry.PortWWN, 0, STANDARD_PAGE, buffers))
+        pData->strVendor = Vendor(buffers);
+    m_cache.AddCache(CacheKey::TARGET_RECORD, std::move(pData));
 }
 
 BOOL CQelFcoeTarget::Get(QEL_FCOE_TARGET& target) const {
     CQelTracedResult traced(L"CQelFcoeTarget::Get", FALSE);
-    std::shared_ptr<const OWN_DATA> pOwn;
-    if (!m_cache.Get(CacheKey::TARGET_RECORD, pOwn) || !pOwn)
+    std::shared_ptr<const TargetData> pData;
+    if (!m_cache.Get(CacheKey::TARGET_RECORD, pData) || !pData)
         return traced(FALSE);
-    const ORVAN_TARGET_ENTRY& entry = pOwn->entry;
+    const ORVAN_TARGET_ENTRY& entry = pData->entry;
     target.strNodeWWN = WwnText(entry.NodeWWN);
     target.strPortWWN = WwnText(entry.PortWWN);
     target.ulScsiBus = entry.ScsiBusNumber;
@@ -113,8 +111,8 @@ BOOL CQelFcoeTarget::Get(QEL_FCOE_TARGET& target) const {
     target.strFabricName = m_strFabricName;
     target.strDeviceId = m_strName;
     target.strSecondId = m_strSecondName;
-    target.strVendor = pOwn->strVendor;
-    target.strSerial = pOwn->strSerial;
+    target.strVendor = pData->strVendor;
+    target.strSerial = pData->strSerial;
     std::ranges::copy(entry.InitiatorPortWWN.wwn, target.byInitiatorPortWWN);
     target.ulPortType = entry.InitiatorPortType;
     return traced(TRUE);

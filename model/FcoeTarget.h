@@ -5,6 +5,13 @@
 #include "model/FcoeBase.h"
 #include "model/FcoeLUN.h"
 
+// What a target does not share with the others of its port.
+struct TargetData {
+    ORVAN_TARGET_ENTRY entry;
+    CQelString strSerial;
+    CQelString strVendor;
+};
+
 // Its record, vendor and serial number included, is read once, at construction; its logical units are read again
 // whenever the list has aged.
 // Threading: any thread, once it is constructed. Errors: library failures are logged and leave texts or lists empty;
@@ -31,16 +38,8 @@ class CQelFcoeTarget : public CQelFcoeBase {
     static BOOL GetTargetsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_TARGET_LIST*& pList);
 
   private:
-    // What the target does not share with the others of its port.
-    struct OWN_DATA {
-        ORVAN_TARGET_ENTRY entry;
-        CQelString strSerial;
-        CQelString strVendor;
-    };
+    void SetupTarget(const ORVAN_TARGET_ENTRY& entry);
 
-    void SetupTarget();
-
-    OWN_DATA m_own; // fixed once the target is constructed; what the cache holds
     const CQelSharedText m_strFabricName;
     const CQelSharedText m_strOwningPortWWN;
 };

@@ -42,8 +42,7 @@ CQelFcoeVLAN::~CQelFcoeVLAN() {
 
 void CQelFcoeVLAN::SetupCache() {
     const CQelDebugScope trace(L"CQelFcoeVLAN::SetupCache");
-    m_cache.AddCache(CacheKey::VLAN_RECORD, CachePeriod::VLAN,
-                     Refresh<CQelFcoeVLAN, QEL_FCOE_VLAN, &CQelFcoeVLAN::GetVLAN_HBA>);
+    m_cache.AddCache(CacheKey::VLAN_RECORD, CachePeriod::VLAN, Refresh<&CQelFcoeVLAN::GetVLAN_HBA>());
 }
 
 void CQelFcoeVLAN::SetupVLAN(ULONG ulEntry, QEL_FCOE_VLAN& vlan) {

@@ -24,15 +24,17 @@ bool Fail(void*, CacheSlot*) {
 class BrokenHBA : public CQelFcoeHBA {
   public:
     using CQelFcoeHBA::CQelFcoeHBA;
-    void Break(LONG key) { m_cache.AddCache(key, 10, &Fail); }
-    void Hold(LONG key, std::shared_ptr<void> value) { m_cache.AddCache(key, std::move(value)); }
+    template <CQelCacheKey key> void Break() { m_cache.AddCache(key, 10, {&Fail}); }
+    void Hold(std::shared_ptr<CQelObjectList<CQelFcoeLUN>> luns) {
+        m_cache.AddCache(CacheKey::HBA_LUNS, std::move(luns));
+    }
 };
 
 // A logical unit without a record.
 class BrokenLUN : public CQelFcoeLUN {
   public:
     explicit BrokenLUN(CHBAAPIInt* library) : CQelFcoeLUN(library, L"", L"", 0, L"", L"", L"", HBA_WWN{}, {}) {
-        m_cache.AddCache(CacheKey::LUN_RECORD, 10, &Fail);
+        m_cache.AddCache(CacheKey::LUN_RECORD, 10, {&Fail});
     }
 };
 
@@ -51,7 +53,8 @@ class BrokenFabric : public CQelFcoeFabric {
 struct Operation {
     const char* name;
     const char* failure; // before the identifier
-    LONG key;            // of what it asks the adapter for; 0: it is not cached
+    // Makes what it asks the adapter for fail; null: that is not cached.
+    void (BrokenHBA::*breakReader)();
     // Runs it with an empty list and tells how many records there are then.
     std::function<std::pair<BOOL, std::size_t>(CQelFcoeAgentIntf&, CQelString&)> run;
     std::size_t perAdapter;
@@ -67,13 +70,18 @@ template <class Record, class Id> auto Run(BOOL (CQelFcoeAgentIntf::*operation)(
 
 using I = CQelFcoeAgentIntf;
 const Operation OPERATIONS[] = {
-    {"EnumerateHBAs", "Unable to get the HBA for ", 11, Run(&I::EnumerateHBAs), 1},
-    {"EnumerateFabrics", "Unable to get the fabrics for ", 18, Run(&I::EnumerateFabrics), 1},
-    {"EnumeratePorts", "Unable to get the ports for ", 18, Run(&I::EnumeratePorts), 2},
-    {"EnumerateTargets", "Unable to get the fabrics for ", 18, Run(&I::EnumerateTargets), 1},
-    {"EnumerateVLANs", "Unable to get the fabrics for ", 20, Run(&I::EnumerateVLANs), 3},
-    {"EnumerateLUNs", "Unable to get the fabrics for ", 21, Run(&I::EnumerateLUNs), 4},
-    {"EnumerateStatistics", "Unable to get the fabrics for ", 0, Run(&I::EnumerateStatistics), 15},
+    {"EnumerateHBAs", "Unable to get the HBA for ", &BrokenHBA::Break<CacheKey::HBA_RECORD>, Run(&I::EnumerateHBAs), 1},
+    {"EnumerateFabrics", "Unable to get the fabrics for ", &BrokenHBA::Break<CacheKey::HBA_FABRICS>,
+     Run(&I::EnumerateFabrics), 1},
+    {"EnumeratePorts", "Unable to get the ports for ", &BrokenHBA::Break<CacheKey::HBA_FABRICS>,
+     Run(&I::EnumeratePorts), 2},
+    {"EnumerateTargets", "Unable to get the fabrics for ", &BrokenHBA::Break<CacheKey::HBA_FABRICS>,
+     Run(&I::EnumerateTargets), 1},
+    {"EnumerateVLANs", "Unable to get the fabrics for ", &BrokenHBA::Break<CacheKey::HBA_VLANS>,
+     Run(&I::EnumerateVLANs), 3},
+    {"EnumerateLUNs", "Unable to get the fabrics for ", &BrokenHBA::Break<CacheKey::HBA_LUNS>, Run(&I::EnumerateLUNs),
+     4},
+    {"EnumerateStatistics", "Unable to get the fabrics for ", nullptr, Run(&I::EnumerateStatistics), 15},
 };
 
 class Enumerations : public AgentFixture, public testing::WithParamInterface<Operation> {
@@ -158,7 +166,7 @@ TEST_P(Enumerations, AdapterWithoutFcoeIsAskedAllTheSame) {
 
 TEST_P(FailingEnumerations, FailedAdapterIsLoggedAndTheOthersAreAppended) {
     Start();
-    Replace(L"{A}")->Break(GetParam().key);
+    ((*Replace(L"{A}")).*GetParam().breakReader)();
     Forget();
     EXPECT_EQ(std::pair(BOOL{FALSE}, GetParam().perAdapter), Run(L""));
     EXPECT_EQ(1, log.Count(std::string(GetParam().failure) + "{A}"));
@@ -168,7 +176,7 @@ TEST_P(FailingEnumerations, FailedAdapterIsLoggedAndTheOthersAreAppended) {
 
 TEST_P(FailingEnumerations, LaterFailureKeepsWhatEarlierAdaptersGave) {
     Start();
-    Replace(L"{B}")->Break(GetParam().key);
+    ((*Replace(L"{B}")).*GetParam().breakReader)();
     EXPECT_EQ(std::pair(BOOL{FALSE}, GetParam().perAdapter), Run(L""));
 }
 
@@ -261,7 +269,7 @@ TEST_F(EnumerateLists, LunWithoutARecordIsLeftOut) {
         return std::make_shared<CQelFcoeLUN>(agent->Library(), L"{A}", L"", 7, L"", L"", L"", HBA_WWN{}, entry);
     };
     *luns = {Lun(1), std::make_shared<BrokenLUN>(agent->Library()), Lun(3)};
-    broken->Hold(CacheKey::HBA_LUNS, luns);
+    broken->Hold(luns);
     agent->Hold(L"{A}", broken);
     log.Clear();
     std::vector<QEL_FCOE_LUN> records;

@@ -10,7 +10,7 @@
 
 namespace {
 
-struct RECORD {
+struct Record {
     int nNumber = 0;
     CQelString strText;
 };
@@ -21,7 +21,7 @@ class Object : public CQelFcoeBase {
   public:
     explicit Object(CHBAAPIInt* library = nullptr) : CQelFcoeBase(library, L"{GUID}", L"Adapter 1", 7) {}
 
-    void ReadRecord(RECORD& record) {
+    void ReadRecord(Record& record) {
         ++reads;
         record.nNumber = number;
         record.strText = L"text";
@@ -47,8 +47,10 @@ class Object : public CQelFcoeBase {
     bool succeeds = true;
 };
 
-constexpr auto RefreshRecord = &CQelFcoeBase::Refresh<Object, RECORD, &Object::ReadRecord>;
-constexpr auto RefreshChildren = &CQelFcoeBase::Refresh<Object, Children, &Object::ReadChildren>;
+constexpr CQelCacheKey<Record> RECORD{11};
+constexpr CQelCacheKey<Children> CHILDREN{18};
+constexpr CQelCacheRefresh<Record> REFRESH_RECORD = CQelFcoeBase::Refresh<&Object::ReadRecord>();
+constexpr CQelCacheRefresh<Children> REFRESH_CHILDREN = CQelFcoeBase::Refresh<&Object::ReadChildren>();
 
 } // namespace
 
@@ -66,41 +68,41 @@ TEST(FcoeBase, KeepsWhatItIsMadeWith) {
 
 TEST(FcoeBase, RefreshWithoutOwnerIsFalse) {
     CacheSlot slot;
-    EXPECT_FALSE(RefreshRecord(nullptr, &slot));
-    EXPECT_FALSE(RefreshChildren(nullptr, &slot));
+    EXPECT_FALSE(REFRESH_RECORD.pfnRefresh(nullptr, &slot));
+    EXPECT_FALSE(REFRESH_CHILDREN.pfnRefresh(nullptr, &slot));
     EXPECT_EQ(nullptr, slot.load());
 }
 
 TEST(FcoeBase, ReaderWithoutResultNeverFails) {
     Object object;
     CacheSlot slot;
-    EXPECT_TRUE(RefreshRecord(static_cast<CQelFcoeBase*>(&object), &slot));
-    EXPECT_EQ(1, static_cast<RECORD*>(slot.load().get())->nNumber);
+    EXPECT_TRUE(REFRESH_RECORD.pfnRefresh(static_cast<CQelFcoeBase*>(&object), &slot));
+    EXPECT_EQ(1, static_cast<Record*>(slot.load().get())->nNumber);
 }
 
 TEST(FcoeBase, ReadersResultIsTheRoutinesAndTheValueIsStoredAllTheSame) {
     Object object;
     CacheSlot slot;
     object.succeeds = false;
-    EXPECT_FALSE(RefreshChildren(static_cast<CQelFcoeBase*>(&object), &slot));
+    EXPECT_FALSE(REFRESH_CHILDREN.pfnRefresh(static_cast<CQelFcoeBase*>(&object), &slot));
     EXPECT_EQ(1u, static_cast<Children*>(slot.load().get())->size());
 }
 
 TEST(FcoeBase, EachRefreshStoresAFreshValue) {
     Object object;
     CacheSlot slot;
-    RefreshChildren(static_cast<CQelFcoeBase*>(&object), &slot);
+    REFRESH_CHILDREN.pfnRefresh(static_cast<CQelFcoeBase*>(&object), &slot);
     const auto first = slot.load();
-    RefreshChildren(static_cast<CQelFcoeBase*>(&object), &slot);
+    REFRESH_CHILDREN.pfnRefresh(static_cast<CQelFcoeBase*>(&object), &slot);
     EXPECT_NE(first, slot.load());
     EXPECT_EQ(1u, static_cast<Children*>(first.get())->size());
 }
 
 TEST(FcoeBase, CollectionHandsTheObjectToItsRoutines) {
     Object object;
-    object.m_cache.AddCache(11, 10, RefreshRecord);
-    RECORD record;
-    EXPECT_TRUE(object.CopyCached(11, record));
+    object.m_cache.AddCache(RECORD, 10, REFRESH_RECORD);
+    Record record;
+    EXPECT_TRUE(object.CopyCached(RECORD, record));
     EXPECT_EQ(1, record.nNumber);
     EXPECT_TRUE(record.strText == L"text");
 }
@@ -108,33 +110,33 @@ TEST(FcoeBase, CollectionHandsTheObjectToItsRoutines) {
 TEST(FcoeBase, CachedRecordIsServedWithinItsPeriod) {
     MovedClock clock;
     Object object;
-    object.m_cache.AddCache(11, 10, RefreshRecord);
-    RECORD record;
-    object.CopyCached(11, record);
+    object.m_cache.AddCache(RECORD, 10, REFRESH_RECORD);
+    Record record;
+    EXPECT_TRUE(object.CopyCached(RECORD, record));
     object.number = 2;
     clock.Advance(10);
-    object.CopyCached(11, record);
+    EXPECT_TRUE(object.CopyCached(RECORD, record));
     EXPECT_EQ(1, record.nNumber);
     clock.Advance(1);
-    object.CopyCached(11, record);
+    EXPECT_TRUE(object.CopyCached(RECORD, record));
     EXPECT_EQ(2, record.nNumber);
     EXPECT_EQ(2, object.reads);
 }
 
 TEST(FcoeBase, MissingRecordLeavesTheCallersUntouched) {
     Object object;
-    RECORD record;
+    Record record;
     record.nNumber = 77;
-    EXPECT_FALSE(object.CopyCached(11, record));
+    EXPECT_FALSE(object.CopyCached(RECORD, record));
     EXPECT_EQ(77, record.nNumber);
 }
 
 TEST(FcoeBase, ListsAreAppendedToInOrder) {
     Object object;
     Children cached{std::make_shared<int>(1), std::make_shared<int>(2)};
-    object.m_cache.AddCache(18, std::make_shared<Children>(cached));
+    object.m_cache.AddCache(CHILDREN, std::make_shared<Children>(cached));
     Children out{std::make_shared<int>(0)};
-    EXPECT_TRUE(object.AppendCached(18, out));
+    EXPECT_TRUE(object.AppendCached(CHILDREN, out));
     ASSERT_EQ(3u, out.size());
     EXPECT_EQ(0, *out[0]);
     EXPECT_EQ(cached[0], out[1]);
@@ -144,9 +146,9 @@ TEST(FcoeBase, ListsAreAppendedToInOrder) {
 TEST(FcoeBase, FailedListLeavesTheCallersUntouched) {
     Object object;
     object.succeeds = false;
-    object.m_cache.AddCache(17, 10, RefreshChildren);
+    object.m_cache.AddCache(CHILDREN, 10, REFRESH_CHILDREN);
     Children out;
-    EXPECT_FALSE(object.AppendCached(17, out));
+    EXPECT_FALSE(object.AppendCached(CHILDREN, out));
     EXPECT_TRUE(out.empty());
 }
 

@@ -267,9 +267,9 @@ TEST_F(FabricLuns, AreThoseOfEachTargetInTurn) {
 namespace {
 
 template <class Object> struct Failing : Object {
-    static void Break(Object& object, LONG key) {
+    template <class Value> static void Break(Object& object, CQelCacheKey<Value> key) {
         auto& cache = object.*(&Failing::m_cache);
-        cache.AddCache(key, 0, [](void*, CacheSlot*) { return false; });
+        cache.AddCache(key, 0, {[](void*, CacheSlot*) { return false; }});
     }
 };
 

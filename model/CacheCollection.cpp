@@ -2,7 +2,8 @@
 
 #include <utility>
 
-CacheCollection::CacheCollection(void* pOwner, const CQelSharedText& strName) : m_pOwner(pOwner), m_strName(strName) {}
+CacheCollection::CacheCollection(void* pOwner, std::shared_ptr<const CQelString> pName)
+    : m_pOwner(pOwner), m_pName(std::move(pName)) {}
 
 void CacheCollection::Add(LONG lKey, ULONG ulTimeout, CacheRefresh pfnRefresh) {
     Put(std::make_shared<Entry>(lKey, m_pOwner, ulTimeout, pfnRefresh));

@@ -7,8 +7,8 @@
 
 #include <windows.h>
 
+#include "FcoeAgent/QelString.h"
 #include "model/CacheObject.h"
-#include "model/SharedText.h"
 
 // A key: its number, and the type of the value that it always holds.
 template <class T> struct CQelCacheKey { LONG lKey; };
@@ -21,7 +21,7 @@ template <class T> struct CQelCacheRefresh { CacheRefresh pfnRefresh; };
 class CacheCollection {
   public:
     // pOwner is handed to the refresh routines.
-    CacheCollection(void* pOwner, const CQelSharedText& strName);
+    CacheCollection(void* pOwner, std::shared_ptr<const CQelString> pName);
     CacheCollection(const CacheCollection&) = delete;
     CacheCollection& operator=(const CacheCollection&) = delete;
 
@@ -48,7 +48,7 @@ class CacheCollection {
         return true;
     }
 
-    const CQelSharedText& GetName() const { return m_strName; }
+    const CQelString& GetName() const { return *m_pName; }
 
   private:
     // One or a few, newest first; a chain, because every object of the tree has a collection and most have one entry.
@@ -71,6 +71,6 @@ class CacheCollection {
     void Remove(LONG lKey);
 
     void* m_pOwner;
-    CQelSharedText m_strName; // the owner's, for the reader of a dump
+    std::shared_ptr<const CQelString> m_pName; // the owner's, for the reader of a dump
     std::shared_ptr<Entry> m_pFirst;
 };

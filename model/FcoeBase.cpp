@@ -1,9 +1,10 @@
 #include "model/FcoeBase.h"
 
-CQelFcoeBase::CQelFcoeBase(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                           HBA_HANDLE hAdapter)
-    : m_ulOpened(0), m_pLibrary(pLibrary), m_strSecondName(strSecondName), m_cache(this, strName),
-      m_strName(m_cache.GetName()), m_hAdapter(hAdapter) {}
+#include <utility>
+
+CQelFcoeBase::CQelFcoeBase(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter)
+    : m_ulOpened(0), m_pLibrary(pLibrary), m_pNames(std::move(pNames)), m_hAdapter(hAdapter),
+      m_cache(this, std::shared_ptr<const CQelString>(m_pNames, &m_pNames->strName)) {}
 
 CQelFcoeBase::~CQelFcoeBase() {
     {

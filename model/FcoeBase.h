@@ -12,7 +12,7 @@
 #include "hbaapi/HBAAPIInt.h"
 #include "model/CacheCollection.h"
 #include "model/CacheKeys.h"
-#include "model/SharedText.h"
+#include "model/SharedPaths.h"
 
 // Embedded as the first part of every object of the tree; not polymorphic.
 //
@@ -30,8 +30,7 @@ class CQelFcoeBase {
 
   protected:
     // hAdapter: the adapter's handle in the library; 0 for an object that opens its own.
-    CQelFcoeBase(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                 HBA_HANDLE hAdapter);
+    CQelFcoeBase(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter);
     ~CQelFcoeBase();
 
     // The cached record; false when it cannot be had, and the output is then untouched.
@@ -42,11 +41,10 @@ class CQelFcoeBase {
 
     mutable CQelLock m_csLock;
     ULONG m_ulOpened; // 1 once an attempt to open the library handle has run
-    CHBAAPIInt* m_pLibrary;
-    CQelSharedText m_strSecondName;
+    CHBAAPIInt* const m_pLibrary;
+    const std::shared_ptr<const AdapterNames> m_pNames;
+    HBA_HANDLE m_hAdapter; // 0: not open
     CacheCollection m_cache;
-    const CQelSharedText& m_strName; // the collection's, which every object has anyway
-    HBA_HANDLE m_hAdapter;           // 0: not open
 };
 
 template <class Reader> struct ReaderTraits;

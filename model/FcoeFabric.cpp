@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelResource.h"
@@ -53,9 +54,9 @@ BOOL AppendChildren(const std::vector<std::shared_ptr<Object>>& vecObjects,
 
 } // namespace
 
-CQelFcoeFabric::CQelFcoeFabric(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                               HBA_HANDLE hAdapter, const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind)
-    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
+CQelFcoeFabric::CQelFcoeFabric(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter,
+                               const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind)
+    : CQelFcoeBase(pLibrary, std::move(pNames), hAdapter) {
     const CQelDebugScope trace(L"CQelFcoeFabric::CQelFcoeFabric");
     {
         const CQelLockGuard guard(m_csLock);
@@ -70,8 +71,8 @@ CQelFcoeFabric::~CQelFcoeFabric() {
 
 void CQelFcoeFabric::SetupFabric(const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind) {
     auto pRecord = std::make_shared<QEL_FCOE_FABRIC>();
-    pRecord->strDeviceId = m_strName;
-    pRecord->strSecondId = m_strSecondName;
+    pRecord->strDeviceId = m_pNames->strName;
+    pRecord->strSecondId = m_pNames->strSecondName;
     if (ulKind == KIND_PHYSICAL)
         pRecord->strKind = ResourceText<IDS_QEL_PHYSICAL>();
     else if (ulKind == KIND_VIRTUAL)
@@ -92,8 +93,8 @@ void CQelFcoeFabric::SetupFabric(const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind)
             pRecord->ulEntryByte = entry.Byte62;
             pRecord->ulNumber = entry.Number;
         }
-        pFabricPorts->push_back(std::make_shared<CQelFcoePort>(m_pLibrary, m_strName, m_strSecondName, m_hAdapter,
-                                                               pRecord->strName, entry));
+        pFabricPorts->push_back(
+            std::make_shared<CQelFcoePort>(m_pLibrary, m_pNames, m_hAdapter, pRecord->strName, entry));
     }
     m_cache.AddCache(CacheKey::FABRIC_PORTS, std::move(pFabricPorts));
     m_cache.AddCache(CacheKey::FABRIC_RECORD, std::move(pRecord));

@@ -13,8 +13,8 @@ class CQelFcoeFabric : public CQelFcoeBase {
     static constexpr ULONG KIND_VIRTUAL = 1;
 
     // pPorts: the adapter's whole port list, from which the fabric takes the ports of its kind; not kept.
-    CQelFcoeFabric(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                   HBA_HANDLE hAdapter, const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind);
+    CQelFcoeFabric(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter,
+                   const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind);
     ~CQelFcoeFabric();
 
     BOOL Get(QEL_FCOE_FABRIC& fabric) const;

@@ -33,8 +33,8 @@ CQelString ModelText(const char (&szModel)[256]) {
 
 } // namespace
 
-CQelFcoeHBA::CQelFcoeHBA(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName)
-    : CQelFcoeBase(pLibrary, strName, strSecondName, 0) {
+CQelFcoeHBA::CQelFcoeHBA(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName)
+    : CQelFcoeBase(pLibrary, std::make_shared<const AdapterNames>(AdapterNames{strSecondName, strName}), 0) {
     try {
         Open();
         SetupCache();
@@ -69,7 +69,7 @@ HBA_HANDLE CQelFcoeHBA::Open() {
         m_hAdapter = 0;
     }
     CQelString strDevice;
-    strDevice.FormatString(L"\\DEVICE\\%s", m_strName.Text().c_str());
+    strDevice.FormatString(L"\\DEVICE\\%s", m_pNames->strName.c_str());
     wchar_t szAdapterName[CHBAAPIInt::NAME_SIZE] = {};
     HBA_HANDLE hAdapter = 0;
     // A device name too long for the library's buffers is no adapter of its.
@@ -165,8 +165,8 @@ void CQelFcoeHBA::GetHBA(QEL_FCOE_HBA& record) {
         return;
     }
     record.strType.LoadCommonResString(IDS_QEL_FCOE_HBA);
-    record.strDeviceId = m_strName;
-    record.strSecondId = m_strSecondName;
+    record.strDeviceId = m_pNames->strName;
+    record.strSecondId = m_pNames->strSecondName;
     record.strAdapterName = GetAdapterName();
 
     SLOT_INFO slot{};
@@ -191,7 +191,7 @@ UINT CQelFcoeHBA::GetLinkStatus(HBA_PORTSTATE ulPortState) const {
     QEL_RESULT result{0, 0};
     BYTE byDcbEnabled = 0;
     ULONG ulLinkStatus = DCB_LINK_UNKNOWN;
-    CDCX_ServiceInterface client(m_strName, TRUE);
+    CDCX_ServiceInterface client(m_pNames->strName, TRUE);
     if (client.IsInitialized())
         client.GetDCB_FcoeLinkStatus(result, byDcbEnabled, ulLinkStatus);
     return LinkStatusResource(result, byDcbEnabled != 0, ulLinkStatus);
@@ -207,7 +207,7 @@ void CQelFcoeHBA::GetFabrics_HBA(std::vector<std::shared_ptr<CQelFcoeFabric>>& v
         return;
     std::shared_ptr<CQelFcoeFabric> pPhysical, pVirtual;
     const auto Make = [&](ULONG ulKind) {
-        return std::make_shared<CQelFcoeFabric>(m_pLibrary, m_strName, m_strSecondName, hAdapter, list.Get(), ulKind);
+        return std::make_shared<CQelFcoeFabric>(m_pLibrary, m_pNames, hAdapter, list.Get(), ulKind);
     };
     for (const ORVAN_FC_PORT& port : std::span(list.Get()->entry, static_cast<std::size_t>(lCount))) {
         // A physical port that is not numbered makes no fabric.
@@ -234,7 +234,7 @@ void CQelFcoeHBA::GetVLANs_HBA(std::vector<std::shared_ptr<CQelFcoeVLAN>>& vecVL
     if (ulCount == 0 || !list)
         return;
     for (const HBA_UINT32 ulEntry : ListEntries(list.Get()))
-        vecVLANs.push_back(std::make_shared<CQelFcoeVLAN>(m_pLibrary, m_strName, m_strSecondName, hAdapter, ulEntry));
+        vecVLANs.push_back(std::make_shared<CQelFcoeVLAN>(m_pLibrary, m_pNames, hAdapter, ulEntry));
 }
 
 void CQelFcoeHBA::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) {

@@ -23,7 +23,7 @@ class CQelFcoeVLAN;
 // Threading: any operation may be called from any thread.
 class CQelFcoeHBA : public CQelFcoeBase {
   public:
-    CQelFcoeHBA(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName);
+    CQelFcoeHBA(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName);
     ~CQelFcoeHBA();
 
     // The adapter's record; untouched when FALSE.

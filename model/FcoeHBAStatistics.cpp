@@ -56,8 +56,8 @@ BOOL CQelFcoeHBA::GetStatistics(std::vector<QEL_FCOE_STATISTIC>& vecStatistics) 
         return traced(TRUE);
     for (const COUNTER& counter : COUNTERS) {
         QEL_FCOE_STATISTIC entry;
-        entry.strDeviceId = m_strName;
-        entry.strSecondId = m_strSecondName;
+        entry.strDeviceId = m_pNames->strName;
+        entry.strSecondId = m_pNames->strSecondName;
         entry.strLabel.LoadCommonResString(counter.uLabel);
         entry.llValue = counter.pfnValue(statistics);
         vecStatistics.push_back(std::move(entry));

@@ -113,5 +113,5 @@ bool CQelFcoeHBA::IsPhysicalPort(const CQelString& strWWPN) {
 
 void CQelFcoeHBA::AddError(std::vector<QEL_ERROR_ENTRY>& vecErrors, ULONG ulNumber,
                            std::vector<CQelString> vecArguments) const {
-    vecErrors.push_back({3u << 28 | 7u << 24 | ulNumber, 16, 1, std::move(vecArguments), m_strSecondName});
+    vecErrors.push_back({3u << 28 | 7u << 24 | ulNumber, 16, 1, std::move(vecArguments), m_pNames->strSecondName});
 }

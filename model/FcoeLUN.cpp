@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelResource.h"
@@ -10,7 +11,6 @@
 #include "model/NumberFormat.h"
 #include "model/ResourceText.h"
 #include "model/ScsiBuffers.h"
-#include "model/WwnText.h"
 
 namespace {
 
@@ -63,12 +63,9 @@ CQelString CapacityText(double dBytes) {
 
 } // namespace
 
-CQelFcoeLUN::CQelFcoeLUN(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                         HBA_HANDLE hAdapter, const CQelSharedText& strFabricName,
-                         const CQelSharedText& strOwningPortWWN, const CQelSharedText& strTargetPortWWN,
-                         const HBA_WWN& initiatorPortWWN, const HBA_FCPSCSIENTRY& entry)
-    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_strFabricName(strFabricName),
-      m_strOwningPortWWN(strOwningPortWWN), m_strTargetPortWWN(strTargetPortWWN), m_initiatorPortWWN(initiatorPortWWN) {
+CQelFcoeLUN::CQelFcoeLUN(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter,
+                         std::shared_ptr<const TargetPath> pPath, const HBA_FCPSCSIENTRY& entry)
+    : CQelFcoeBase(pLibrary, std::move(pNames), hAdapter), m_pPath(std::move(pPath)) {
     const CQelDebugScope trace(L"CQelFcoeLUN::CQelFcoeLUN");
     SetupLUN(entry);
 }
@@ -91,7 +88,7 @@ void CQelFcoeLUN::SetupLUN(const HBA_FCPSCSIENTRY& entry) {
 
 void CQelFcoeLUN::ReadCapacity(const HBA_FCPID& unit, LunData& data) const {
     CQelScsiBuffers buffers;
-    BOOL bRead = m_pLibrary->RetrieveLUNCapacityV2(m_hAdapter, m_initiatorPortWWN, unit.PortWWN, unit.FcpLun,
+    BOOL bRead = m_pLibrary->RetrieveLUNCapacityV2(m_hAdapter, m_pPath->initiatorPortWWN, unit.PortWWN, unit.FcpLun,
                                                    buffers.abyResponse, CQelScsiBuffers::SIZE, buffers.abySense,
                                                    CQelScsiBuffers::SIZE);
     if (!bRead)
@@ -127,12 +124,12 @@ BOOL CQelFcoeLUN::Get(QEL_FCOE_LUN& lun) const {
     lun.strOsDeviceName = pData->strOsDeviceName;
     lun.strCapacity = pData->strCapacity;
     lun.strBlockSize = pData->strBlockSize;
-    lun.strTargetPortWWN = m_strTargetPortWWN;
-    lun.strOwningPortWWN = m_strOwningPortWWN;
-    lun.strInitiatorPortWWN = WwnText(m_initiatorPortWWN);
-    lun.strFabricName = m_strFabricName;
-    lun.strDeviceId = m_strName;
-    lun.strSecondId = m_strSecondName;
+    lun.strTargetPortWWN = m_pPath->strTargetPortWWN;
+    lun.strOwningPortWWN = m_pPath->pPort->strOwningPortWWN;
+    lun.strInitiatorPortWWN = m_pPath->strInitiatorPortWWN;
+    lun.strFabricName = m_pPath->pPort->strFabricName;
+    lun.strDeviceId = m_pNames->strName;
+    lun.strSecondId = m_pNames->strSecondName;
     return traced(TRUE);
 }
 

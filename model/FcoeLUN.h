@@ -20,9 +20,8 @@ struct LunData {
 class CQelFcoeLUN : public CQelFcoeBase {
   public:
     // Sends READ CAPACITY from the initiator port to the unit that the entry describes.
-    CQelFcoeLUN(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                HBA_HANDLE hAdapter, const CQelSharedText& strFabricName, const CQelSharedText& strOwningPortWWN,
-                const CQelSharedText& strTargetPortWWN, const HBA_WWN& initiatorPortWWN, const HBA_FCPSCSIENTRY& entry);
+    CQelFcoeLUN(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter,
+                std::shared_ptr<const TargetPath> pPath, const HBA_FCPSCSIENTRY& entry);
     ~CQelFcoeLUN();
 
     BOOL Get(QEL_FCOE_LUN& lun) const;
@@ -36,8 +35,5 @@ class CQelFcoeLUN : public CQelFcoeBase {
     // Writes the two sizes; both stay as they are when the unit does not answer.
     void ReadCapacity(const HBA_FCPID& unit, LunData& data) const;
 
-    const CQelSharedText m_strFabricName;
-    const CQelSharedText m_strOwningPortWWN;
-    const CQelSharedText m_strTargetPortWWN;
-    const HBA_WWN m_initiatorPortWWN;
+    const std::shared_ptr<const TargetPath> m_pPath;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelResource.h"
@@ -17,9 +18,9 @@ constexpr int NO_PORT_TYPE = 0xFF; // of an entry that belongs to no fabric
 
 } // namespace
 
-CQelFcoePort::CQelFcoePort(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                           HBA_HANDLE hAdapter, const CQelString& strFabricName, const ORVAN_FC_PORT& entry)
-    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_strFabricName(strFabricName) {
+CQelFcoePort::CQelFcoePort(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter,
+                           const CQelString& strFabricName, const ORVAN_FC_PORT& entry)
+    : CQelFcoeBase(pLibrary, std::move(pNames), hAdapter), m_strFabricName(strFabricName) {
     const CQelDebugScope trace(L"CQelFcoePort::CQelFcoePort");
     SetupCache();
     SetupPort(m_strFabricName, entry);
@@ -45,8 +46,8 @@ void CQelFcoePort::SetupPort(const CQelString& strFabricName, const ORVAN_FC_POR
         entry.PortType == TYPE_PHYSICAL ? ResourceText<IDS_QEL_PHYSICAL_PORT>() : ResourceText<IDS_QEL_VIRTUAL_PORT>();
     pRecord->ulWordA = entry.WordA;
     pRecord->ulWordB = entry.WordB;
-    pRecord->strDeviceId = m_strName;
-    pRecord->strSecondId = m_strSecondName;
+    pRecord->strDeviceId = m_pNames->strName;
+    pRecord->strSecondId = m_pNames->strSecondName;
     pRecord->strWWN3 = WwnText(entry.Identifier[0]);
     pRecord->strFabricName = strFabricName;
     m_cache.AddCache(CacheKey::PORT_RECORD, std::move(pRecord));
@@ -70,16 +71,14 @@ BOOL CQelFcoePort::GetTargets_HBA(std::vector<std::shared_ptr<CQelFcoeTarget>>& 
     QEL_FCOE_PORT port;
     if (!Get(port))
         return traced(FALSE);
-    const CQelSharedText strFabricName(port.strFabricName);
-    const CQelSharedText strOwningPortWWN(port.strWWN3);
+    const auto pPath = std::make_shared<const PortPath>(PortPath{port.strFabricName, port.strWWN3});
     CQelWwnMatch portWWN(port.strPortWWN, false);
     for (const ORVAN_TARGET_ENTRY& entry : ListEntries(list.Get())) {
         if (entry.InitiatorPortType != port.ulPortType ||
             (port.ulPortType == TYPE_VIRTUAL_ADDRESSED && entry.FcId != port.ulWordB) ||
             !portWWN.Matches(entry.InitiatorPortWWN))
             continue;
-        vecTargets.push_back(std::make_shared<CQelFcoeTarget>(m_pLibrary, m_strName, m_strSecondName, m_hAdapter,
-                                                              strFabricName, strOwningPortWWN, entry));
+        vecTargets.push_back(std::make_shared<CQelFcoeTarget>(m_pLibrary, m_pNames, m_hAdapter, pPath, entry));
     }
     return traced(TRUE);
 }

@@ -17,8 +17,8 @@ class CQelFcoePort : public CQelFcoeBase {
     static constexpr ULONG TYPE_VIRTUAL_ADDRESSED = 3; // its targets also name its FC address
 
     // The entry is not kept.
-    CQelFcoePort(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                 HBA_HANDLE hAdapter, const CQelString& strFabricName, const ORVAN_FC_PORT& entry);
+    CQelFcoePort(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter,
+                 const CQelString& strFabricName, const ORVAN_FC_PORT& entry);
     ~CQelFcoePort();
 
     void SetupCache();

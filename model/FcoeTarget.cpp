@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "FcoeAgent/QelDebug.h"
 #include "model/ListRead.h"
@@ -65,11 +66,9 @@ CQelString Vendor(const CQelScsiBuffers& buffers) {
 
 } // namespace
 
-CQelFcoeTarget::CQelFcoeTarget(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                               HBA_HANDLE hAdapter, const CQelSharedText& strFabricName,
-                               const CQelSharedText& strOwningPortWWN, const ORVAN_TARGET_ENTRY& entry)
-    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter), m_strFabricName(strFabricName),
-      m_strOwningPortWWN(strOwningPortWWN) {
+CQelFcoeTarget::CQelFcoeTarget(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter,
+                               std::shared_ptr<const PortPath> pPath, const ORVAN_TARGET_ENTRY& entry)
+    : CQelFcoeBase(pLibrary, std::move(pNames), hAdapter), m_pPath(std::move(pPath)) {
     const CQelDebugScope trace(L"CQelFcoeTarget::CQelFcoeTarget");
     SetupCache();
     SetupTarget(entry);
@@ -107,10 +106,10 @@ BOOL CQelFcoeTarget::Get(QEL_FCOE_TARGET& target) const {
     target.ulFcId = entry.FcId;
     target.ulNumber = entry.Number;
     target.strInitiatorPortWWN = WwnText(entry.InitiatorPortWWN);
-    target.strOwningPortWWN = m_strOwningPortWWN;
-    target.strFabricName = m_strFabricName;
-    target.strDeviceId = m_strName;
-    target.strSecondId = m_strSecondName;
+    target.strOwningPortWWN = m_pPath->strOwningPortWWN;
+    target.strFabricName = m_pPath->strFabricName;
+    target.strDeviceId = m_pNames->strName;
+    target.strSecondId = m_pNames->strSecondName;
     target.strVendor = pData->strVendor;
     target.strSerial = pData->strSerial;
     std::ranges::copy(entry.InitiatorPortWWN.wwn, target.byInitiatorPortWWN);
@@ -140,20 +139,16 @@ BOOL CQelFcoeTarget::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecL
         QEL_PRINT(L"ERROR:  Unable to retrieve the current target information");
         return traced(TRUE);
     }
-    HBA_WWN initiatorPortWWN;
-    std::ranges::copy(target.byInitiatorPortWWN, initiatorPortWWN.wwn);
-    const CQelSharedText strFabricName(target.strFabricName);
-    const CQelSharedText strOwningPortWWN(target.strOwningPortWWN);
-    const CQelSharedText strTargetPortWWN(target.strPortWWN);
+    auto pPath = std::make_shared<TargetPath>(TargetPath{m_pPath, target.strPortWWN, {}, target.strInitiatorPortWWN});
+    std::ranges::copy(target.byInitiatorPortWWN, pPath->initiatorPortWWN.wwn);
     CQelWwnMatch portWWN(target.strPortWWN, true);
     for (const HBA_FCPSCSIENTRY& entry : ListEntries(mapping.Get())) {
         if (entry.ScsiId.ScsiBusNumber != target.ulScsiBus || entry.ScsiId.ScsiTargetNumber != target.ulScsiTarget ||
             entry.FcpId.FcId != target.ulFcId || !portWWN.Matches(entry.FcpId.PortWWN))
             continue;
         // A LUN is allocated by itself, unlike the other objects of the tree.
-        vecLUNs.push_back(std::shared_ptr<CQelFcoeLUN>(new CQelFcoeLUN(m_pLibrary, m_strName, m_strSecondName,
-                                                                       m_hAdapter, strFabricName, strOwningPortWWN,
-                                                                       strTargetPortWWN, initiatorPortWWN, entry)));
+        vecLUNs.push_back(
+            std::shared_ptr<CQelFcoeLUN>(new CQelFcoeLUN(m_pLibrary, m_pNames, m_hAdapter, pPath, entry)));
     }
     return traced(TRUE);
 }

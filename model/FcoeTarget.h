@@ -19,9 +19,8 @@ struct TargetData {
 class CQelFcoeTarget : public CQelFcoeBase {
   public:
     // Sends two INQUIRY commands to the target's LUN 0. The entry is not kept.
-    CQelFcoeTarget(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                   HBA_HANDLE hAdapter, const CQelSharedText& strFabricName, const CQelSharedText& strOwningPortWWN,
-                   const ORVAN_TARGET_ENTRY& entry);
+    CQelFcoeTarget(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter,
+                   std::shared_ptr<const PortPath> pPath, const ORVAN_TARGET_ENTRY& entry);
     ~CQelFcoeTarget();
 
     void SetupCache();
@@ -40,6 +39,5 @@ class CQelFcoeTarget : public CQelFcoeBase {
   private:
     void SetupTarget(const ORVAN_TARGET_ENTRY& entry);
 
-    const CQelSharedText m_strFabricName;
-    const CQelSharedText m_strOwningPortWWN;
+    const std::shared_ptr<const PortPath> m_pPath;
 };

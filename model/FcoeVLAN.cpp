@@ -1,6 +1,7 @@
 #include "model/FcoeVLAN.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelResource.h"
@@ -27,9 +28,9 @@ constexpr CQelListKind<ORVAN_VLAN_LIST> VLAN_LIST = {
 
 } // namespace
 
-CQelFcoeVLAN::CQelFcoeVLAN(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                           HBA_HANDLE hAdapter, ULONG ulEntry)
-    : CQelFcoeBase(pLibrary, strName, strSecondName, hAdapter) {
+CQelFcoeVLAN::CQelFcoeVLAN(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter,
+                           ULONG ulEntry)
+    : CQelFcoeBase(pLibrary, std::move(pNames), hAdapter) {
     const CQelDebugScope trace(L"CQelFcoeVLAN::CQelFcoeVLAN");
     SetupCache();
     QEL_FCOE_VLAN discarded;
@@ -53,8 +54,8 @@ void CQelFcoeVLAN::SetupVLAN(ULONG ulEntry, QEL_FCOE_VLAN& vlan) {
     pRecord->ulState = HIWORD(ulEntry);
     pRecord->strState =
         pRecord->ulState == STATE_ACTIVE ? ResourceText<IDS_QEL_ACTIVE>() : ResourceText<IDS_QEL_INACTIVE>();
-    pRecord->strDeviceId = m_strName;
-    pRecord->strSecondId = m_strSecondName;
+    pRecord->strDeviceId = m_pNames->strName;
+    pRecord->strSecondId = m_pNames->strSecondName;
     vlan = *pRecord;
     m_cache.AddCache(CacheKey::VLAN_RECORD, std::move(pRecord));
 }

@@ -9,8 +9,7 @@
 class CQelFcoeVLAN : public CQelFcoeBase {
   public:
     // ulEntry: as in the library's list, identifier in the low 16 bits, state word in the high 16 bits.
-    CQelFcoeVLAN(CHBAAPIInt* pLibrary, const CQelSharedText& strName, const CQelSharedText& strSecondName,
-                 HBA_HANDLE hAdapter, ULONG ulEntry);
+    CQelFcoeVLAN(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter, ULONG ulEntry);
     ~CQelFcoeVLAN();
 
     // Registers the record as one that is read again when it has aged. The constructor's own record then takes its

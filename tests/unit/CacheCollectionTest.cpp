@@ -24,7 +24,7 @@ constexpr CQelCacheRefresh<int> FILL{&Fill};
 struct CacheCollectionTest : testing::Test {
     MovedClock clock;
     Owner owner;
-    CacheCollection cache{&owner, L"adapter"};
+    CacheCollection cache{&owner, std::make_shared<CQelString>(L"adapter")};
     std::shared_ptr<const int> out;
 
     // The value of the key, which has one.
@@ -112,7 +112,7 @@ TEST_F(CacheCollectionTest, InvalidationOfAnAbsentKeyIsIgnored) {
 }
 
 TEST_F(CacheCollectionTest, KeepsTheOwnersName) {
-    EXPECT_TRUE(cache.GetName().Text() == L"adapter");
+    EXPECT_TRUE(cache.GetName() == L"adapter");
 }
 
 TEST_F(CacheCollectionTest, NegativeKeysAreKeys) {
@@ -123,7 +123,7 @@ TEST_F(CacheCollectionTest, NegativeKeysAreKeys) {
 
 TEST_F(CacheCollectionTest, RoutineMayRegisterItsOwnKeyAnew) {
     struct Self {
-        CacheCollection cache{this, L"self"};
+        CacheCollection cache{this, nullptr};
     } self;
     self.cache.AddCache(KEY_15, 10, {[](void* pOwner, CacheSlot* slot) {
                             static_cast<Self*>(pOwner)->cache.AddCache(KEY_15, std::make_shared<int>(42));

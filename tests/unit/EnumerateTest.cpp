@@ -25,15 +25,18 @@ class BrokenHBA : public CQelFcoeHBA {
   public:
     using CQelFcoeHBA::CQelFcoeHBA;
     template <CQelCacheKey key> void Break() { m_cache.AddCache(key, 10, {&Fail}); }
-    void Hold(std::shared_ptr<CQelObjectList<CQelFcoeLUN>> luns) {
-        m_cache.AddCache(CacheKey::HBA_LUNS, std::move(luns));
+    template <class T> void Hold(CQelCacheKey<T> key, std::shared_ptr<T> value) {
+        m_cache.AddCache(key, std::move(value));
     }
 };
+
+const auto NAMES = std::make_shared<const AdapterNames>();
+const auto PATH = std::make_shared<const TargetPath>(TargetPath{std::make_shared<const PortPath>(), L"", {}, L""});
 
 // A logical unit without a record.
 class BrokenLUN : public CQelFcoeLUN {
   public:
-    explicit BrokenLUN(CHBAAPIInt* library) : CQelFcoeLUN(library, L"", L"", 0, L"", L"", L"", HBA_WWN{}, {}) {
+    explicit BrokenLUN(CHBAAPIInt* library) : CQelFcoeLUN(library, NAMES, 0, PATH, {}) {
         m_cache.AddCache(CacheKey::LUN_RECORD, 10, {&Fail});
     }
 };
@@ -41,8 +44,8 @@ class BrokenLUN : public CQelFcoeLUN {
 // A fabric whose ports cannot be had.
 class BrokenFabric : public CQelFcoeFabric {
   public:
-    explicit BrokenFabric(CHBAAPIInt* library) : CQelFcoeFabric(library, L"", L"", 7, &NO_PORTS, KIND_VIRTUAL) {
-        m_cache.AddCache(CacheKey::FABRIC_PORTS, 10, &Fail);
+    explicit BrokenFabric(CHBAAPIInt* library) : CQelFcoeFabric(library, NAMES, 7, &NO_PORTS, KIND_VIRTUAL) {
+        m_cache.AddCache(CacheKey::FABRIC_PORTS, 10, {&Fail});
     }
 
   private:
@@ -266,10 +269,10 @@ TEST_F(EnumerateLists, LunWithoutARecordIsLeftOut) {
     const auto Lun = [&](HBA_UINT32 number) {
         HBA_FCPSCSIENTRY entry{};
         entry.ScsiId.ScsiOSLun = number;
-        return std::make_shared<CQelFcoeLUN>(agent->Library(), L"{A}", L"", 7, L"", L"", L"", HBA_WWN{}, entry);
+        return std::make_shared<CQelFcoeLUN>(agent->Library(), NAMES, 7, PATH, entry);
     };
     *luns = {Lun(1), std::make_shared<BrokenLUN>(agent->Library()), Lun(3)};
-    broken->Hold(luns);
+    broken->Hold(CacheKey::HBA_LUNS, luns);
     agent->Hold(L"{A}", broken);
     log.Clear();
     std::vector<QEL_FCOE_LUN> records;

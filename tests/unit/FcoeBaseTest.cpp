@@ -16,10 +16,12 @@ struct Record {
 };
 using Children = std::vector<std::shared_ptr<int>>;
 
+const auto NAMES = std::make_shared<const AdapterNames>(AdapterNames{L"Adapter 1", L"{GUID}"});
+
 // An object of the tree with one reader of each kind.
 class Object : public CQelFcoeBase {
   public:
-    explicit Object(CHBAAPIInt* library = nullptr) : CQelFcoeBase(library, L"{GUID}", L"Adapter 1", 7) {}
+    explicit Object(CHBAAPIInt* library = nullptr) : CQelFcoeBase(library, NAMES, 7) {}
 
     void ReadRecord(Record& record) {
         ++reads;
@@ -38,8 +40,7 @@ class Object : public CQelFcoeBase {
     using CQelFcoeBase::m_csLock;
     using CQelFcoeBase::m_hAdapter;
     using CQelFcoeBase::m_pLibrary;
-    using CQelFcoeBase::m_strName;
-    using CQelFcoeBase::m_strSecondName;
+    using CQelFcoeBase::m_pNames;
     using CQelFcoeBase::m_ulOpened;
 
     int reads = 0;
@@ -58,11 +59,10 @@ TEST(FcoeBase, KeepsWhatItIsMadeWith) {
     auto* const library = reinterpret_cast<CHBAAPIInt*>(0x1000);
     Object object(library);
     EXPECT_EQ(library, object.m_pLibrary);
-    EXPECT_TRUE(object.m_strName.Text() == L"{GUID}");
-    EXPECT_TRUE(object.m_strSecondName.Text() == L"Adapter 1");
+    EXPECT_EQ(NAMES, object.m_pNames) << "shared";
     EXPECT_EQ(7u, object.m_hAdapter);
     EXPECT_EQ(0u, object.m_ulOpened);
-    EXPECT_TRUE(object.m_cache.GetName().Text() == L"{GUID}");
+    EXPECT_EQ(&NAMES->strName, &object.m_cache.GetName());
     EXPECT_FALSE(std::is_polymorphic_v<CQelFcoeBase>);
 }
 

@@ -29,7 +29,7 @@ class FcoeFabricTest : public TreeTest {
         list->NumberOfEntries = static_cast<HBA_UINT32>(ports.size());
         if (!ports.empty())
             std::memcpy(list->entry, ports.data(), 64 * ports.size());
-        return std::make_unique<CQelFcoeFabric>(&library, L"{name}", L"second", HANDLE_7, list, kind);
+        return std::make_unique<CQelFcoeFabric>(&library, names, HANDLE_7, list, kind);
     }
     static QEL_FCOE_FABRIC Record(const CQelFcoeFabric& fabric) {
         QEL_FCOE_FABRIC record;

@@ -18,8 +18,9 @@ class FcoeLunTest : public TreeTest {
         fake.capacityResponse = Capacity16(4096, 512);
     }
     std::unique_ptr<CQelFcoeLUN> Make() {
-        return std::make_unique<CQelFcoeLUN>(&library, L"{name}", L"second", HANDLE_7, L"Fabric 1", L"owning",
-                                             L"target", Wwn(0x2000001122334455), entry);
+        const HBA_WWN initiator = Wwn(0x2000001122334455);
+        const auto path = std::make_shared<TargetPath>(TargetPath{portPath, L"target", initiator, L"initiator"});
+        return std::make_unique<CQelFcoeLUN>(&library, names, HANDLE_7, path, entry);
     }
     QEL_FCOE_LUN Record() {
         QEL_FCOE_LUN record;
@@ -59,7 +60,7 @@ TEST_F(LunRecord, HasAllItsFields) {
     EXPECT_EQ(record.strBlockSize, L"512 bytes");
     EXPECT_EQ(record.strTargetPortWWN, L"target");
     EXPECT_EQ(record.strOwningPortWWN, L"owning");
-    EXPECT_EQ(record.strInitiatorPortWWN, L"20:00:00:11:22:33:44:55");
+    EXPECT_EQ(record.strInitiatorPortWWN, L"initiator");
     EXPECT_EQ(record.strFabricName, L"Fabric 1");
     EXPECT_EQ(record.strDeviceId, L"{name}");
     EXPECT_EQ(record.strSecondId, L"second");

@@ -22,7 +22,7 @@ class FcoePortTest : public TreeTest {
         entry.Identifier[1] = Wwn(0x3100001122334455);
     }
     std::unique_ptr<CQelFcoePort> Make() {
-        return std::make_unique<CQelFcoePort>(&library, L"{name}", L"second", HANDLE_7, L"Fabric 1", entry);
+        return std::make_unique<CQelFcoePort>(&library, names, HANDLE_7, L"Fabric 1", entry);
     }
     QEL_FCOE_PORT Record() {
         QEL_FCOE_PORT record;

@@ -39,8 +39,7 @@ class FcoeTargetTest : public TreeTest {
         standard.insert(standard.end(), vendor.begin(), vendor.end());
     }
     std::unique_ptr<CQelFcoeTarget> Make() {
-        return std::make_unique<CQelFcoeTarget>(&library, L"{name}", L"second", HANDLE_7, L"Fabric 1", L"owning",
-                                                entry);
+        return std::make_unique<CQelFcoeTarget>(&library, names, HANDLE_7, portPath, entry);
     }
     QEL_FCOE_TARGET Record() {
         QEL_FCOE_TARGET record;

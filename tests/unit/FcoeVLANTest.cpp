@@ -11,7 +11,7 @@ namespace {
 class FcoeVlanTest : public TreeTest {
   protected:
     std::unique_ptr<CQelFcoeVLAN> Make(ULONG entry) {
-        return std::make_unique<CQelFcoeVLAN>(&library, L"{name}", L"second", HANDLE_7, entry);
+        return std::make_unique<CQelFcoeVLAN>(&library, names, HANDLE_7, entry);
     }
     static QEL_FCOE_VLAN Record(const CQelFcoeVLAN& vlan) {
         QEL_FCOE_VLAN record;

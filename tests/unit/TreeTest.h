@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "hbaapi/HBAAPIInt.h"
+#include "model/SharedPaths.h"
 #include "tests/kit/LogCapture.h"
 #include "tests/unit/FakeHbaLibrary.h"
 
@@ -34,6 +35,10 @@ class TreeTest : public testing::Test {
     FakeHbaLibrary fake;
     CHBAAPIInt library;
     LogCapture log;
+    // What an object of the tree is made with.
+    const std::shared_ptr<const AdapterNames> names =
+        std::make_shared<AdapterNames>(AdapterNames{L"second", L"{name}"});
+    const std::shared_ptr<const PortPath> portPath = std::make_shared<PortPath>(PortPath{L"Fabric 1", L"owning"});
 };
 
 inline HBA_WWN Wwn(HBA_UINT64 number) {

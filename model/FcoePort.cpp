@@ -9,7 +9,6 @@
 #include "FcoeAgent/QelResource.h"
 #include "model/ListRead.h"
 #include "model/ResourceText.h"
-#include "model/WwnMatch.h"
 #include "model/WwnText.h"
 
 namespace {
@@ -72,11 +71,10 @@ BOOL CQelFcoePort::GetTargets_HBA(std::vector<std::shared_ptr<CQelFcoeTarget>>& 
     if (!Get(port))
         return traced(FALSE);
     const auto pPath = std::make_shared<const PortPath>(PortPath{port.strFabricName, port.strWWN3});
-    CQelWwnMatch portWWN(port.strPortWWN, false);
     for (const ORVAN_TARGET_ENTRY& entry : ListEntries(list.Get())) {
         if (entry.InitiatorPortType != port.ulPortType ||
             (port.ulPortType == TYPE_VIRTUAL_ADDRESSED && entry.FcId != port.ulWordB) ||
-            !portWWN.Matches(entry.InitiatorPortWWN))
+            !HasText(entry.InitiatorPortWWN, port.strPortWWN))
             continue;
         vecTargets.push_back(std::make_shared<CQelFcoeTarget>(m_pLibrary, m_pNames, m_hAdapter, pPath, entry));
     }

@@ -8,7 +8,6 @@
 #include "FcoeAgent/QelDebug.h"
 #include "model/ListRead.h"
 #include "model/ScsiBuffers.h"
-#include "model/WwnMatch.h"
 #include "model/WwnText.h"
 
 namespace {
@@ -141,10 +140,9 @@ BOOL CQelFcoeTarget::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecL
     }
     auto pPath = std::make_shared<TargetPath>(TargetPath{m_pPath, target.strPortWWN, {}, target.strInitiatorPortWWN});
     std::ranges::copy(target.byInitiatorPortWWN, pPath->initiatorPortWWN.wwn);
-    CQelWwnMatch portWWN(target.strPortWWN, true);
     for (const HBA_FCPSCSIENTRY& entry : ListEntries(mapping.Get())) {
         if (entry.ScsiId.ScsiBusNumber != target.ulScsiBus || entry.ScsiId.ScsiTargetNumber != target.ulScsiTarget ||
-            entry.FcpId.FcId != target.ulFcId || !portWWN.Matches(entry.FcpId.PortWWN))
+            entry.FcpId.FcId != target.ulFcId || !HasTextIgnoringCase(entry.FcpId.PortWWN, target.strPortWWN))
             continue;
         // A LUN is allocated by itself, unlike the other objects of the tree.
         vecLUNs.push_back(

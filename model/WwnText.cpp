@@ -41,6 +41,14 @@ CQelString WwnText(const HBA_UINT8* pbyWwn) {
     return strText;
 }
 
+bool HasText(const HBA_WWN& wwn, const CQelString& strText) {
+    return WwnText(wwn) == strText;
+}
+
+bool HasTextIgnoringCase(const HBA_WWN& wwn, const CQelString& strText) {
+    return strText.CompareI(WwnText(wwn));
+}
+
 std::optional<HBA_WWN> ParseWwn(const CQelString& strText) {
     std::vector<CQelString> vecGroups;
     strText.Split(':', vecGroups);

@@ -28,6 +28,24 @@ TEST(WwnText, ProducedTextIsAccepted) {
     EXPECT_TRUE(Parses(WwnText(WWN)));
 }
 
+TEST(WwnText, IsToldFromEveryOther) {
+    EXPECT_TRUE(HasText(WWN, L"10:00:00:1B:21:AA:BB:CC"));
+    EXPECT_FALSE(HasText(WWN, L"10:00:00:1B:21:AA:BB:CD"));
+    EXPECT_FALSE(HasText(WWN, L"10:00:00:1B:21:AA:BB:C"));
+    EXPECT_FALSE(HasText(WWN, L"10:00:00:1B:21:AA:BB:CC:"));
+    EXPECT_FALSE(HasText(WWN, L"10:00:00:1b:21:AA:BB:CC"));
+    EXPECT_FALSE(HasText(HBA_WWN{}, L""));
+}
+
+TEST(WwnText, IsToldFromEveryOtherInAnyLetterCase) {
+    EXPECT_TRUE(HasTextIgnoringCase(WWN, L"10:00:00:1B:21:AA:BB:CC"));
+    EXPECT_TRUE(HasTextIgnoringCase(WWN, L"10:00:00:1b:21:aa:bb:cc"));
+    EXPECT_TRUE(HasTextIgnoringCase(WWN, L"10:00:00:1b:21:Aa:bB:cC"));
+    EXPECT_FALSE(HasTextIgnoringCase(WWN, L"10:00:00:1b:21:aa:bb:cd"));
+    EXPECT_FALSE(HasTextIgnoringCase(WWN, L"10:00:00:1b:21:aa:bb:c"));
+    EXPECT_FALSE(HasTextIgnoringCase(HBA_WWN{}, L""));
+}
+
 TEST(ParseWwn, AcceptsLowerCase) {
     EXPECT_TRUE(Parses(L"10:00:00:1b:21:aa:bb:cc"));
 }

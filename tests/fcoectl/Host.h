@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/kit/TempFolder.h"
-#include "tools/fcoectl/CommandLine.h"
+#include "tools/fcoectl/Run.h"
 
 // A file beside the test program, where all programs and modules are.
 std::filesystem::path Beside(const wchar_t* name);

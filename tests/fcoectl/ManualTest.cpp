@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/fcoectl/Host.h"
+#include "tools/fcoectl/Codes.h"
+#include "tools/fcoectl/Commands.h"
 #include "tools/fcoectl/Examples.h"
 
 using testing::HasSubstr;

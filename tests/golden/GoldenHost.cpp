@@ -8,7 +8,7 @@
 #include <io.h>
 
 #include "tests/kit/CrashReport.h"
-#include "tools/fcoectl/CommandLine.h"
+#include "tools/fcoectl/Run.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "tools/fcoectl/Commands.h"
 #include "tools/fcoectl/Help.h"
 #include "tools/fcoectl/Text.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/fcoectl/Commands.h"
+#include "tools/fcoectl/Command.h"
 
 namespace fcoectl {
 
@@ -17,9 +17,6 @@ struct Request {
 };
 
 // arguments: without the program's name, UTF-8.
-Request ParseCommandLine(const std::vector<std::string>& arguments);
-
-// The whole program: parses, runs, writes, and answers the exit code. Throws only when memory runs out while it writes.
-int Run(const std::vector<std::string>& arguments, Output& output);
+[[nodiscard]] Request ParseCommandLine(const std::vector<std::string>& arguments);
 
 } // namespace fcoectl

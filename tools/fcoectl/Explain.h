@@ -1,7 +1,7 @@
 // The commands that tell of the program itself: `explain` and `version`.
 #pragma once
 
-#include "tools/fcoectl/Commands.h"
+#include "tools/fcoectl/Command.h"
 
 namespace fcoectl {
 

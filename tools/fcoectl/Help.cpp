@@ -38,7 +38,7 @@ bool EndsWith(const ExitCode& exit, unsigned takes) {
     case EndsOf::Changers:
         return takes & TAKES_ONE;
     case EndsOf::AgentUsers:
-        return takes & (TAKES_ADAPTER | TAKES_ONE);
+        return LoadsAgent(takes);
     default:
         return true;
     }

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "tools/fcoectl/Commands.h"
+#include "tools/fcoectl/Command.h"
 
 namespace CLI {
 class FormatterBase;

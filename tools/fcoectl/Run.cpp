@@ -1,19 +1,33 @@
-#include "tools/fcoectl/CommandLine.h"
+#include "tools/fcoectl/Run.h"
 
 #include <optional>
 
 #include <fmt/format.h>
 
+#include "tools/fcoectl/Adapters.h"
+#include "tools/fcoectl/Agent.h"
+#include "tools/fcoectl/CommandLine.h"
 #include "tools/fcoectl/Registry.h"
 #include "tools/fcoectl/Text.h"
 
 namespace fcoectl {
 namespace {
 
+// The agent is loaded for the command alone: it is gone again when notes, messages or the document are written.
+void Execute(const Command& command, Context& context) {
+    if (const auto* own = std::get_if<Action>(&command.run))
+        return (*own)(context);
+    Agent agent(FromUtf8(context.options.agentFile));
+    const Adapter adapter =
+        ChooseAdapter(agent, context.options.adapter, command.takes & TAKES_ONE ? Need::One : Need::Any);
+    AgentContext whole{context, agent, adapter};
+    std::get<AgentAction>(command.run)(whole);
+}
+
 // Runs the command; what ends it early becomes the failure.
 std::optional<Failure> Perform(const Command& command, Context& context) {
     try {
-        command.run(context);
+        Execute(command, context);
     } catch (const Failure& failure) {
         return failure;
     } catch (const std::bad_alloc&) {

@@ -8,7 +8,6 @@
 #include "tools/fcoectl/Agent.h"
 #include "tools/fcoectl/Rates.h"
 #include "tools/fcoectl/Table.h"
-#include "tools/fcoectl/Text.h"
 
 namespace fcoectl {
 namespace {
@@ -70,7 +69,7 @@ Json Sample(const Records& records, const Rates& rates, double seconds) {
     return {{"seconds", seconds}, {"statistics", std::move(list)}};
 }
 
-void Watch(Context& context, Agent& agent, const CQelString& adapter) {
+void Watch(AgentContext& context) {
     const Interruption interruption;
     Json samples = Json::array();
     Records before;
@@ -79,7 +78,7 @@ void Watch(Context& context, Agent& agent, const CQelString& adapter) {
     for (unsigned taken = 0; context.options.count == 0 || taken < context.options.count; ++taken) {
         if (taken && !interruption.Wait(*context.options.watch))
             break;
-        Reading<QEL_FCOE_STATISTIC> reading = agent.Read<QEL_FCOE_STATISTIC>(adapter);
+        Reading<QEL_FCOE_STATISTIC> reading = context.agent.Read<QEL_FCOE_STATISTIC>(context.adapter.id);
         context.report.complete = context.report.complete && reading.complete;
         const auto now = Clock::now();
         if (!taken)
@@ -104,12 +103,10 @@ void Watch(Context& context, Agent& agent, const CQelString& adapter) {
 
 } // namespace
 
-void ShowStatistics(Context& context) {
-    Agent agent(FromUtf8(context.options.agentFile));
-    const CQelString adapter = ChooseAdapter(agent, context.options.adapter, Need::Any).id;
+void ShowStatistics(AgentContext& context) {
     if (context.options.watch)
-        return Watch(context, agent, adapter);
-    const Reading<QEL_FCOE_STATISTIC> reading = agent.Read<QEL_FCOE_STATISTIC>(adapter);
+        return Watch(context);
+    const Reading<QEL_FCOE_STATISTIC> reading = context.agent.Read<QEL_FCOE_STATISTIC>(context.adapter.id);
     context.report.complete = reading.complete;
     if (context.options.json)
         for (const QEL_FCOE_STATISTIC& record : reading.records)

@@ -1,10 +1,10 @@
 // The `stats` command.
 #pragma once
 
-#include "tools/fcoectl/Commands.h"
+#include "tools/fcoectl/Command.h"
 
 namespace fcoectl {
 
-void ShowStatistics(Context& context);
+void ShowStatistics(AgentContext& context);
 
 } // namespace fcoectl

@@ -7,7 +7,8 @@
 
 #include <shellapi.h>
 
-#include "tools/fcoectl/CommandLine.h"
+#include "tools/fcoectl/Codes.h"
+#include "tools/fcoectl/Run.h"
 #include "tools/fcoectl/Text.h"
 
 namespace {

@@ -1,0 +1,16 @@
+// The commands that show what the agent manages, but for its counters.
+#pragma once
+
+#include "tools/fcoectl/Command.h"
+
+namespace fcoectl {
+
+// For fabrics, ports, targets, LUNs and VLANs.
+template <class Record> void List(AgentContext& context);
+
+void ListHBAs(AgentContext& context);
+void ListVPorts(AgentContext& context);
+void ShowTree(AgentContext& context);
+void ShowLinks(AgentContext& context);
+
+} // namespace fcoectl

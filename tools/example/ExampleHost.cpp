@@ -1,6 +1,6 @@
 // The smallest host: finds the agent, asks for the FCoE adapters and prints their names and World Wide Names.
 //
-// Build: include/FcoeAgent on the include path, Common/Src/QelString.cpp compiled in, QelColib linked.
+// Build: include on the include path, Common/Src/QelString.cpp compiled in, QelColib linked.
 // Run: QelColib.dll and the C++ run time beside the program, the agent registered by its installer.
 #include <cstdio>
 #include <iterator>

@@ -1,10 +1,25 @@
-# Debian's header-only libraries, each linked into one folder of its own: adding /usr/include itself to a cross-build
-# would bring in the system's C headers.
-set(FCOE_HEADERS ${CMAKE_BINARY_DIR}/headers)
-file(MAKE_DIRECTORY ${FCOE_HEADERS})
-foreach(library nlohmann CLI fmt)
-  file(CREATE_LINK /usr/include/${library} ${FCOE_HEADERS}/${library} SYMBOLIC)
-endforeach()
+# The header-only libraries of tools and tests: nlohmann-json, CLI11 and {fmt}.
 add_library(header_libraries INTERFACE)
-target_include_directories(header_libraries SYSTEM INTERFACE ${FCOE_HEADERS})
+
+# fcoe_header_library(package target header): the package's target when it is for the machine that we build for. Else the
+# headers of the machine that builds, each library linked into one folder of its own: adding the folder where all of them
+# lie would bring that system's C headers into a cross-build.
+function(fcoe_header_library package target header)
+  fcoe_find_package(${package})
+  if(TARGET ${target})
+    target_link_libraries(header_libraries INTERFACE ${target})
+    return()
+  endif()
+  find_path(FCOE_${package}_HEADERS ${header} NO_CMAKE_FIND_ROOT_PATH REQUIRED
+            DOC "Where ${header} is, of any machine: it is headers only")
+  cmake_path(GET header PARENT_PATH folder)
+  set(headers ${PROJECT_BINARY_DIR}/headers)
+  file(MAKE_DIRECTORY ${headers})
+  file(CREATE_LINK ${FCOE_${package}_HEADERS}/${folder} ${headers}/${folder} SYMBOLIC)
+  target_include_directories(header_libraries SYSTEM INTERFACE ${headers})
+endfunction()
+
+fcoe_header_library(nlohmann_json nlohmann_json::nlohmann_json nlohmann/json.hpp)
+fcoe_header_library(CLI11 CLI11::CLI11 CLI/CLI.hpp)
+fcoe_header_library(fmt fmt::fmt-header-only fmt/format.h)
 target_compile_definitions(header_libraries INTERFACE FMT_HEADER_ONLY=1)

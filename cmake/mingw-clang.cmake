@@ -10,10 +10,10 @@ execute_process(COMMAND ${FCOE_MINGW_GXX} -print-file-name=libstdc++.dll.a OUTPU
                 OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 cmake_path(GET library PARENT_PATH gcc)
 # The C++ library's thread-local variables are emulated ones. Only clang checks what the locks guard (QelLock.h).
-set(CMAKE_C_FLAGS_INIT "-femulated-tls -nostdlibinc -isystem /usr/x86_64-w64-mingw32/include")
+set(CMAKE_C_FLAGS_INIT "-femulated-tls -nostdlibinc -isystem ${CMAKE_FIND_ROOT_PATH}/include")
 set(CMAKE_CXX_FLAGS_INIT "-Wthread-safety -femulated-tls -nostdlibinc -isystem ${gcc}/include/c++ \
 -isystem ${gcc}/include/c++/x86_64-w64-mingw32 -isystem ${gcc}/include/c++/backward \
--isystem /usr/x86_64-w64-mingw32/include")
+-isystem ${CMAKE_FIND_ROOT_PATH}/include")
 foreach(kind EXE SHARED MODULE)
   # The compile flags are given to the linker, too.
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-B${gcc} -L${gcc} -pthread -Wno-unused-command-line-argument")

@@ -1,6 +1,11 @@
-# The C++ run time that all modules share, copied beside the binaries; aligned as they are.
+# The C++ run time of mingw's GCC that all modules share, copied beside the binaries; aligned as they are. FCOE_MINGW_GXX
+# is that GCC where another compiler builds.
+set(gxx ${CMAKE_CXX_COMPILER})
+if(DEFINED FCOE_MINGW_GXX)
+  set(gxx ${FCOE_MINGW_GXX})
+endif()
 function(fcoe_ask_compiler variable question)
-  execute_process(COMMAND ${FCOE_MINGW_GXX} ${question} OUTPUT_VARIABLE answer OUTPUT_STRIP_TRAILING_WHITESPACE
+  execute_process(COMMAND ${gxx} ${question} OUTPUT_VARIABLE answer OUTPUT_STRIP_TRAILING_WHITESPACE
                   COMMAND_ERROR_IS_FATAL ANY)
   set(${variable} ${answer} PARENT_SCOPE)
 endfunction()

@@ -1,0 +1,22 @@
+# How this project is built when it is built for itself: one folder, warnings that are errors, the compiler cache.
+
+# Every program and module in one folder, as they are installed: a module finds its neighbours beside the program.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+
+if(MINGW)
+  # DWARF 4 is what Wine's debugger and dbghelp read.
+  add_compile_options(-Wall -Wextra -gdwarf-4)
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Werror>)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-Wno-restrict) # GCC 12 imagines overlaps in string concatenation
+  endif()
+endif()
+
+include(${CMAKE_CURRENT_LIST_DIR}/CompilerCache.cmake)
+if(MINGW)
+  # Sections that lie in the file as they do in memory are mapped. Wine reads all others, debug information included, at
+  # each load.
+  set(FCOE_FILE_ALIGNMENT 4096)
+  add_link_options(-Wl,--file-alignment,${FCOE_FILE_ALIGNMENT})
+  include(${CMAKE_CURRENT_LIST_DIR}/RunTime.cmake)
+endif()

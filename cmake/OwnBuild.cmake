@@ -3,7 +3,9 @@
 # Every program and module in one folder, as they are installed: a module finds its neighbours beside the program.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 
-if(MINGW)
+if(MSVC)
+  add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:/W4>)
+else()
   # DWARF 4 is what Wine's debugger and dbghelp read.
   add_compile_options(-Wall -Wextra -gdwarf-4)
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Werror>)

@@ -2,6 +2,7 @@
 """The whole suite, again and again: every test program whole in one process, its cases in another order each time.
 
 usage: run.py --build DIR [--runs N] [--seed S] [--jobs J] [--only REGEX] [--leave-out REGEX]
+              [--json FILE]
 
 Left out are the fresh clone, the load test (a minute of its own) and the fuzz corpus (a native program, always the same).
 What there is to run is asked of ctest: the cases of one program become one run of the program, with the same Wine prefix,
@@ -10,7 +11,7 @@ end; the output of what failed stays in DIR/repeat. Nothing stops it; exit statu
 
 Wine loses a process now and then: its output, or its exit code. Output and exit code then contradict each other (no closing
 line and exit code 0, or all passed and another exit code), or there is no output at all. Such a run is counted as lost and
-made once more with the same seed; lost twice it has failed.
+made once more with the same seed; lost twice it has failed. --json FILE writes what was seen, for programs.
 """
 import argparse
 import json
@@ -114,6 +115,7 @@ class Repetition:
         self.runs = 0
         self.failed: dict[str, list[str]] = defaultdict(list)
         self.lost: dict[str, list[str]] = defaultdict(list)
+        self.seen: list[dict] = []
 
     def once(self, program: Program, seed: int, attempt: int) -> Outcome:
         shuffle = ["--gtest_shuffle", f"--gtest_random_seed={seed}"] if program.gtest else []
@@ -159,12 +161,15 @@ class Repetition:
                 cases += last.cases
                 if last.verdict != PASSED:
                     failures += last.failures
+        seconds = time.monotonic() - begin
+        self.seen.append({"run": self.runs, "seed": seed, "seconds": round(seconds, 1), "cases": cases,
+                          "failed": failures, "lost": lost})
         where = f"run {self.runs}, seed {seed}"
         for name in failures:
             self.failed[name].append(where)
         for name in lost:
             self.lost[name].append(where)
-        line = f"run {self.runs:3}  seed {seed:5}  {time.monotonic() - begin:6.1f} s  {cases} cases  "
+        line = f"run {self.runs:3}  seed {seed:5}  {seconds:6.1f} s  {cases} cases  "
         line += f"FAILED: {', '.join(failures)}" if failures else "passed"
         if lost:
             line += f"  (lost by Wine, run once more: {', '.join(lost)})"
@@ -177,6 +182,9 @@ class Repetition:
 
     def times(self) -> str:
         return ", ".join(f"{p.name} {p.seconds:.0f} s" for p in sorted(self.programs, key=lambda p: -p.seconds))
+
+    def write(self, file: Path) -> None:
+        file.write_text(json.dumps({"programs": [p.name for p in self.programs], "runs": self.seen}, indent=2) + "\n")
 
     def close(self) -> int:
         print(f"\nlast run: {self.times()}")
@@ -197,6 +205,7 @@ def main() -> int:
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     parser.add_argument("--only", default="", help="the programs whose name matches")
     parser.add_argument("--leave-out", default="^(fresh_clone|soak|fuzz)$", help="the labels that are not run")
+    parser.add_argument("--json", type=Path, metavar="FILE", help="what was seen, for programs")
     options = parser.parse_args()
     repetition = Repetition(options)
 
@@ -211,6 +220,8 @@ def main() -> int:
             repetition.run()
     except KeyboardInterrupt:
         print("interrupted")
+    if options.json:
+        repetition.write(options.json)
     return repetition.close()
 
 

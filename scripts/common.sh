@@ -1,0 +1,90 @@
+# What ./fcoe and the scripts beside this file share: packages, builds, Wine prefixes, the simulated suite. Sourced; leaves
+# the caller in the project's folder, with `preset` and `build` as FCOE_PRESET says.
+set -euo pipefail
+cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
+
+preset=${FCOE_PRESET:-release}
+build=build/$preset
+jobs=$(nproc)
+
+# Debian packages by what needs them.
+packages_build=(cmake ninja-build g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev python3
+                nlohmann-json3-dev libcli11-dev libfmt-dev googletest ccache)
+packages_run=(wine wine64 util-linux)
+packages_lint=(clang clang-format clang-tidy)
+packages_clang=(clang)
+packages_coverage=(gcovr)
+packages_fuzz=(cmake ninja-build clang libclang-rt-dev llvm ccache)
+
+say() { printf '\033[1m== %s\033[0m\n' "$*" >&2; }
+die() { printf 'fcoe: %s\n' "$*" >&2; exit 1; }
+
+# Installs those of the named Debian packages that are missing.
+need() {
+    local missing=() package
+    for package; do
+        [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    command -v apt-get >/dev/null || die "these packages are missing and there is no apt-get: ${missing[*]}"
+    local root=()
+    [ "$(id -u)" -eq 0 ] || root=(sudo)
+    say "installing ${missing[*]}"
+    mkdir -p build
+    { "${root[@]}" apt-get update &&
+      "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
+    } >build/packages.log 2>&1 || { tail -n 20 build/packages.log >&2; die "the packages could not be installed"; }
+}
+
+configure() {
+    need "${packages_build[@]}" "${packages_run[@]}"
+    if [ ! -f "$build/build.ninja" ]; then
+        say "configuring $build"
+        cmake --preset "$preset" >"$build.configure.log" 2>&1 || { cat "$build.configure.log" >&2; die "configuring failed"; }
+    fi
+}
+
+build() {
+    mkdir -p build
+    configure
+    say "building (${*:-all})"
+    local target=()
+    for t; do target+=(--target "$t"); done
+    cmake --build "$build" -j "$jobs" "${target[@]}" >&2
+}
+
+# Runs a Windows program in the Wine prefix of that name under the build folder.
+in_prefix() {
+    local prefix=$1
+    shift
+    WINEPREFIX="$PWD/$build/$prefix" cmake/wine-run "$@"
+}
+
+# The name under which Windows programs know a file of this folder.
+windows_path() {
+    local path=$PWD/$1
+    printf 'Z:%s' "${path//\//\\}"
+}
+
+# Sets the simulated suite up in its prefix: registry values, log folder, the DCB service. Nothing to do the second time.
+suite() {
+    build suite
+    local prefix=$build/suite done=$build/suite/installed
+    if [ ! -f "$done" ] || [ "$build/suite.reg" -nt "$done" ] || [ "$build/bin/OrvanDcb.exe" -nt "$done" ]; then
+        say "setting up the simulated suite in $prefix"
+        mkdir -p "$build/log"
+        in_prefix suite net stop OrvanDCB >/dev/null 2>&1 || true # one that was built before
+        { in_prefix suite regedit /S "$build/suite.reg" &&
+          in_prefix suite "$build/bin/OrvanDcb.exe" --install &&
+          in_prefix suite regsvr32 /s "$(windows_path "$build/bin/OrvanWmi.dll")"
+        } || die "the simulated suite could not be set up"
+        touch "$done"
+    fi
+    in_prefix suite net start OrvanDCB >/dev/null 2>&1 || true # runs already, which is as good
+    local tries
+    for tries in {1..50}; do
+        in_prefix suite sc query OrvanDCB 2>/dev/null | grep -q RUNNING && return
+        sleep 0.2
+    done
+    die "the simulated DCB service does not start"
+}

@@ -9,11 +9,11 @@ What there is to run is asked of ctest: the cases of one program become one run 
 locks and forbidden texts. Programs run side by side unless they share a lock. One line a run, a table of what failed at the
 end; the output of what failed stays in DIR/repeat. Nothing stops it; exit status 1 when anything failed.
 
-Wine loses a process now and then: its output, or its exit code. Output and exit code then contradict each other (no closing
-line and exit code 0, or all passed and another exit code), or there is no output at all. Such a run is counted as lost and
-made once more with the same seed; lost twice it has failed. --json FILE writes what was seen, for programs.
+A run that Wine lost (verdict.py has the rule) is counted as lost and made once more with the same seed; lost twice it has
+failed. --json FILE writes what was seen, for programs.
 """
 import argparse
+import dataclasses
 import json
 import os
 import re
@@ -24,82 +24,27 @@ import threading
 import time
 from collections import defaultdict
 from concurrent.futures import ThreadPoolExecutor
-from dataclasses import dataclass, field
 from pathlib import Path
 
-# What the crash report and the watchdog of the test programs begin with.
-CRASHED = re.compile(r"^(CRASH|HANG)", re.MULTILINE)
-PASSED, FAILED, LOST = "passed", "failed", "lost"
-
-
-@dataclass
-class Program:
-    name: str
-    command: list[str]
-    folder: str
-    lock: str = ""
-    must_say: str = ""
-    must_not_say: list[str] = field(default_factory=list)
-    seconds_allowed: float = 0
-    cases: int = 0
-    gtest: bool = False
-    seconds: float = 0  # of the last run: the longest start first
-
-
-@dataclass
-class Outcome:
-    verdict: str
-    cases: int
-    failures: list[str]
+from verdict import LOST, PASSED, Outcome, Program, judge, known_tests, program_of
 
 
 def programs(build: Path, leave_out: str) -> list[Program]:
     """The test programs that ctest knows, with their cases that are not disabled, and its other tests."""
-    shown = subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"], check=True, capture_output=True)
     found: dict[str, Program] = {}
-    for test in json.loads(shown.stdout)["tests"]:
-        properties = {p["name"]: p["value"] for p in test["properties"]}
+    for test in known_tests(build):
+        properties = test["properties"]
         if any(re.search(leave_out, label) for label in properties.get("LABELS", [])) or properties.get("DISABLED"):
             continue
-        gtest = any(a.startswith("--gtest_filter=") for a in test["command"])
-        command = [a for a in test["command"] if not a.startswith("--gtest_")]
-        name = Path(next(a for a in command if a.endswith(".exe"))).stem if gtest else test["name"]
-        program = found.setdefault(name, Program(name, command, properties["WORKING_DIRECTORY"], gtest=gtest))
-        program.lock = (properties.get("RESOURCE_LOCK") or [""])[0]
-        program.must_say = "|".join(properties.get("PASS_REGULAR_EXPRESSION", []))
-        program.must_not_say = properties.get("FAIL_REGULAR_EXPRESSION", [])
-        program.seconds_allowed = max(program.seconds_allowed, 660 if gtest else properties["TIMEOUT"])
+        case = program_of(test)
+        name = Path(next(a for a in case.command if a.endswith(".exe"))).stem if case.gtest else case.name
+        if name not in found:
+            command = [a for a in case.command if not a.startswith("--gtest_")]
+            found[name] = dataclasses.replace(case, name=name, command=command, cases=0)
+        program = found[name]
+        program.seconds_allowed = max(program.seconds_allowed, 660 if case.gtest else case.seconds_allowed)
         program.cases += 1
     return list(found.values())
-
-
-def judge(program: Program, text: str, exit_code: int | None) -> Outcome:
-    """What a run says of itself, and what its end says of it."""
-    if program.gtest:
-        failures = sorted(set(re.findall(r"^\[  FAILED  \] ([A-Za-z_][^\s,]*)", text, re.MULTILINE)))
-        done = len(re.findall(r"^\[ {7}OK \]|^\[  (?:FAILED|SKIPPED)  ?\].* \(\d+ ms\)", text, re.MULTILINE))
-        # Of all its cases: those that start the program again show its closing lines, too.
-        whole = re.search(rf"^\[=+\] {program.cases} tests? from .* ran\.", text, re.MULTILINE)
-        if whole:  # a line of another process may have fallen into one of those counted above
-            done = program.cases
-        started = re.findall(r"^\[ RUN      \] (\S+)", text, re.MULTILINE)
-        here = [] if whole else [started[-1] if started else program.name]
-    else:
-        failures, done, here = [], program.cases, [program.name]
-        whole = re.search(program.must_say, text) if program.must_say else exit_code == 0
-    for forbidden in program.must_not_say:
-        if re.search(forbidden, text):
-            return Outcome(FAILED, done, failures or [f"{program.name} said {forbidden!r}"])
-    if exit_code is None:
-        return Outcome(FAILED, done, failures + [f"{name} (ran for {program.seconds_allowed:.0f} s)" for name in here])
-    # A crash before the closing line is one of a process that a case started to see it crash.
-    if failures or CRASHED.search(text, whole.end() if program.gtest and whole else 0):
-        return Outcome(FAILED, done, failures + here or [f"{program.name} (its end)"])
-    if whole and exit_code == 0:
-        return Outcome(PASSED, done, [])
-    if whole or exit_code == 0 or not text:
-        return Outcome(LOST, done, here or [f"{program.name} (exit code {exit_code})"])
-    return Outcome(FAILED, done, [f"{name} (exit code {exit_code})" for name in here])
 
 
 class Repetition:
@@ -122,7 +67,7 @@ class Repetition:
         file = self.output / f"run{self.runs}-{program.name}{'-again' if attempt else ''}.txt"
         with file.open("wb") as output:
             process = subprocess.Popen(program.command + shuffle, cwd=program.folder, stdin=subprocess.DEVNULL,
-                                       stdout=output, stderr=output)
+                                       stdout=output, stderr=output, env={**os.environ, **program.environment})
             self.running.add(process)
             try:
                 exit_code = process.wait(program.seconds_allowed)

@@ -1,0 +1,131 @@
+// The log as docs/log.md tells of it, in a host's hands.
+#include <gtest/gtest.h>
+
+#include "tests/system/PromiseSuite.h"
+
+namespace {
+
+constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2";
+constexpr wchar_t CORE_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\CoreAgnt";
+constexpr char STARTED[] = "ENTRY:  CQelFcoeAgentWin::Initialize";
+constexpr char ALREADY[] = "CQelFcoeAgentWin::Initialize() - Already initialized";
+
+// A file that another program writes.
+class WrittenFile {
+  public:
+    explicit WrittenFile(const std::filesystem::path& file)
+        : m_file(CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr)) {
+        EXPECT_NE(INVALID_HANDLE_VALUE, m_file) << file;
+    }
+    ~WrittenFile() { CloseHandle(m_file); }
+    WrittenFile(const WrittenFile&) = delete;
+    WrittenFile& operator=(const WrittenFile&) = delete;
+
+  private:
+    HANDLE m_file;
+};
+
+class Temp {
+  public:
+    explicit Temp(const std::filesystem::path& folder) {
+        GetEnvironmentVariableW(L"Temp", m_previous, MAX_PATH);
+        SetEnvironmentVariableW(L"Temp", folder.c_str());
+    }
+    ~Temp() { SetEnvironmentVariableW(L"Temp", m_previous); }
+    Temp(const Temp&) = delete;
+    Temp& operator=(const Temp&) = delete;
+
+  private:
+    wchar_t m_previous[MAX_PATH] = L"";
+};
+
+TEST(PromiseLog, IsRewrittenEachTimeTheAgentIsLoaded) {
+    SuiteHost host;
+    host.GetAgent();
+    host.GetAgent();
+    EXPECT_TRUE(host.Logged(ALREADY));
+    host.Unload();
+    EXPECT_TRUE(host.Logged(ALREADY));
+    host.GetAgent();
+    EXPECT_TRUE(host.Logged(STARTED));
+    EXPECT_FALSE(host.Logged(ALREADY));
+}
+
+TEST(PromiseLog, HasLevelOneWithoutTheNumber) {
+    SuiteHost host;
+    host.Hive().Delete(SUITE_KEY, L"TRACE");
+    EXPECT_TRUE(host.GetAgent());
+    EXPECT_TRUE(host.Logged(STARTED));
+}
+
+TEST(PromiseLog, LevelCountsFromTheNextLoad) {
+    SuiteHost host;
+    host.Hive().Set(SUITE_KEY, L"TRACE", DWORD{0});
+    host.GetAgent();
+    host.Hive().Set(SUITE_KEY, L"TRACE", DWORD{1});
+    host.GetAgent();
+    EXPECT_FALSE(std::filesystem::exists(host.LogFile()));
+    host.Unload();
+    host.GetAgent();
+    EXPECT_TRUE(host.Logged(STARTED));
+}
+
+TEST(PromiseLog, IsOffWithoutTheSuitesKey) {
+    SuiteHost host;
+    const TempFolder temp;
+    const Temp environment(temp.Path());
+    host.Hive().DeleteKey(SUITE_KEY);
+    EXPECT_FALSE(host.GetAgent());
+    EXPECT_FALSE(std::filesystem::exists(host.LogFile()));
+    EXPECT_FALSE(std::filesystem::exists(temp.Path() / L"FcoeAgnt.txt"));
+}
+
+TEST(PromiseLog, WhoseFileAnotherProgramWritesGoesToTempAndThenNowhere) {
+    SuiteHost host;
+    const TempFolder temp;
+    const Temp environment(temp.Path());
+    const WrittenFile taken(host.LogFile());
+    EXPECT_TRUE(host.GetAgent());
+    EXPECT_NE(std::string::npos, ReadFileBytes(temp.Path() / L"FcoeAgnt.txt").find(STARTED));
+    host.Unload();
+    const WrittenFile takenToo(temp.Path() / L"FcoeAgnt.txt");
+    EXPECT_TRUE(host.GetAgent());
+    EXPECT_EQ("", ReadFileBytes(temp.Path() / L"FcoeAgnt.txt"));
+    EXPECT_EQ("", ReadFileBytes(host.LogFile()));
+}
+
+// 511 characters are what is read of this value; of every other text 255.
+TEST(PromiseLog, FolderMayHave511Characters) {
+    SuiteHost host;
+    std::wstring folder = host.Folder().wstring();
+    if (folder.size() % 2 == 0)
+        folder += L'\\';
+    while (folder.size() < 511)
+        folder += L"\\.";
+    ASSERT_EQ(511u, folder.size());
+    host.Hive().Set(SUITE_KEY, L"InstalledDir", folder);
+    EXPECT_TRUE(host.GetAgent());
+    EXPECT_TRUE(host.Logged(STARTED));
+}
+
+TEST(PromiseLog, SpeaksOfAnExceptionAlsoWhenThereIsNoCoreAgent) {
+    SuiteHost host;
+    host.Hive().Set(CORE_KEY, L"InstalledDir", L"C:\\elsewhere\\CoreAgnt.dll");
+    EXPECT_FALSE(host.GetAgent());
+    auto* const agent = host.GetAgent();
+    ASSERT_TRUE(agent);
+    std::vector<QEL_FCOE_HBA> hbas;
+    EXPECT_TRUE(agent->EnumerateHBAs(CQelString(), hbas, 0));
+    EXPECT_TRUE(hbas.empty());
+    EXPECT_TRUE(
+        host.Logged("Common\\Src\\QelNetAgentPvt (267): CQelNetAgentPvt::WaitForApplyDone() - Exception caught"));
+    EXPECT_TRUE(host.Logged("CQelFcoeAgentWin::GetAdaptersThatSupportFCOE - EnumerateAdapters failed!"));
+    CQelString adapter(FIRST), wwpn(L"Auto");
+    std::vector<QEL_ERROR_ENTRY> errors;
+    ULONG owner = 5;
+    EXPECT_FALSE(agent->CreateVPort(adapter, wwpn, errors, owner));
+    EXPECT_TRUE(errors.empty());
+    EXPECT_TRUE(host.Logged("Common\\Src\\QelNetAgentPvt (352): CQelNetAgentPvt::StartLock() - Exception caught"));
+}
+
+} // namespace

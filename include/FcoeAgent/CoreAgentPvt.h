@@ -17,7 +17,8 @@ struct QEL_ADAPTER_INFO {
 };
 
 // 80 functions; those named Reserved are never called by an agent. The core agent owns the object; it lives as long as
-// the core agent's module stays loaded. Every function may be called from any thread and may throw.
+// the core agent's module stays loaded, and an agent keeps it loaded while one of its calls is inside. Every function
+// may be called from any thread, several at once, and may throw; an exception is logged and counts as a failure.
 class ICoreAgentPvt {
   public:
     virtual void Reserved0() = 0;
@@ -45,6 +46,7 @@ class ICoreAgentPvt {
     virtual void Reserved22() = 0;
     virtual void Reserved23() = 0;
     virtual void Reserved24() = 0;
+    // ulReserved is 0.
     virtual QEL_RESULT GetAdapterInfo(const CQelString& strAdapter, QEL_ADAPTER_INFO& info, ULONG ulReserved) = 0;
     virtual void Reserved26() = 0;
     virtual void Reserved27() = 0;
@@ -55,6 +57,7 @@ class ICoreAgentPvt {
     virtual void Reserved32() = 0;
     virtual void Reserved33() = 0;
     virtual void Reserved34() = 0;
+    // byLockTaken non-zero: the lock is taken, whatever the result, and DoneLock follows with the same request.
     virtual QEL_RESULT StartLock(QEL_LOCK_REQUEST request, BYTE& byLockTaken) = 0;
     virtual QEL_RESULT DoneLock(QEL_LOCK_REQUEST request) = 0;
     virtual void Reserved37() = 0;

@@ -1,9 +1,10 @@
 // The public records that the agent hands to its host.
 //
-// Plain structures, copied field by field into the host's vectors; the host owns its copies. A text that could not be
-// read is empty, a number 0. World Wide Names are texts of eight two-digit hexadecimal groups separated by colons.
-// Every record carries the adapter's device identifier and second identifier, so that records of several adapters can
-// be told apart in one vector.
+// Plain structures, appended to the host's vectors; the host owns its copies. A text that could not be read is empty
+// and a number 0, unless the field says otherwise. World Wide Names are texts of eight two-digit hexadecimal groups
+// separated by colons; they are zeros while the vendor library is not loaded. Every record carries the adapter's device
+// identifier and second identifier, so that records of several adapters can be told apart in one vector; only the
+// record of an adapter that the library refused has neither.
 #pragma once
 
 #include <windows.h>
@@ -39,7 +40,7 @@ struct QEL_FCOE_FABRIC {
     CQelString strWWN1; // identifiers of the port-list entry that names the fabric
     CQelString strWWN2;
     CQelString strWWN3;
-    ULONG ulEntryWord = 0; // non-zero: the fabric is numbered
+    ULONG ulEntryWord = 0; // as the library reports it; 0: no port of type 0 names the physical fabric
     CQelString strDeviceId;
     CQelString strSecondId;
     CQelString strKind;
@@ -70,8 +71,8 @@ struct QEL_FCOE_TARGET {
     ULONG ulScsiTarget = 0;
     ULONG ulFcId = 0;
     ULONG ulNumber = 0;
-    CQelString strVendor; // T10 vendor identification, standard INQUIRY bytes 8 to 15
-    CQelString strSerial; // unit serial number, VPD page 80h
+    CQelString strVendor; // T10 vendor identification, standard INQUIRY bytes 8 to 15, null characters included
+    CQelString strSerial; // unit serial number, VPD page 80h, without null characters
     CQelString strInitiatorPortWWN;
     CQelString strOwningPortWWN;
     CQelString strFabricName;
@@ -88,8 +89,8 @@ struct QEL_FCOE_LUN {
     ULONG ulScsiTarget = 0;
     ULONG ulReserved = 0; // always 0
     CQelString strOsDeviceName;
-    CQelString strCapacity; // in MB, GB or TB (powers of 1024), or "Unknown"
-    CQelString strBlockSize;
+    CQelString strCapacity;  // in MB, GB or TB (powers of 1024), or "Unknown"
+    CQelString strBlockSize; // in bytes, or "Unknown"
     CQelString strTargetPortWWN;
     CQelString strOwningPortWWN;
     CQelString strInitiatorPortWWN;
@@ -98,10 +99,10 @@ struct QEL_FCOE_LUN {
     CQelString strSecondId;
 };
 
-// One VLAN on which an FCoE adapter runs. A VLAN that has disappeared reads back as an empty record.
+// One VLAN on which an FCoE adapter runs. A VLAN that has disappeared is absent from the next list.
 struct QEL_FCOE_VLAN {
     CQelString strName;
-    ULONG ulVlanId = 0; // 12-bit IEEE 802.1Q VLAN identifier
+    ULONG ulVlanId = 0; // IEEE 802.1Q VLAN identifier: 12 bits, of the library's 16
     ULONG ulState = 0;  // 1 active
     CQelString strState;
     CQelString strDeviceId;

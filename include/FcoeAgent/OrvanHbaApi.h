@@ -3,6 +3,10 @@
 // All functions have C linkage and the C calling convention and return an HBA_STATUS (0 is success) unless declared
 // otherwise. Buffers belong to the caller. Lists begin with a 32-bit count: on input the entries that the buffer holds,
 // on output the entries that exist; HBA_STATUS_ERROR_MORE_DATA means that the buffer was too small.
+//
+// Every function may be called from any thread, several at once, but for those that the agent calls under a mutex that
+// all processes share: those that initialize, register, find and open an adapter, and generate, create, remove or list
+// ports. An export may be missing. A library of the agent's compiler may throw; what another one throws is not caught.
 #pragma once
 
 #include <cstddef>

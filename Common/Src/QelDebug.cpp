@@ -1,71 +1,16 @@
 #include "FcoeAgent/QelDebug.h"
 
-#include <cstdlib>
 #include <cwchar>
 #include <iterator>
 #include <string_view>
 
-#include <fcntl.h>
 #include <io.h>
-#include <share.h>
 
+#include "Common/Src/LogGuard.h"
 #include "Common/Src/LogLine.h"
-#include "Common/Src/Owner.h"
 #include "Common/Src/ProcessExit.h"
-#include "Common/Src/QelSecure.h"
 
 namespace {
-
-constexpr wchar_t SOURCE_FILE[] = L"Common\\Src\\QelDebug";
-constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\ORVAN\\NETWORK_SERVICES\\QEL2";
-constexpr std::size_t PATH_CAPACITY = 1024;
-constexpr std::size_t TEMP_CAPACITY = 260;
-constexpr std::size_t FILE_NAME_LIMIT = 246;
-
-CQelKeyHandle OpenSuiteKey() {
-    CQelKeyHandle key;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, SUITE_KEY, 0, KEY_READ, key.Put()) != ERROR_SUCCESS)
-        key.Release();
-    return key;
-}
-
-// The environment's folder for temporary files; empty when it is not set or too long.
-void GetTemp(wchar_t (&szFolder)[TEMP_CAPACITY]) {
-    if (GetEnvironmentVariableW(L"Temp", szFolder, TEMP_CAPACITY) >= TEMP_CAPACITY)
-        szFolder[0] = L'\0';
-}
-
-void Copy(wchar_t (&szPath)[PATH_CAPACITY], const wchar_t* pszText) {
-    QelSafeCopy(SOURCE_FILE, __LINE__, szPath, PATH_CAPACITY, pszText);
-}
-
-void Append(wchar_t (&szPath)[PATH_CAPACITY], const wchar_t* pszText) {
-    QelSafeCat(SOURCE_FILE, __LINE__, szPath, PATH_CAPACITY, pszText);
-}
-
-// Where the log file of a module lies. The set-up program decides for itself; while the suite is being installed, and
-// without an installation, it is the temporary folder; else the suite's folder, or the current drive's root when the
-// registry does not name it.
-void BuildPath(wchar_t (&szPath)[PATH_CAPACITY], const wchar_t* pszModuleName, const wchar_t* pszFileName) {
-    if (_wcsicmp(pszModuleName, L"PwSetup") == 0) {
-        Copy(szPath, pszFileName);
-        return;
-    }
-    const CQelKeyHandle key = OpenSuiteKey();
-    if (key && _wcsicmp(pszModuleName, L"Qel2Setp") != 0) {
-        wchar_t szFolder[PATH_CAPACITY] = {};
-        DWORD dwSize = 1024; // bytes: half the buffer, so that the text is terminated
-        if (RegQueryValueExW(key.Get(), L"InstalledDir", nullptr, nullptr, reinterpret_cast<BYTE*>(szFolder),
-                             &dwSize) == ERROR_SUCCESS)
-            Copy(szPath, szFolder);
-    } else {
-        wchar_t szTemp[TEMP_CAPACITY] = {};
-        GetTemp(szTemp);
-        Copy(szPath, szTemp);
-    }
-    Append(szPath, L"\\");
-    Append(szPath, pszFileName);
-}
 
 // "%s\tPID:%x\tTID:%x\t%02.2d:%02.2d:%02.2d.%03.3d\t(%I64X)\tTIER %d\t\t" of what a line starts with.
 void AppendHeader(CQelLogLine& line, const wchar_t* pszModuleName, LONG lDepth) {
@@ -95,32 +40,8 @@ void AppendHeader(CQelLogLine& line, const wchar_t* pszModuleName, LONG lDepth) 
 
 } // namespace
 
-// Holds the log's lock. While the process ends, a thread that is gone may hold it for ever; the log then stays quiet.
-class CQelDebug::CWriting {
-  public:
-    explicit CWriting(CRITICAL_SECTION* pLock) : m_pLock(pLock) {
-        if (!ProcessIsTerminating())
-            EnterCriticalSection(m_pLock);
-        else if (!TryEnterCriticalSection(m_pLock))
-            m_pLock = nullptr;
-    }
-    ~CWriting() {
-        if (m_pLock)
-            LeaveCriticalSection(m_pLock);
-    }
-    CWriting(const CWriting&) = delete;
-    CWriting& operator=(const CWriting&) = delete;
-
-    explicit operator bool() const { return m_pLock != nullptr; }
-
-  private:
-    CRITICAL_SECTION* m_pLock;
-};
-
 CQelDebug::CQelDebug()
-    : m_lDepth(0), m_pFile(nullptr), m_pLock(&m_csLock), m_bConfigured(false), m_ulLevel(0), m_ulMaximumSize(0) {
-    InitializeCriticalSection(m_pLock);
-}
+    : m_lDepth(0), m_pFile(nullptr), m_pLock(&m_csLock), m_bConfigured(false), m_ulLevel(0), m_ulMaximumSize(0) {}
 
 CQelDebug::~CQelDebug() {
     if (ProcessIsTerminating()) {
@@ -130,8 +51,6 @@ CQelDebug::~CQelDebug() {
     }
     if (FILE* pFile = m_pFile.exchange(nullptr))
         fclose(pFile);
-    m_pszModuleName.reset();
-    DeleteCriticalSection(m_pLock);
 }
 
 CQelDebug& CQelDebug::Instance() {
@@ -139,66 +58,11 @@ CQelDebug& CQelDebug::Instance() {
     return log;
 }
 
-int CQelDebug::Configure(const wchar_t* pszModuleName, const wchar_t* pszFileName, ULONG ulLevel, int nAppend,
-                         ULONG ulMaximumSize) try {
-    if (ulLevel == 0) {
-        m_ulLevel = 0;
-        return -1;
-    }
-    if (ulLevel == 1 || ulLevel == 2) {
-        const CQelKeyHandle key = OpenSuiteKey();
-        if (!key)
-            return -1;
-        DWORD dwTrace = 0, dwSize = sizeof dwTrace;
-        if (RegQueryValueExW(key.Get(), L"TRACE", nullptr, nullptr, reinterpret_cast<BYTE*>(&dwTrace), &dwSize) ==
-            ERROR_SUCCESS)
-            ulLevel = dwTrace;
-        if (ulLevel == 0)
-            return -1;
-    }
-    if (!pszModuleName || !pszFileName)
-        return -1;
-    const std::size_t fileNameLength = wcslen(pszFileName);
-    if (fileNameLength == 0 || fileNameLength >= FILE_NAME_LIMIT)
-        return -1;
-
-    const std::size_t nameCapacity = wcslen(pszModuleName) + 1;
-    auto pszName = std::make_unique<wchar_t[]>(nameCapacity);
-    QelSafeCopy(SOURCE_FILE, __LINE__, pszName.get(), nameCapacity, pszModuleName);
-    CWriting writing(m_pLock);
-    if (!writing)
-        return -1;
-    m_pszModuleName = std::move(pszName);
-    m_ulMaximumSize = ulMaximumSize;
-
-    wchar_t szPath[PATH_CAPACITY] = {};
-    BuildPath(szPath, pszModuleName, pszFileName);
-    const wchar_t* pszMode = nAppend ? L"a+" : L"w";
-    FILE* pFile = _wfsopen(szPath, pszMode, _SH_DENYWR);
-    if (!pFile) {
-        // A path without a folder has no second place; the log is then configured and writes nothing.
-        if (const wchar_t* pszTail = wcsrchr(szPath, L'\\')) {
-            wchar_t szTemp[TEMP_CAPACITY] = {};
-            GetTemp(szTemp);
-            QelSafeCat(SOURCE_FILE, __LINE__, szTemp, TEMP_CAPACITY, pszTail);
-            pFile = _wfsopen(szTemp, pszMode, _SH_DENYWR);
-            if (!pFile)
-                return -1;
-        }
-    }
-    if (pFile)
-        _setmode(_fileno(pFile), _O_BINARY); // lines come with their CR LF
-    if (FILE* pPrevious = m_pFile.exchange(pFile))
-        fclose(pPrevious);
-    m_ulLevel = ulLevel;
-    m_bConfigured.store(true, std::memory_order_release);
-    return 0;
-} catch (...) {
-    return -1;
-}
-
 void CQelDebug::Print(const wchar_t* pszFormat, ...) {
     if (!IsPrinting())
+        return;
+    const CQelLogGuard guard(*m_pLock);
+    if (!guard)
         return;
     va_list args;
     va_start(args, pszFormat);
@@ -209,8 +73,8 @@ void CQelDebug::Print(const wchar_t* pszFormat, ...) {
 void CQelDebug::Error(const wchar_t* pszSourceFile, int nLine, const wchar_t* pszFormat, ...) {
     if (m_ulLevel.load(std::memory_order_relaxed) == 0 || !m_bConfigured.load(std::memory_order_acquire) || !m_pFile)
         return;
-    const CWriting writing(m_pLock);
-    if (!writing)
+    const CQelLogGuard guard(*m_pLock);
+    if (!guard)
         return;
     wchar_t szMessage[1024] = {};
     va_list args;
@@ -235,9 +99,6 @@ void CQelDebug::WriteLine(const wchar_t* pszFormat, ...) {
 
 // Writes whatever the level: at level 2 error lines pass, too.
 void CQelDebug::WriteLineV(const wchar_t* pszFormat, va_list args) {
-    const CWriting writing(m_pLock);
-    if (!writing)
-        return;
     try {
         TryWriteLine(pszFormat, args);
     } catch (...) {

@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include "FcoeAgent/QelExport.h"
+#include "FcoeAgent/QelLock.h"
 #include "FcoeAgent/QelTypes.h"
 
 // The trace log: lines of text in a file and, at level 4, also in the debugger.
@@ -56,20 +57,19 @@ class FCOEAGNT_API CQelDebug {
 
   private:
     friend class CQelDebugScope;
-    class CWriting;
     void AddDepth(LONG lChange) noexcept;
-    void WriteLine(const wchar_t* pszFormat, ...);
-    void WriteLineV(const wchar_t* pszFormat, va_list args);
-    void TryWriteLine(const wchar_t* pszFormat, va_list args);
+    void WriteLine(const wchar_t* pszFormat, ...) QEL_REQUIRES(*m_pLock);
+    void WriteLineV(const wchar_t* pszFormat, va_list args) QEL_REQUIRES(*m_pLock);
+    void TryWriteLine(const wchar_t* pszFormat, va_list args) QEL_REQUIRES(*m_pLock);
 
     std::atomic<LONG> m_lDepth; // nesting of traced scopes; only indicative with several threads
-    std::unique_ptr<wchar_t[]> m_pszModuleName;
-    std::atomic<FILE*> m_pFile;
-    CRITICAL_SECTION* m_pLock;
-    CRITICAL_SECTION m_csLock; // guards the name, the file and the maximum size
+    std::unique_ptr<wchar_t[]> m_pszModuleName QEL_GUARDED_BY(*m_pLock);
+    std::atomic<FILE*> m_pFile; // changed and written to under the lock; looked at without it
+    CQelLock* m_pLock;          // the one below
+    CQelLock m_csLock;
     std::atomic<bool> m_bConfigured;
     std::atomic<ULONG> m_ulLevel;
-    ULONG m_ulMaximumSize;
+    ULONG m_ulMaximumSize QEL_GUARDED_BY(*m_pLock);
 };
 
 inline bool CQelDebug::IsPrinting() const noexcept {

@@ -19,7 +19,7 @@ Failure Unknown(const std::string& problem, const std::vector<QEL_FCOE_HBA>& hba
         hints.push_back(fmt::format("--adapter {}  {}", ids.back(), ToUtf8(hba.strSecondId)));
     }
     if (hints.empty())
-        hints.emplace_back("FCoE is not installed, or the core agent knows no adapter that supports it.");
+        hints.emplace_back(NO_ADAPTER);
     return Failure(Exit::AdapterUnknown, problem, std::move(hints), std::move(ids));
 }
 

@@ -30,7 +30,7 @@ class Agent {
     Agent& operator=(const Agent&) = delete;
 
     // adapter: empty reads all adapters that support FCoE.
-    template <class Record> Reading<Record> Read(const CQelString& adapter) {
+    template <class Record> [[nodiscard]] Reading<Record> Read(const CQelString& adapter) {
         Reading<Record> reading;
         Call([&] { reading.complete = Enumerate(adapter, reading.records) != FALSE; });
         return reading;
@@ -39,7 +39,7 @@ class Agent {
     // wwpn: the name, or "auto"; receives the generated name. Throws a Failure with the agent's reasons.
     void CreateVPort(const CQelString& adapter, CQelString& wwpn);
     void DeleteVPort(const CQelString& adapter, const CQelString& wwpn);
-    CQelString GenerateWWPN(const CQelString& adapter);
+    [[nodiscard]] CQelString GenerateWWPN(const CQelString& adapter);
     void RefreshTargets(const CQelString& adapter);
 
   private:

@@ -48,7 +48,7 @@ std::vector<QEL_FCOE_HBA> ReadHBAs(AgentContext& context) {
         context.report.notes.push_back(fmt::format("{} adapter{} could not be read and {} an empty record. {}", unread,
                                                    unread == 1 ? "" : "s", unread == 1 ? "has" : "have", LogHint()));
     if (hbas.empty() && context.report.complete)
-        context.report.notes.push_back("FCoE is not installed, or the core agent knows no adapter that supports it.");
+        context.report.notes.emplace_back(NO_ADAPTER);
     return hbas;
 }
 
@@ -94,7 +94,7 @@ void ShowTree(AgentContext& context) {
     else
         context.output.Write(DrawTree(tree, context.options.ascii));
     if (tree.empty() && context.report.complete)
-        context.report.notes.push_back("FCoE is not installed, or the core agent knows no adapter that supports it.");
+        context.report.notes.emplace_back(NO_ADAPTER);
 }
 
 void ShowLinks(AgentContext& context) {

@@ -8,7 +8,7 @@ namespace fcoectl {
 namespace {
 
 // In portions, since a console refuses a very long text; a surrogate pair is not torn apart.
-bool WriteToConsole(HANDLE console, std::wstring_view text) {
+[[nodiscard]] bool WriteToConsole(HANDLE console, std::wstring_view text) {
     constexpr std::size_t portion = 8192;
     while (!text.empty()) {
         std::size_t length = std::min(portion, text.size());
@@ -22,7 +22,7 @@ bool WriteToConsole(HANDLE console, std::wstring_view text) {
     return true;
 }
 
-bool WriteTo(DWORD standardHandle, std::string_view text) {
+[[nodiscard]] bool WriteTo(DWORD standardHandle, std::string_view text) {
     const HANDLE handle = GetStdHandle(standardHandle);
     DWORD mode = 0;
     if (GetConsoleMode(handle, &mode))
@@ -44,9 +44,8 @@ void StandardOutput::Write(std::string_view text) {
         m_failed = true;
 }
 
-// Nowhere is left to report a failure of the error stream.
 void StandardOutput::WriteError(std::string_view text) {
-    WriteTo(STD_ERROR_HANDLE, text);
+    static_cast<void>(WriteTo(STD_ERROR_HANDLE, text)); // nowhere is left to report a failure
 }
 
 } // namespace fcoectl

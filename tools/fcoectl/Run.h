@@ -10,6 +10,6 @@ namespace fcoectl {
 
 // Parses, runs, writes, and answers the exit code. arguments: without the program's name, UTF-8. Throws only when
 // memory runs out while it writes.
-int Run(const std::vector<std::string>& arguments, Output& output);
+[[nodiscard]] int Run(const std::vector<std::string>& arguments, Output& output);
 
 } // namespace fcoectl

@@ -32,7 +32,7 @@ class Interruption {
     Interruption& operator=(const Interruption&) = delete;
 
     // False when the user ended it before the time was up.
-    bool Wait(double seconds) const {
+    [[nodiscard]] bool Wait(double seconds) const {
         return WaitForSingleObject(s_event, static_cast<DWORD>(seconds * 1000)) == WAIT_TIMEOUT;
     }
 

@@ -17,11 +17,14 @@ PFN_RtlDllShutdownInProgress FindShutdownTest() noexcept {
                   : nullptr;
 }
 
+// Looked up while the module is loaded: the first to ask may be the end of the process, and the test of a local
+// static's first use is a lock.
+const PFN_RtlDllShutdownInProgress g_pfnShutdownInProgress = FindShutdownTest();
+
 } // namespace
 
 bool ProcessIsTerminating() noexcept {
-    static const PFN_RtlDllShutdownInProgress pfnShutdownInProgress = FindShutdownTest();
-    return g_bTerminating.load(std::memory_order_relaxed) || (pfnShutdownInProgress && pfnShutdownInProgress());
+    return g_bTerminating.load(std::memory_order_relaxed) || (g_pfnShutdownInProgress && g_pfnShutdownInProgress());
 }
 
 void MarkProcessTerminating() noexcept {

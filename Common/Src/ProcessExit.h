@@ -15,7 +15,7 @@ void MarkProcessTerminating() noexcept;
 template <class Object> class CQelLeftAtProcessEnd {
   public:
     template <class... Args>
-    explicit CQelLeftAtProcessEnd(Args&&... args) : m_object(std::forward<Args>(args)...) {}
+    constexpr explicit CQelLeftAtProcessEnd(Args&&... args) : m_object(std::forward<Args>(args)...) {}
     ~CQelLeftAtProcessEnd() {
         if (!ProcessIsTerminating())
             m_object.~Object();

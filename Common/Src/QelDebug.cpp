@@ -44,18 +44,22 @@ CQelDebug::CQelDebug()
     : m_lDepth(0), m_pFile(nullptr), m_pLock(&m_csLock), m_bConfigured(false), m_ulLevel(0), m_ulMaximumSize(0) {}
 
 CQelDebug::~CQelDebug() {
-    if (ProcessIsTerminating()) {
-        // Every line was flushed. Closing could wait for a lock of the run time that a dead thread holds.
-        m_pszModuleName.release();
-        return;
-    }
     if (FILE* pFile = m_pFile.exchange(nullptr))
         fclose(pFile);
 }
 
 CQelDebug& CQelDebug::Instance() {
-    static CQelDebug log;
-    return log;
+    // At the end of the process every line is in the file already, and closing could wait for a lock of the run time
+    // that a dead thread holds. The log only forgets its file: whatever ends later may still print.
+    struct ModuleLog {
+        ~ModuleLog() {
+            if (ProcessIsTerminating())
+                m_log.Get().m_pFile = nullptr;
+        }
+        CQelLeftAtProcessEnd<CQelDebug> m_log;
+    };
+    static ModuleLog moduleLog;
+    return moduleLog.m_log.Get();
 }
 
 void CQelDebug::Print(const wchar_t* pszFormat, ...) {

@@ -4,14 +4,15 @@
 #include <cstdlib>
 #include <cwchar>
 
+#include "Common/Src/ProcessExit.h"
 #include "FcoeAgent/QelDebug.h"
 
 namespace {
 
 constexpr wchar_t SOURCE_FILE[] = L"Common\\Src\\QelSecure";
 
-// Keeps the handler that ours replaced, and puts it back when the module goes: the process would call into unloaded
-// code otherwise.
+// Keeps the handler that ours replaced, and puts it back when the module is unloaded: the process would call into code
+// that is gone otherwise. At the end of the process our code stays, and the handler is silent once the log is.
 class CInvalidParameterHandler {
   public:
     ~CInvalidParameterHandler() {
@@ -32,7 +33,8 @@ class CInvalidParameterHandler {
     _invalid_parameter_handler m_pfnPrevious = nullptr;
 };
 
-CInvalidParameterHandler g_handler;
+// Initialised by the compiler: static objects of other files use it while they are made.
+constinit CQelLeftAtProcessEnd<CInvalidParameterHandler> g_handler;
 
 // Append failures carry the name of the copy, too: support scripts search the log for this wording.
 int Report(int nError, const wchar_t* pszSourceFile, int nLine, const wchar_t* pszDestination) {
@@ -49,13 +51,13 @@ int Report(int nError, const wchar_t* pszSourceFile, int nLine, const wchar_t* p
 
 int QelSafeCopy(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t sizeInCharacters,
                 const wchar_t* pszSource) {
-    g_handler.Install();
+    g_handler.Get().Install();
     return Report(wcscpy_s(pszDestination, sizeInCharacters, pszSource), pszSourceFile, nLine, pszDestination);
 }
 
 int QelSafeCat(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t sizeInCharacters,
                const wchar_t* pszSource) {
-    g_handler.Install();
+    g_handler.Get().Install();
     return Report(wcscat_s(pszDestination, sizeInCharacters, pszSource), pszSourceFile, nLine, pszDestination);
 }
 

@@ -33,7 +33,8 @@ class FCOEAGNT_API CQelDebug {
     CQelDebug(const CQelDebug&) = delete;
     CQelDebug& operator=(const CQelDebug&) = delete;
 
-    // The module's own log, built on first use and closed when the module is unloaded.
+    // The module's own log, built on first use and closed when the module is unloaded. At the end of the process it is
+    // left to the system, silent from then on; an object of another's making is destroyed as any other is.
     static CQelDebug& Instance();
 
     // Opens the log file. The registry may replace levels 1 and 2; docs/log.md tells how and where the file lies.

@@ -141,17 +141,20 @@ CQelDebugScope::CQelDebugScope(const wchar_t* pszFunction) : m_pszFunction(pszFu
 }
 
 CQelDebugScope::CQelDebugScope(const wchar_t* pszFunction, const LONG* pnResult) : CQelDebugScope(pszFunction) {
-    if ((m_pnResult = pnResult))
+    m_pnResult = pnResult;
+    if (pnResult)
         m_eKind = Kind::Integer;
 }
 
 CQelDebugScope::CQelDebugScope(const wchar_t* pszFunction, const QEL_RESULT* pResult) : CQelDebugScope(pszFunction) {
-    if ((m_pResult = pResult))
+    m_pResult = pResult;
+    if (pResult)
         m_eKind = Kind::Result;
 }
 
 CQelDebugScope::CQelDebugScope(const wchar_t* pszFunction, const BOOL* pbResult) : CQelDebugScope(pszFunction) {
-    if ((m_pbResult = pbResult))
+    m_pbResult = pbResult;
+    if (pbResult)
         m_eKind = Kind::Boolean;
 }
 
@@ -180,6 +183,7 @@ CQelDebugScope::~CQelDebugScope() {
 }
 
 void CQelDebugScope::ShowHResult(const HRESULT* phResult) {
-    if ((m_phResult = phResult))
+    m_phResult = phResult;
+    if (phResult)
         m_eKind = Kind::HResult;
 }

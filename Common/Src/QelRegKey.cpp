@@ -1,5 +1,6 @@
 #include "FcoeAgent/QelRegKey.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cwchar>
 #include <iterator>
@@ -12,14 +13,14 @@ namespace {
 
 constexpr wchar_t SOURCE_FILE[] = L"Common\\Src\\QelRegKey";
 
-struct ROOT_NAME {
+struct RootName {
     HKEY hRoot;
     const wchar_t* pszPrefix;
 };
 
 // The prefix of a predefined key; null for any other.
 const wchar_t* RootPrefix(HKEY hRoot) {
-    static const ROOT_NAME rootNames[] = {
+    static const RootName rootNames[] = {
         {HKEY_LOCAL_MACHINE, L"HKEY_LOCAL_MACHINE\\"},
         {HKEY_CLASSES_ROOT, L"HKEY_CLASSES_ROOT\\"},
         {HKEY_CURRENT_USER, L"HKEY_CURRENT_USER\\"},
@@ -28,7 +29,7 @@ const wchar_t* RootPrefix(HKEY hRoot) {
         {HKEY_CURRENT_CONFIG, L"HKEY_CURRENT_CONFIG\\"},
         {HKEY_DYN_DATA, L"HKEY_DYN_DATA\\"},
     };
-    for (const ROOT_NAME& rootName : rootNames)
+    for (const RootName& rootName : rootNames)
         if (rootName.hRoot == hRoot)
             return rootName.pszPrefix;
     return nullptr;
@@ -40,6 +41,11 @@ REGSAM Access(bool bWrite) {
 
 bool IsSame(const CQelString& strOne, const CQelString& strOther) {
     return _wcsicmp(strOne.c_str(), strOther.c_str()) == 0;
+}
+
+bool Contains(const std::vector<CQelString>& vecEntries, const CQelString& strValue) {
+    return std::any_of(vecEntries.begin(), vecEntries.end(),
+                       [&strValue](const CQelString& strEntry) { return IsSame(strEntry, strValue); });
 }
 
 } // namespace
@@ -80,26 +86,29 @@ void CQelRegKey::Init() {
 }
 
 bool CQelRegKey::Open(HKEY hRoot, const CQelString& strSubPath, bool bWrite) {
-    if (m_bIsOpened)
-        RegCloseKey(m_hKey);
-    m_hKey = nullptr;
-    m_lLastResult = RegOpenKeyExW(hRoot, strSubPath.c_str(), 0, Access(bWrite), &m_hKey);
-    m_bIsOpened = m_lLastResult == ERROR_SUCCESS;
+    Replace([&](HKEY* phKey) { return RegOpenKeyExW(hRoot, strSubPath.c_str(), 0, Access(bWrite), phKey); });
     SetPath(hRoot, strSubPath);
     return m_bIsOpened;
 }
 
 bool CQelRegKey::Create(HKEY hRoot, const CQelString& strSubPath, bool bWrite, bool bVolatile) {
-    if (m_bIsOpened)
-        RegCloseKey(m_hKey);
-    m_hKey = nullptr;
-    m_lLastResult = RegCreateKeyExW(hRoot, strSubPath.c_str(), 0, nullptr,
-                                    bVolatile ? REG_OPTION_VOLATILE : REG_OPTION_NON_VOLATILE, Access(bWrite), nullptr,
-                                    &m_hKey, nullptr);
-    m_bIsOpened = m_lLastResult == ERROR_SUCCESS;
+    Replace([&](HKEY* phKey) {
+        return RegCreateKeyExW(hRoot, strSubPath.c_str(), 0, nullptr,
+                               bVolatile ? REG_OPTION_VOLATILE : REG_OPTION_NON_VOLATILE, Access(bWrite), nullptr,
+                               phKey, nullptr);
+    });
     if (m_bIsOpened)
         SetPath(hRoot, strSubPath);
     return m_bIsOpened;
+}
+
+// An open key is closed first, whatever comes of the other.
+template <class Opening> void CQelRegKey::Replace(Opening opening) {
+    if (m_bIsOpened)
+        RegCloseKey(m_hKey);
+    m_hKey = nullptr;
+    m_lLastResult = opening(&m_hKey);
+    m_bIsOpened = m_lLastResult == ERROR_SUCCESS;
 }
 
 void CQelRegKey::SetPath(HKEY hRoot, const CQelString& strSubPath) {
@@ -319,9 +328,8 @@ void CQelRegKey::ResetEnumeration() {
 bool CQelRegKey::AddValueToMultiString(const CQelString& strName, const CQelString& strValue) {
     std::vector<CQelString> vecValues;
     GetValue(strName, vecValues); // a list that cannot be read is an empty one
-    for (const CQelString& strEntry : vecValues)
-        if (IsSame(strEntry, strValue))
-            return true;
+    if (Contains(vecValues, strValue))
+        return true;
     vecValues.push_back(strValue);
     return SetValue(strName, std::move(vecValues));
 }
@@ -337,12 +345,7 @@ bool CQelRegKey::RemoveValueFromMultiString(const CQelString& strName, const CQe
 
 bool CQelRegKey::IsValueInMultiString(const CQelString& strName, const CQelString& strValue) {
     std::vector<CQelString> vecValues;
-    if (!GetValue(strName, vecValues))
-        return false;
-    for (const CQelString& strEntry : vecValues)
-        if (IsSame(strEntry, strValue))
-            return true;
-    return false;
+    return GetValue(strName, vecValues) && Contains(vecValues, strValue);
 }
 
 bool CQelRegKey::IsSubStringValueInMultiString(const CQelString& strName, const CQelString& strSubString,

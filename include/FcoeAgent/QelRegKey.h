@@ -10,10 +10,10 @@
 
 // Wraps one open registry key and remembers the Win32 result of its last registry call.
 //
-// Rules for every operation: it returns false (or 0) when the key is not open or the registry refuses, and leaves the
-// Win32 result in LastResult. Outputs are not touched on failure unless an operation says otherwise. No registry
-// failure is thrown; memory exhaustion raises std::bad_alloc. An object belongs to one thread. The native registry view
-// is used.
+// Rules for every operation but FlushKey: it returns false (or 0) when the key is not open or the registry refuses, and
+// leaves the Win32 result in LastResult. Outputs are not touched on failure unless an operation says otherwise. No
+// registry failure is thrown; memory exhaustion raises std::bad_alloc. An object belongs to one thread. The native
+// registry view is used.
 class FCOEAGNT_API CQelRegKey {
   public:
     CQelRegKey();
@@ -36,9 +36,10 @@ class FCOEAGNT_API CQelRegKey {
     HKEY GetHKey() const;
     // Win32 result of the last registry call made through this object.
     LONG LastResult() const;
-    // Printable path of the opened key, "HKEY_LOCAL_MACHINE\..."; set by Open whether it succeeded or not.
+    // Printable path of the key, "HKEY_LOCAL_MACHINE\...": set by Open whether it succeeded or not, by Create only when
+    // it did. A root that is not predefined leaves the path as it was.
     const CQelString& GetPath() const;
-    // RegFlushKey's result.
+    // RegFlushKey's result, 0 on success. The system is asked for a closed key, too, and refuses it.
     LONG FlushKey();
 
     // REG_... type of a value; 0 when the key is closed or there is no such value.
@@ -83,6 +84,7 @@ class FCOEAGNT_API CQelRegKey {
 
   private:
     void Init();
+    template <class Opening> void Replace(Opening opening);
     void SetPath(HKEY hRoot, const CQelString& strSubPath);
     bool Query(const CQelString& strName, DWORD* pdwRegType, void* pBuffer, DWORD* pdwSize);
     bool Store(const CQelString& strName, DWORD dwRegType, const void* pData, ULONG64 ullSize);

@@ -50,6 +50,8 @@ class CQelString : public std::wstring {
     // printf-style formatting with the Windows conversions (%s is a wide string, %S a narrow one, %I64d a 64-bit
     // number); replaces the text. There is no length limit. Returns the number of characters, or a negative number on
     // failure; the string is then unchanged.
+    // A va_list is a pointer to char: with one argument only, a pointer to char or a literal 0 is taken for a list, and
+    // is followed. Cast such an argument, or give the format a second one.
     QELCOLIB_API int FormatString(const wchar_t* pszFormat, ...);
     QELCOLIB_API int FormatString(const wchar_t* pszFormat, va_list args);
 

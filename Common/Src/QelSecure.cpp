@@ -49,16 +49,16 @@ int Report(int nError, const wchar_t* pszSourceFile, int nLine, const wchar_t* p
 
 } // namespace
 
-int QelSafeCopy(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t sizeInCharacters,
+int QelSafeCopy(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t nCapacity,
                 const wchar_t* pszSource) {
     g_handler.Get().Install();
-    return Report(wcscpy_s(pszDestination, sizeInCharacters, pszSource), pszSourceFile, nLine, pszDestination);
+    return Report(wcscpy_s(pszDestination, nCapacity, pszSource), pszSourceFile, nLine, pszDestination);
 }
 
-int QelSafeCat(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t sizeInCharacters,
+int QelSafeCat(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t nCapacity,
                const wchar_t* pszSource) {
     g_handler.Get().Install();
-    return Report(wcscat_s(pszDestination, sizeInCharacters, pszSource), pszSourceFile, nLine, pszDestination);
+    return Report(wcscat_s(pszDestination, nCapacity, pszSource), pszSourceFile, nLine, pszDestination);
 }
 
 void QelSecureInvalidParameterHandler(const wchar_t*, const wchar_t*, const wchar_t*, unsigned int, std::uintptr_t) {

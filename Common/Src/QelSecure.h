@@ -4,12 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 
-// Copies (appends) a terminated text into a buffer of sizeInCharacters wide characters, terminator included.
+// Copies (appends) a terminated text into a buffer of nCapacity wide characters, terminator included.
 // Returns 0; EINVAL (22) for a null pointer, ERANGE (34) when the text does not fit. On failure a non-null destination
 // is left empty and a line with the caller's source file and line goes to the log. Any thread.
-int QelSafeCopy(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t sizeInCharacters,
+int QelSafeCopy(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t nCapacity,
                 const wchar_t* pszSource);
-int QelSafeCat(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t sizeInCharacters,
+int QelSafeCat(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t nCapacity,
                const wchar_t* pszSource);
 
 // The process's invalid-parameter handler once one of the two has run: logs and returns.

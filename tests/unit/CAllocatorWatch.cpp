@@ -30,7 +30,7 @@ CAllocatorWatch::CAllocatorWatch()
     : m_malloc(nullptr, "msvcrt.dll", "malloc", reinterpret_cast<void*>(&WatchedMalloc)),
       m_calloc(nullptr, "msvcrt.dll", "calloc", reinterpret_cast<void*>(&WatchedCalloc)),
       m_free(nullptr, "msvcrt.dll", "free", reinterpret_cast<void*>(&WatchedFree)) {
-    EXPECT_EQ(g_watch, nullptr) << "one watch at a time";
+    EXPECT_EQ(nullptr, g_watch) << "one watch at a time";
     g_free = m_free.Original<PFN_free>();
     g_watch = this;
 }

@@ -203,6 +203,31 @@ TEST(PromiseStart, AnotherSpellingOfThePathIsAnotherFileToWindows) {
     EXPECT_FALSE(host.GetAgent());
 }
 
+using Handler = void(__cdecl*)(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, std::uintptr_t);
+
+TEST(PromiseStart, TheInvalidParameterHandlerIsTheAgentsUntilItIsUnloaded) {
+    const HMODULE runTime = LoadLibraryW(L"ucrtbase.dll");
+    const auto get = reinterpret_cast<Handler (*)()>(
+        reinterpret_cast<void*>(GetProcAddress(runTime, "_get_invalid_parameter_handler")));
+    const auto set = reinterpret_cast<Handler (*)(Handler)>(
+        reinterpret_cast<void*>(GetProcAddress(runTime, "_set_invalid_parameter_handler")));
+    ASSERT_TRUE(get && set);
+    const Handler hosts = [](const wchar_t*, const wchar_t*, const wchar_t*, unsigned, std::uintptr_t) {};
+    const Handler previous = set(hosts);
+    {
+        SuiteHost host;
+        ASSERT_TRUE(host.GetAgent());
+        EXPECT_NE(hosts, get());
+        host.Unload();
+        EXPECT_EQ(hosts, get());
+        host.Hive().Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2", L"TRACE", DWORD{0});
+        ASSERT_TRUE(host.GetAgent());
+        EXPECT_EQ(hosts, get());
+    }
+    set(previous);
+    FreeLibrary(runTime);
+}
+
 // std::bad_alloc passes whoever throws it.
 TEST(PromiseExceptions, MemoryExhaustionOfTheLibraryReachesTheHost) {
     PromiseSuite suite;

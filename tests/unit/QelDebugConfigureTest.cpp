@@ -176,6 +176,11 @@ TEST_F(QelDebugConfigure, WithoutInstalledDirTheFileLiesAtTheDrivesRoot) {
     EXPECT_FALSE(fs::exists(m_folder.Path() / name));
 }
 
+TEST_F(QelDebugConfigure, AnInstalledDirOf511CharactersIsRead) {
+    SetInstalledDir(std::wstring(511, L'x'));
+    EXPECT_TRUE(WritesTo(m_file, MODULE, L"log.txt")) << "no folder, so that Temp takes its place";
+}
+
 TEST_F(QelDebugConfigure, ATempThatIsTooLongCountsAsNone) {
     SetCurrentDirectoryW(m_folder.Path().c_str());
     const std::wstring name = L"fcoe-log-test-" + std::to_wstring(GetCurrentProcessId()) + L".txt";

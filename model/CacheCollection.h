@@ -4,6 +4,7 @@
 #include <memory>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include <windows.h>
 
@@ -51,26 +52,18 @@ class CacheCollection {
     const CQelString& GetName() const { return *m_pName; }
 
   private:
-    // One or a few, newest first; a chain, because every object of the tree has a collection and most have one entry.
-    struct Entry {
-        template <class... Args>
-        explicit Entry(LONG lNewKey, Args&&... args) : lKey(lNewKey), object(std::forward<Args>(args)...) {}
-
-        const LONG lKey;
-        CacheObject object;
-        std::shared_ptr<Entry> pNext;
-    };
+    using Entry = std::pair<LONG, std::shared_ptr<CacheObject>>;
 
     void Add(LONG lKey, ULONG ulTimeout, CacheRefresh pfnRefresh);
     void Add(LONG lKey, std::shared_ptr<void> pValue);
     void Invalidate(LONG lKey);
     bool Get(LONG lKey, std::shared_ptr<void>& pOut) const;
 
-    std::shared_ptr<Entry> Find(LONG lKey) const;
-    void Put(std::shared_ptr<Entry> pEntry); // takes the place of what the key held
-    void Remove(LONG lKey);
+    std::shared_ptr<CacheObject> Find(LONG lKey) const;
+    void Put(LONG lKey, std::shared_ptr<CacheObject> pObject);
 
     void* m_pOwner;
     std::shared_ptr<const CQelString> m_pName; // the owner's, for the reader of a dump
-    std::shared_ptr<Entry> m_pFirst;
+    // A key stands once. An ordered map would cost each of thousands of units, which have one entry, 64 bytes more.
+    std::vector<Entry> m_vecEntries;
 };

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "Common/Src/ProcessExit.h"
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelResource.h"
 #include "model/DataUtil.h"
@@ -48,8 +49,8 @@ LONG64 Truncate(double dValue) {
 
 // The number by a format of the common resources.
 template <UINT uFormat> CQelString NumberText(LONG64 llValue) {
-    static const CQelNumberFormat format(ResourceText<uFormat>());
-    return format.Text(llValue);
+    static CQelLeftAtProcessEnd<CQelNumberFormat> format(ResourceText<uFormat>());
+    return format.Get().Text(llValue);
 }
 
 CQelString CapacityText(double dBytes) {

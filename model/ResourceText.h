@@ -3,14 +3,15 @@
 
 #include <windows.h>
 
+#include "Common/Src/ProcessExit.h"
 #include "FcoeAgent/QelString.h"
 
 // The text of the resource, loaded on first use and kept. Any thread.
 template <UINT uId> const CQelString& ResourceText() {
-    static const CQelString strText = [] {
+    static CQelLeftAtProcessEnd<CQelString> text([] {
         CQelString strLoaded;
         strLoaded.LoadCommonResString(uId);
         return strLoaded;
-    }();
-    return strText;
+    }());
+    return text.Get();
 }

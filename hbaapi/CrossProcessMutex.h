@@ -1,4 +1,5 @@
-// The mutex that serialises what loads, unloads or reconfigures the vendor library, across all processes.
+// The mutex that serialises, across all processes, what loads, initializes or reconfigures the vendor library. It may
+// be unloaded without: a stop does not depend on it, and the last call to return may be one that does not take it.
 #pragma once
 
 #include <windows.h>

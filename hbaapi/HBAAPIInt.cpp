@@ -12,53 +12,55 @@ namespace {
 constexpr wchar_t ADAPTER_NOT_CONVERTED[] = L"CHBAAPIInt::GetAdapterAtrributes ConvertTCHARToChar failed";
 } // namespace
 
-CHBAAPIInt::CHBAAPIInt() : m_pBinding(std::make_shared<const CVendorBinding>()) {}
+CHBAAPIInt::CHBAAPIInt() : m_pNoLibrary(std::make_shared<const VendorLibrary>()), m_pLibrary(m_pNoLibrary) {}
 
-template <class Change> void CHBAAPIInt::ChangeBinding(Change change) {
-    Binding pOld = GetBinding();
-    Binding pNew;
-    do {
-        auto pChanged = std::make_shared<CVendorBinding>(*pOld);
-        change(*pChanged);
-        pNew = std::move(pChanged);
-    } while (!m_pBinding.compare_exchange_strong(pOld, pNew));
+VendorBinding CHBAAPIInt::GetBinding() const {
+    return {.pLibrary = m_pLibrary.load(), .bEntryPtsInited = m_bEntryPtsInited, .bLibraryReady = m_bLibraryReady};
 }
 
 // A module that is held already is released once the new one is in its place; a failed load leaves none.
 bool CHBAAPIInt::LoadModule() {
     CQelModule module(CHelper().PwLoadLibrary(L"orvanhapi.dll"));
     const DWORD dwError = GetLastError();
-    const bool bLoaded = static_cast<bool>(module);
-    const auto pModule = bLoaded ? std::make_shared<const CQelModule>(std::move(module)) : nullptr;
-    ChangeBinding([&](CVendorBinding& binding) { binding.SetModule(pModule); });
-    if (!bLoaded)
+    if (!module) {
+        m_pLibrary = m_pNoLibrary;
         QEL_PRINT(L"LoadLibrary of orvanhapi.dll failed - %d", dwError);
-    return bLoaded;
+        return false;
+    }
+    const auto pModule = std::make_shared<const CQelModule>(std::move(module));
+    Library pOld = m_pLibrary;
+    while (!m_pLibrary.compare_exchange_strong(pOld, pOld->Reloaded(pModule)))
+        ; // a stop without the mutex came between
+    return true;
 }
 
-// Initializes the library and registers its handlers. A library without the one or the other counts as bound.
+// A library without the one function or the other counts as bound.
 BOOL CHBAAPIInt::Bind(const wchar_t* pszNotConverted, const wchar_t* pszNotInitialized) {
-    const Binding pBinding = GetBinding();
+    const VendorBinding binding = GetBinding();
     const auto Initialize = [&](auto pfnInitialize) {
         const HBA_STATUS ulStatus = pfnInitialize();
         if (ulStatus == HBA_STATUS_OK)
-            ChangeBinding([](CVendorBinding& binding) { binding.m_bLibraryReady = TRUE; });
+            m_bLibraryReady = true;
         return ulStatus;
     };
-    if (!CallVendor(pBinding->FindExport(VendorExports::ORVAN_InitializeLibrary),
+    if (!CallVendor(binding.FindExport(VendorExports::ORVAN_InitializeLibrary),
                     {.pszNotConverted = pszNotConverted, .pszFailed = pszNotInitialized, .bWithoutFunction = TRUE},
                     Initialize))
         return FALSE;
 
-    HBA_ENTRYPOINTSV2 entryPoints = pBinding->m_entryPoints;
+    HBA_ENTRYPOINTSV2 entryPoints = binding.pLibrary->entryPoints;
     const auto Register = [&](auto pfnRegister) {
         pfnRegister(&entryPoints);
         return HBA_STATUS_OK; // the library's own tells nothing: what was registered is in the table
     };
-    if (!CallVendor(pBinding->FindExport(VendorExports::HBA_RegisterLibraryV2),
+    if (!CallVendor(binding.FindExport(VendorExports::HBA_RegisterLibraryV2),
                     {.pszNotConverted = pszNotConverted, .bWithoutFunction = TRUE}, Register))
         return FALSE;
-    ChangeBinding([&](CVendorBinding& binding) { binding.SetEntryPoints(pBinding->m_pModule, entryPoints); });
+    // Handlers of a module that a stop without the mutex has taken away meanwhile are of no use.
+    Library pFound = binding.pLibrary;
+    const Library pBound = std::make_shared<const VendorLibrary>(VendorLibrary{pFound->pModule, entryPoints});
+    if (m_pLibrary.compare_exchange_strong(pFound, pBound))
+        m_bEntryPtsInited = true;
     return TRUE;
 }
 
@@ -82,11 +84,11 @@ BOOL CHBAAPIInt::InitHBAAPIMod(const wchar_t* pszDevice, BOOL bEthInst, wchar_t*
     const CQelVendorLock lock(L"CHBAAPIInt::InitHBAAPIMod failed to acquire Mutex");
     if (!lock.IsAcquired())
         return traced(FALSE);
-    if (!GetBinding()->IsReady()) {
+    if (!GetBinding().IsReady()) {
         if (!LoadModule())
             return traced(FALSE);
         QEL_PRINT(L"LoadLibrary of orvanhapi.dll succeeded");
-        ChangeBinding([](CVendorBinding& binding) { binding.m_bLibraryReady = TRUE; });
+        m_bLibraryReady = true;
     }
     return traced(
         Bind(ADAPTER_NOT_CONVERTED, L"CHBAAPIInt::GetAdapterAtrributes InitializeLibrary failed - Status - %d") &&
@@ -95,16 +97,16 @@ BOOL CHBAAPIInt::InitHBAAPIMod(const wchar_t* pszDevice, BOOL bEthInst, wchar_t*
 
 // The library's name of the adapter; also notes the adapter's controller number.
 BOOL CHBAAPIInt::GetAdapterName(const wchar_t* pszDevice, wchar_t* pszAdapterName) {
-    const Binding pBinding = GetBinding();
+    const VendorBinding binding = GetBinding();
     HBA_UINT32 ulController = 0;
     char szName[ORVAN_NAME_SIZE] = {};
-    if (!CallVendor(pBinding->FindExport(VendorExports::ORVAN_GetFCoEControllerInfo),
+    if (!CallVendor(binding.FindExport(VendorExports::ORVAN_GetFCoEControllerInfo),
                     {.pszNotConverted = ADAPTER_NOT_CONVERTED,
                      .pszMissing = L"GetProcAddress of ORVAN_GetControllerHandle failed with error %d",
                      .pszFailed = L"Error Getting Handle"},
                     [&](auto pfnGetInfo) { return pfnGetInfo(pszDevice, &ulController, szName); }))
         return FALSE;
-    ChangeBinding([=](CVendorBinding& binding) { binding.m_ulController = ulController; });
+    m_ulController = ulController;
 
     szName[sizeof szName - 1] = '\0'; // the library may fill the buffer without a terminator
     if (CQelString::QelMultiByteToWideChar(CP_ACP, 0, szName, -1, pszAdapterName, NAME_SIZE) < 1) {
@@ -117,14 +119,12 @@ BOOL CHBAAPIInt::GetAdapterName(const wchar_t* pszDevice, wchar_t* pszAdapterNam
 BOOL CHBAAPIInt::DeInitHBAAPIMod() {
     CQelTracedResult traced(L"CHBAAPIInt::DeInitHBAAPIMod", TRUE);
 
-    // At once, so that calls that start while this one waits for the mutex are not made.
-    ChangeBinding([](CVendorBinding& binding) {
-        binding.m_bEntryPtsInited = FALSE;
-        binding.ClearVersion1();
-    });
+    // Before the wait: no handler of version 1 is called any more while it lasts. Exports and what version 2 adds still
+    // are, and an initialization that has the mutex now brings the handlers back.
+    m_bEntryPtsInited = false;
     // A stop is not held up by others: without the mutex it goes on all the same.
     const CQelVendorLock lock(L"CHBAAPIInt::DeInitHBAAPIMod Failed to acquire Mutex");
-    ChangeBinding([](CVendorBinding& binding) { binding.SetModule(nullptr); });
+    m_pLibrary = m_pNoLibrary;
     return traced(TRUE);
 }
 
@@ -135,10 +135,10 @@ BOOL CHBAAPIInt::GetAdapterHandle(const wchar_t* pszAdapterName, HBA_HANDLE& hAd
     const CQelVendorLock lock(L"GetAdapterHandle Failure to get Mutex");
     if (!lock.IsAcquired())
         return traced(FALSE);
-    const Binding pBinding = GetBinding();
-    if (!pBinding->IsReady())
+    const VendorBinding binding = GetBinding();
+    if (!binding.IsReady())
         return traced(FALSE);
-    const auto getHandle = pBinding->FindExport(VendorExports::ORVAN_GetFCoEControllerHandle);
+    const auto getHandle = binding.FindExport(VendorExports::ORVAN_GetFCoEControllerHandle);
     if (!CanCall(getHandle, {.pszNotConverted = NOT_CONVERTED,
                              .pszMissing = L"GetProcAddress of ORVAN_GetControllerHandle failed with error %d"}))
         return traced(FALSE);
@@ -161,10 +161,9 @@ BOOL CHBAAPIInt::CloseAdapHandle(HBA_HANDLE& hAdapter) {
     CQelTracedResult traced(L"CHBAAPIInt::CloseAdapHandle", TRUE);
 
     QEL_PRINT(L"CHBAAPIInt::CloseAdapHandle closing adapter handle - %d", hAdapter);
-    const Binding pBinding = GetBinding();
-    // Straight from the table: no flag is looked at, a stop has cleared the handler itself.
-    if (const auto pfnClose = pBinding->m_entryPoints.CloseAdapterHandler)
-        pfnClose(hAdapter);
+    const VendorBinding binding = GetBinding();
+    if (const auto close = binding.FindHandler(&HBA_ENTRYPOINTSV2::CloseAdapterHandler); close.pfn)
+        close.pfn(hAdapter);
     hAdapter = HBA_HANDLE_INVALID;
     return traced(TRUE);
 }

@@ -49,8 +49,8 @@ BOOL CallListFunction(HBA_HANDLE hAdapter, List* pList, BOOL& bMoreData, ULONG& 
 BOOL CHBAAPIInt::GetAdapterAtrributes(HBA_HANDLE hAdapter, HBA_ADAPTERATTRIBUTES& attributes) {
     CQelTracedResult traced(L"CHBAAPIInt::GetAdapterAtrributes", TRUE);
 
-    const Binding pBinding = GetBinding();
-    return traced(CallVendor(pBinding->FindHandler(&HBA_ENTRYPOINTSV2::GetAdapterAttributesHandler),
+    const VendorBinding binding = GetBinding();
+    return traced(CallVendor(binding.FindHandler(&HBA_ENTRYPOINTSV2::GetAdapterAttributesHandler),
                              {.pszLastError = L"CHBAAPIInt::GetAdapterAtrributes failed with error: %d",
                               .pszSucceeded = L"CHBAAPIInt::GetAdapterAtrributes succeeded",
                               .bWithoutFunction = TRUE},
@@ -60,9 +60,9 @@ BOOL CHBAAPIInt::GetAdapterAtrributes(HBA_HANDLE hAdapter, HBA_ADAPTERATTRIBUTES
 BOOL CHBAAPIInt::GetAdapterPortAttributes(HBA_HANDLE hAdapter, HBA_PORTATTRIBUTES& attributes) {
     CQelTracedResult traced(L"CHBAAPIInt::GetAdapterPortAttributes", TRUE);
 
-    const Binding pBinding = GetBinding();
+    const VendorBinding binding = GetBinding();
     return traced(
-        CallVendor(pBinding->FindHandler(&HBA_ENTRYPOINTSV2::GetAdapterPortAttributesHandler),
+        CallVendor(binding.FindHandler(&HBA_ENTRYPOINTSV2::GetAdapterPortAttributesHandler),
                    {.pszMissing = L"m_bEntryPtsInited is false",
                     .pszFailed = L"GetAdapterPortAttributesHandler Failed - Status = %d",
                     .pszLastError = L"CHBAAPIInt::GetAdapterPortAttributesHandler failed with error: %d",
@@ -75,8 +75,8 @@ BOOL CHBAAPIInt::GetPortStatistics(HBA_HANDLE hAdapter, HBA_PORTSTATISTICS& stat
     CQelTracedResult traced(L"CHBAAPIInt::GetPortStatistics", TRUE);
 
     statistics = {};
-    const Binding pBinding = GetBinding();
-    if (!CallVendor(pBinding->FindHandler(&HBA_ENTRYPOINTSV2::GetPortStatisticsHandler),
+    const VendorBinding binding = GetBinding();
+    if (!CallVendor(binding.FindHandler(&HBA_ENTRYPOINTSV2::GetPortStatisticsHandler),
                     {.pszLastError = L"CHBAAPIInt::GetPortStatistics failed with error: %d",
                      .pszSucceeded = L"CHBAAPIInt::GetPortStatistics succeeded",
                      .bWithoutFunction = TRUE},
@@ -92,9 +92,9 @@ BOOL CHBAAPIInt::GetFCEthernetProperties(HBA_HANDLE hAdapter, ORVAN_FC_NIC_PROPE
 
     if (!pProperties)
         return traced(FALSE);
-    const Binding pBinding = GetBinding();
+    const VendorBinding binding = GetBinding();
     // Also of a library that is not ready.
-    const auto getProperties = pBinding->FindExport(VendorExports::ORVAN_GetFCAndNICProperties);
+    const auto getProperties = binding.FindExport(VendorExports::ORVAN_GetFCAndNICProperties);
     if (getProperties.eState == FunctionState::NotConverted)
         return traced(FALSE); // nothing is forced then
     BOOL bDone = traced(CallVendor(getProperties,
@@ -128,9 +128,9 @@ BOOL CHBAAPIInt::GetTargetsInfo(HBA_HANDLE hAdapter, HBA_FCPTARGETMAPPING* pTarg
                  .pszSucceeded = L"CHBAAPIInt::GetFcpTargetMappingHandler Succeeded"}};
     CQelTracedResult traced(L"CHBAAPIInt::GetTargetsInfo", FALSE);
 
-    const Binding pBinding = GetBinding();
-    return traced(CallListFunction(hAdapter, pTargetsInfo, bMoreData, ulCount, pBinding->m_ulController, KIND, [&] {
-        return pBinding->FindHandler(&HBA_ENTRYPOINTSV2::GetFcpTargetMappingHandler);
+    const VendorBinding binding = GetBinding();
+    return traced(CallListFunction(hAdapter, pTargetsInfo, bMoreData, ulCount, m_ulController, KIND, [&] {
+        return binding.FindHandler(&HBA_ENTRYPOINTSV2::GetFcpTargetMappingHandler);
     }));
 }
 
@@ -144,9 +144,9 @@ BOOL CHBAAPIInt::GetTargetList(HBA_HANDLE hAdapter, ORVAN_TARGET_LIST* pTargetLi
                  .pszSucceeded = L"CHBAAPIInt::GetTargetList Succeeded"}};
     CQelTracedResult traced(L"CHBAAPIInt::GetTargetList", FALSE);
 
-    const Binding pBinding = GetBinding();
+    const VendorBinding binding = GetBinding();
     return traced(CallListFunction(hAdapter, pTargetList, bMoreData, ulCount, hAdapter, KIND,
-                                   [&] { return pBinding->FindReadyExport(VendorExports::ORVAN_GetTargetList); }));
+                                   [&] { return binding.FindReadyExport(VendorExports::ORVAN_GetTargetList); }));
 }
 
 BOOL CHBAAPIInt::GetVLANList(HBA_HANDLE hAdapter, ORVAN_VLAN_LIST* pVLANList, BOOL& bMoreData, ULONG& ulCount) {
@@ -159,7 +159,7 @@ BOOL CHBAAPIInt::GetVLANList(HBA_HANDLE hAdapter, ORVAN_VLAN_LIST* pVLANList, BO
                  .pszSucceeded = L"CHBAAPIInt::GetVlanIdList Succeeded"}};
     CQelTracedResult traced(L"CHBAAPIInt::GetVLANList", FALSE);
 
-    const Binding pBinding = GetBinding();
+    const VendorBinding binding = GetBinding();
     return traced(CallListFunction(hAdapter, pVLANList, bMoreData, ulCount, hAdapter, KIND,
-                                   [&] { return pBinding->FindReadyExport(VendorExports::ORVAN_GetVlanIdList); }));
+                                   [&] { return binding.FindReadyExport(VendorExports::ORVAN_GetVlanIdList); }));
 }

@@ -18,8 +18,8 @@ BOOL CHBAAPIInt::RetrieveSCSIInfo(HBA_HANDLE hAdapter, HBA_WWN targetPort, HBA_U
         QEL_PRINT(L"CHBAAPIInt::RetrieveSCSIInfo pRspBuf or pSenseBuf invalid");
         return traced(FALSE);
     }
-    const Binding pBinding = GetBinding();
-    return traced(CallVendor(pBinding->FindHandler(&HBA_ENTRYPOINTSV2::ScsiInquiryHandler),
+    const VendorBinding binding = GetBinding();
+    return traced(CallVendor(binding.FindHandler(&HBA_ENTRYPOINTSV2::ScsiInquiryHandler),
                              {.pszFailed = L"RetrieveSCSIInfo - ScsiInquiryHandler failed",
                               .pszSucceeded = L"RetrieveSCSIInfo - ScsiInquiryHandler Succeeded",
                               .bWithoutFunction = TRUE}, // the caller finds an empty response
@@ -38,9 +38,9 @@ BOOL CHBAAPIInt::RetrieveLUNCapacityV2(HBA_HANDLE hAdapter, HBA_WWN hbaPort, HBA
         QEL_PRINT(L"CHBAAPIInt::RetrieveLUNCapacityV2 pRspBuf or pSenseBuf invalid");
         return FALSE;
     }
-    const Binding pBinding = GetBinding();
+    const VendorBinding binding = GetBinding();
     // Straight from the table: what version 2 adds is called without a look at any flag, also while a stop waits.
-    const auto pfnReadCapacity = pBinding->m_entryPoints.ScsiReadCapacityV2Handler;
+    const auto pfnReadCapacity = binding.pLibrary->entryPoints.ScsiReadCapacityV2Handler;
     if (!pfnReadCapacity)
         return FALSE;
 
@@ -66,8 +66,8 @@ BOOL CHBAAPIInt::RetrieveLUNCapacity16(HBA_HANDLE hAdapter, HBA_WWN targetPort, 
         QEL_PRINT(L"CHBAAPIInt::RetrieveLUNCapacity16 pRspBuf or pSenseBuf invalid");
         return traced(FALSE);
     }
-    const Binding pBinding = GetBinding();
-    return traced(CallVendor(pBinding->FindReadyExport(VendorExports::ORVAN_SendReadCapacity16),
+    const VendorBinding binding = GetBinding();
+    return traced(CallVendor(binding.FindReadyExport(VendorExports::ORVAN_SendReadCapacity16),
                              {.pszFailed = L"SendReadCapacity16 failed",
                               .pszSucceeded = L"SendReadCapacity16 Succeeded",
                               .bWithoutFunction = TRUE}, // callers judge the response
@@ -80,8 +80,8 @@ BOOL CHBAAPIInt::RetrieveLUNCapacity16(HBA_HANDLE hAdapter, HBA_WWN targetPort, 
 BOOL CHBAAPIInt::RefreshTargetInfo(HBA_HANDLE hAdapter) {
     const CQelDebugScope trace(L"CHBAAPIInt::RefreshTargetInfo");
 
-    const Binding pBinding = GetBinding();
-    return CallVendor(pBinding->FindExport(VendorExports::ORVAN_RescanScsiBus), // also of a library that is not ready
+    const VendorBinding binding = GetBinding();
+    return CallVendor(binding.FindExport(VendorExports::ORVAN_RescanScsiBus), // also of a library that is not ready
                       {.pszFailed = L"CHBAAPIInt::RefreshTargetInfo failed with return code Status = %d",
                        .pszSucceeded = L"CHBAAPIInt::RefreshTargetInfo Succeeded",
                        .bWithoutFunction = TRUE},

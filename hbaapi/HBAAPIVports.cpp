@@ -17,9 +17,9 @@ BOOL CHBAAPIInt::GenerateVportWwpn(HBA_HANDLE hAdapter, HBA_WWN* pWwpn) {
         QEL_PRINT(L"CHBAAPIInt::GenerateVportWwpn wwpn is NULL");
         return traced(FALSE);
     }
-    const Binding pBinding = GetBinding();
+    const VendorBinding binding = GetBinding();
     HBA_WWN wwpn{};
-    if (!CallVendor(pBinding->FindExport(VendorExports::ORVAN_GeneratePortWWN),
+    if (!CallVendor(binding.FindExport(VendorExports::ORVAN_GeneratePortWWN),
                     {.pszNotConverted = L"CHBAAPIInt::GenerateVportWwpn ConvertTCHARToChar failed",
                      .pszFailed = L"GenerateVportWwpn failed - status - %d",
                      .pszSucceeded = L"GenerateVportWwpn Succeeded"},
@@ -35,8 +35,8 @@ BOOL CHBAAPIInt::CreateVport(HBA_HANDLE hAdapter, ORVAN_FC_PORT& request, HBA_ST
     const CQelVendorLock lock(L"CHBAAPIInt::CreateVport failed to acquire Mutex");
     if (!lock.IsAcquired())
         return traced(FALSE);
-    const Binding pBinding = GetBinding();
-    return traced(CallVendor(pBinding->FindExport(VendorExports::ORVAN_CreateVPort),
+    const VendorBinding binding = GetBinding();
+    return traced(CallVendor(binding.FindExport(VendorExports::ORVAN_CreateVPort),
                              {.pszNotConverted = L"CHBAAPIInt::CreateVport ConvertTCHARToChar failed",
                               .pszFailed = L"CreateVport failed - status - %d",
                               .pszSucceeded = L"CreateVport Succeeded"},
@@ -54,8 +54,8 @@ BOOL CHBAAPIInt::RemoveVport(HBA_HANDLE hAdapter, ORVAN_FC_PORT& request) {
     const CQelVendorLock lock(L"CHBAAPIInt::RemoveVport failed to acquire Mutex");
     if (!lock.IsAcquired())
         return traced(FALSE);
-    const Binding pBinding = GetBinding();
-    return traced(CallVendor(pBinding->FindExport(VendorExports::ORVAN_RemoveVPort),
+    const VendorBinding binding = GetBinding();
+    return traced(CallVendor(binding.FindExport(VendorExports::ORVAN_RemoveVPort),
                              {.pszNotConverted = L"CHBAAPIInt::RemoveVport ConvertTCHARToChar failed",
                               .pszFailed = L"RemoveVport failed - status - %d",
                               .pszSucceeded = L"RemoveVport Succeeded"},
@@ -73,8 +73,8 @@ BOOL CHBAAPIInt::GetPorts(HBA_HANDLE hAdapter, ORVAN_FC_PORT_LIST* pPorts, ULONG
         QEL_PRINT(L"CHBAAPIInt::Null Pointer passed, memory must be allocated before calling this function");
         return traced(FALSE);
     }
-    const Binding pBinding = GetBinding();
-    return traced(CallVendor(pBinding->FindExport(VendorExports::ORVAN_GetFCPortList),
+    const VendorBinding binding = GetBinding();
+    return traced(CallVendor(binding.FindExport(VendorExports::ORVAN_GetFCPortList),
                              {.pszNotConverted = L"CHBAAPIInt::GetVports ConvertTCHARToChar failed",
                               .pszFailed = L"GetVports failed - status - %d",
                               .pszSucceeded = L"GetVports Succeeded"},
@@ -92,8 +92,8 @@ LONG CHBAAPIInt::GetPortsCount(HBA_HANDLE hAdapter) {
     const CQelVendorLock lock(L"CHBAAPIInt::GetVportCount failed to acquire Mutex");
     if (!lock.IsAcquired())
         return traced(0);
-    const Binding pBinding = GetBinding();
-    const auto getPorts = pBinding->FindExport(VendorExports::ORVAN_GetFCPortList);
+    const VendorBinding binding = GetBinding();
+    const auto getPorts = binding.FindExport(VendorExports::ORVAN_GetFCPortList);
     if (!CanCall(getPorts, {.pszNotConverted = L"CHBAAPIInt::GetVportCount ConvertTCHARToChar failed"}))
         return traced(0);
     // The call is made for the count alone: one entry is room enough, and too little room is as good an answer.

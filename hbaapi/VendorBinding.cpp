@@ -5,30 +5,19 @@
 
 #include "FcoeAgent/QelString.h"
 
-void CVendorBinding::SetModule(std::shared_ptr<const CQelModule> pModule) {
-    if (!m_pModule || !pModule || m_pModule->Get() != pModule->Get())
-        m_entryPoints = {};
-    m_pModule = std::move(pModule);
+std::shared_ptr<const VendorLibrary> VendorLibrary::Reloaded(std::shared_ptr<const CQelModule> pNewModule) const {
+    const bool bSame = pModule && pModule->Get() == pNewModule->Get();
+    return std::make_shared<const VendorLibrary>(
+        VendorLibrary{std::move(pNewModule), bSame ? entryPoints : HBA_ENTRYPOINTSV2{}});
 }
 
-void CVendorBinding::SetEntryPoints(const std::shared_ptr<const CQelModule>& pModule,
-                                    const HBA_ENTRYPOINTSV2& entryPoints) {
-    if (m_pModule != pModule)
-        return;
-    m_entryPoints = entryPoints;
-    m_bEntryPtsInited = TRUE;
-}
-
-void CVendorBinding::ClearVersion1() {
-    std::memset(&m_entryPoints, 0, offsetof(HBA_ENTRYPOINTSV2, OpenAdapterByWWNHandler));
-}
-
-FunctionState CVendorBinding::FindFunction(const wchar_t* pszName, void*& pFunction) const {
+FunctionState VendorBinding::FindFunction(const wchar_t* pszName, void*& pFunction) const {
     char szName[ORVAN_NAME_SIZE];
     if (!ConvertTCHARToChar(pszName, szName))
         return FunctionState::NotConverted;
-    if (IsLoaded())
-        pFunction = reinterpret_cast<void*>(GetProcAddress(m_pModule->Get(), szName));
+    if (!IsLoaded())
+        return FunctionState::Missing;
+    pFunction = reinterpret_cast<void*>(GetProcAddress(pLibrary->pModule->Get(), szName));
     return pFunction ? FunctionState::There : FunctionState::Missing;
 }
 

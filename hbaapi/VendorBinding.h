@@ -19,28 +19,27 @@ template <class F> struct FoundFunction {
     F pfn = nullptr; // null unless it is there
 };
 
-// The library as it stands at one moment. An object that others can see never changes: a call works with the one that
-// it found at its start, which keeps the module loaded until the call is over.
-struct CVendorBinding {
-    std::shared_ptr<const CQelModule> m_pModule; // null: not loaded
-    HBA_UINT32 m_ulController = 0;               // number of the controller that was asked for last
-    HBA_ENTRYPOINTSV2 m_entryPoints{};
-    BOOL m_bEntryPtsInited = FALSE;
-    BOOL m_bLibraryReady = FALSE; // survives unloading
+// The library at one moment. An object that others can see never changes.
+struct VendorLibrary {
+    std::shared_ptr<const CQelModule> pModule; // null: not loaded
+    HBA_ENTRYPOINTSV2 entryPoints{};           // what this module registered
 
-    bool IsLoaded() const { return m_pModule != nullptr; }
-    bool IsReady() const { return m_bLibraryReady && IsLoaded(); }
+    // With a newly loaded module in its place: handlers stay only when it is the same module, loaded once more.
+    std::shared_ptr<const VendorLibrary> Reloaded(std::shared_ptr<const CQelModule> pNewModule) const;
+};
 
-    // Replaces the module; null for none. Handlers belong to the module that registered them and go with it.
-    void SetModule(std::shared_ptr<const CQelModule> pModule);
-    // Takes what a module registered, unless that module has been replaced meanwhile.
-    void SetEntryPoints(const std::shared_ptr<const CQelModule>& pModule, const HBA_ENTRYPOINTSV2& entryPoints);
-    // Clears the handlers of version 1; those of version 2 stay until the module goes.
-    void ClearVersion1();
+// The library as a call finds it at its start, which keeps the module loaded until the call is over.
+struct VendorBinding {
+    std::shared_ptr<const VendorLibrary> pLibrary; // never null
+    bool bEntryPtsInited = false;                  // whether the handlers of version 1 may be called
+    bool bLibraryReady = false;                    // initialized, or loaded for an adapter, at least once
 
-    // A handler of the table; missing unless the table is registered.
+    bool IsLoaded() const { return pLibrary->pModule != nullptr; }
+    bool IsReady() const { return bLibraryReady && IsLoaded(); }
+
+    // A handler of version 1; missing unless the table is registered.
     template <class F> [[nodiscard]] FoundFunction<F> FindHandler(F HBA_ENTRYPOINTSV2::*pHandler) const {
-        const F pfn = m_bEntryPtsInited ? m_entryPoints.*pHandler : nullptr;
+        const F pfn = bEntryPtsInited ? pLibrary->entryPoints.*pHandler : nullptr;
         return {pfn ? FunctionState::There : FunctionState::Missing, pfn};
     }
     // An export, looked up afresh at every call. When the module lacks it GetLastError tells the reason.
@@ -53,9 +52,8 @@ struct CVendorBinding {
     template <class F> [[nodiscard]] FoundFunction<F> FindReadyExport(const VendorExport<F>& wanted) const {
         return IsReady() ? FindExport(wanted) : FoundFunction<F>{};
     }
-
-  private:
-    FunctionState FindFunction(const wchar_t* pszName, void*& pFunction) const;
+    // What is behind FindExport. pFunction is written when the function is there.
+    [[nodiscard]] FunctionState FindFunction(const wchar_t* pszName, void*& pFunction) const;
 };
 
 // The 8-bit (ANSI) text of a name that crosses the library's boundary; false when it does not fit or cannot be

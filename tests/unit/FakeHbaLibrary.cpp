@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/unit/FailingMemory.h"
+
 namespace {
 
 FakeHbaLibrary* g_fake;
@@ -146,7 +148,7 @@ FakeHbaLibrary::FakeHbaLibrary()
     : m_load(nullptr, "KERNEL32.dll", "LoadLibraryW", reinterpret_cast<void*>(&FakeLoadLibraryW)),
       m_lookup(nullptr, "KERNEL32.dll", "GetProcAddress", reinterpret_cast<void*>(&FakeGetProcAddress)),
       m_free(nullptr, "KERNEL32.dll", "FreeLibrary", reinterpret_cast<void*>(&FakeFreeLibrary)) {
-    EXPECT_EQ(g_fake, nullptr) << "one fake library at a time";
+    EXPECT_EQ(nullptr, g_fake) << "one fake library at a time";
     g_loadLibrary = m_load.Original<PFN_LoadLibraryW>();
     g_getProcAddress = m_lookup.Original<PFN_GetProcAddress>();
     g_freeLibrary = m_free.Original<PFN_FreeLibrary>();
@@ -245,6 +247,7 @@ void FakeHbaLibrary::ClearCalls() {
 }
 
 HMODULE FakeHbaLibrary::OnLoad() {
+    const FailingMemory::Pause pause;
     if (loadError) {
         SetLastError(loadError);
         return nullptr;
@@ -255,6 +258,7 @@ HMODULE FakeHbaLibrary::OnLoad() {
 }
 
 FARPROC FakeHbaLibrary::OnLookup(const char* name) {
+    const FailingMemory::Pause pause;
     EXPECT_TRUE(Loaded()) << "looked up while the library is not loaded: " << name;
     {
         const std::lock_guard lock(m_lock);
@@ -268,6 +272,9 @@ FARPROC FakeHbaLibrary::OnLookup(const char* name) {
 }
 
 void FakeHbaLibrary::OnFree() {
+    const FailingMemory::Pause pause;
     Record("FreeLibrary");
+    if (whileFreed)
+        whileFreed();
     ++frees;
 }

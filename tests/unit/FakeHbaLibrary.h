@@ -79,6 +79,8 @@ class FakeHbaLibrary {
 
     // Functions that the library lacks, by the names of the members above: exports are not found, handlers are null.
     std::set<std::string> missing;
+    // What happens while the library is freed, before it counts as gone. No exception may leave it.
+    std::function<void()> whileFreed;
     // Not 0: the library cannot be loaded, for this reason.
     DWORD loadError = 0;
 

@@ -1,4 +1,4 @@
-// Binding of the vendor library, adapter handles, and what calls see of unloading.
+// Binding of the vendor library and adapter handles. Unloading is in HBAAPIUnloadTest.cpp.
 #include <algorithm>
 
 #include "tests/unit/HBAAPIFixture.h"
@@ -40,11 +40,24 @@ TEST_F(HBAAPIInt, InitWhoseLibraryRefusesToInitializeFailsAndRegistersNothing) {
     EXPECT_FALSE(api.InitHBAAPIMod());
     EXPECT_THAT(Messages(), ElementsAre("CHBAAPIInt::InitHBAAPIMod InitializeLibrary failed - Status - 10"));
     EXPECT_THAT(library.calls, ElementsAre("LoadLibrary", "InitializeLibrary"));
-    EXPECT_EQ(library.frees, 0) << "the module stays until it is unloaded";
+    EXPECT_EQ(0, library.frees) << "the module stays until it is unloaded";
     library.ClearCalls();
     HBA_HANDLE handle = 0;
     EXPECT_FALSE(api.GetAdapterHandle(L"a", handle)) << "not ready";
     EXPECT_THAT(library.lookups, IsEmpty());
+}
+
+TEST_F(HBAAPIInt, RefusedInitializationOfALibraryThatIsBoundLeavesItsHandlers) {
+    Bind();
+    library.InitializeLibrary = [] { return HBA_STATUS_ERROR_BUSY; };
+    EXPECT_FALSE(api.InitHBAAPIMod());
+    EXPECT_EQ(0, library.CallsOf("RegisterLibraryV2"));
+    HBA_ADAPTERATTRIBUTES attributes;
+    EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes));
+    BYTE response[8], sense[8];
+    EXPECT_TRUE(api.RetrieveLUNCapacityV2(7, HBA_PORT_WWN, TARGET_WWN, 0, response, 8, sense, 8));
+    EXPECT_EQ(1, library.CallsOf("GetAdapterAttributes"));
+    EXPECT_EQ(1, library.CallsOf("ScsiReadCapacityV2"));
 }
 
 TEST_F(HBAAPIInt, LibraryWithoutInitializeLibraryCountsAsBoundButNotAsReady) {
@@ -53,7 +66,7 @@ TEST_F(HBAAPIInt, LibraryWithoutInitializeLibraryCountsAsBoundButNotAsReady) {
     EXPECT_THAT(library.calls, ElementsAre("LoadLibrary", "RegisterLibraryV2"));
     HBA_ADAPTERATTRIBUTES attributes;
     EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes));
-    EXPECT_EQ(library.CallsOf("GetAdapterAttributes"), 1);
+    EXPECT_EQ(1, library.CallsOf("GetAdapterAttributes"));
     HBA_HANDLE handle = 0;
     EXPECT_FALSE(api.GetAdapterHandle(L"a", handle)) << "vendor extensions may not be asked";
 }
@@ -74,7 +87,7 @@ TEST_F(HBAAPIInt, StatusOfTheRegistrationIsNotLookedAt) {
     Bind();
     HBA_ADAPTERATTRIBUTES attributes;
     EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes));
-    EXPECT_EQ(library.CallsOf("GetAdapterAttributes"), 1);
+    EXPECT_EQ(1, library.CallsOf("GetAdapterAttributes"));
 }
 
 TEST_F(HBAAPIInt, InitNamesItselfWhenAnExportNameCannotBeConverted) {
@@ -90,7 +103,7 @@ TEST_F(HBAAPIInt, LoadingAgainReleasesTheFirstReferenceAfterTheNewOneIsTaken) {
     Bind();
     EXPECT_TRUE(api.InitHBAAPIMod());
     EXPECT_THAT(library.calls, ElementsAre("LoadLibrary", "FreeLibrary", "InitializeLibrary", "RegisterLibraryV2"));
-    EXPECT_EQ(library.loads - library.frees, 1);
+    EXPECT_EQ(1, library.loads - library.frees);
     api.DeInitHBAAPIMod();
     EXPECT_FALSE(library.Loaded());
 }
@@ -102,7 +115,7 @@ TEST_F(HBAAPIInt, LoadingAgainThatFailsLeavesNoLibrary) {
     EXPECT_FALSE(library.Loaded());
     HBA_ADAPTERATTRIBUTES attributes;
     EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes));
-    EXPECT_EQ(library.CallsOf("GetAdapterAttributes"), 0) << "the handlers went with the module";
+    EXPECT_EQ(0, library.CallsOf("GetAdapterAttributes")) << "the handlers went with the module";
 }
 
 TEST_F(HBAAPIInt, ObjectThatWasNeverBoundCallsNothing) {
@@ -112,10 +125,10 @@ TEST_F(HBAAPIInt, ObjectThatWasNeverBoundCallsNothing) {
     HBA_STATUS status = 77;
     BYTE buffer[8], sense[8];
     EXPECT_FALSE(api.GetAdapterHandle(L"a", handle));
-    EXPECT_EQ(handle, 9u);
+    EXPECT_EQ(9u, handle);
     EXPECT_FALSE(api.GenerateVportWwpn(7, &wwn));
     EXPECT_FALSE(api.CreateVport(7, request, status));
-    EXPECT_EQ(api.GetPortsCount(7), 0);
+    EXPECT_EQ(0, api.GetPortsCount(7));
     EXPECT_TRUE(api.RefreshTargetInfo(7));
     EXPECT_FALSE(api.RetrieveLUNCapacityV2(7, wwn, wwn, 0, buffer, 8, sense, 8));
     EXPECT_TRUE(api.RetrieveLUNCapacity16(7, wwn, 0, buffer, 8, sense, 8));
@@ -136,7 +149,7 @@ TEST_F(HBAAPIInt, DeviceInitWithoutEthInstFailsWithItsMessageAndTakesNoLock) {
 
 TEST_F(HBAAPIInt, DeviceInitLoadsBindsAndYieldsTheAdapterName) {
     EXPECT_TRUE(InitDevice());
-    EXPECT_STREQ(name, L"orvan-fcoe-0");
+    EXPECT_STREQ(L"orvan-fcoe-0", name);
     EXPECT_THAT(library.calls, ElementsAre("LoadLibrary", "InitializeLibrary", "RegisterLibraryV2",
                                            "GetFCoEControllerInfo \\DEVICE\\{3B1E}"));
     EXPECT_THAT(Messages(), ElementsAre("LoadLibrary of orvanhapi.dll succeeded"));
@@ -164,10 +177,20 @@ TEST_F(HBAAPIInt, DeviceInitReloadsAfterUnloading) {
     EXPECT_TRUE(InitDevice());
     EXPECT_TRUE(api.DeInitHBAAPIMod());
     EXPECT_TRUE(InitDevice());
-    EXPECT_EQ(library.loads, 2);
-    EXPECT_EQ(library.frees, 1);
+    EXPECT_EQ(2, library.loads);
+    EXPECT_EQ(1, library.frees);
     HBA_HANDLE handle = 0;
     EXPECT_TRUE(api.GetAdapterHandle(name, handle));
+}
+
+TEST_F(HBAAPIInt, LibraryThatWasReadyOnceIsReadyWheneverItIsLoadedAgain) {
+    Bind();
+    EXPECT_TRUE(api.DeInitHBAAPIMod());
+    library.missing = {"InitializeLibrary"};
+    EXPECT_TRUE(api.InitHBAAPIMod());
+    HBA_HANDLE handle = 0;
+    EXPECT_TRUE(api.GetAdapterHandle(L"a", handle));
+    EXPECT_EQ(7u, handle);
 }
 
 TEST_F(HBAAPIInt, DeviceInitThatCannotLoadLogsWhy) {
@@ -175,7 +198,7 @@ TEST_F(HBAAPIInt, DeviceInitThatCannotLoadLogsWhy) {
     EXPECT_FALSE(InitDevice());
     EXPECT_THAT(Messages(), ElementsAre("LoadLibrary of orvanhapi.dll failed - 5"));
     EXPECT_FALSE(library.mutex.IsHeld());
-    EXPECT_EQ(name[0], L'\0');
+    EXPECT_EQ(L'\0', name[0]);
 }
 
 TEST_F(HBAAPIInt, DeviceInitReportsARefusedInitializationUnderAnotherName) {
@@ -183,7 +206,7 @@ TEST_F(HBAAPIInt, DeviceInitReportsARefusedInitializationUnderAnotherName) {
     EXPECT_FALSE(InitDevice());
     EXPECT_THAT(Messages(), ElementsAre("LoadLibrary of orvanhapi.dll succeeded",
                                         "CHBAAPIInt::GetAdapterAtrributes InitializeLibrary failed - Status - 11"));
-    EXPECT_EQ(library.CallsOf("RegisterLibraryV2"), 0);
+    EXPECT_EQ(0, library.CallsOf("RegisterLibraryV2"));
     HBA_HANDLE handle = 0;
     EXPECT_TRUE(api.GetAdapterHandle(L"a", handle)) << "loading alone made it ready";
 }
@@ -191,7 +214,7 @@ TEST_F(HBAAPIInt, DeviceInitReportsARefusedInitializationUnderAnotherName) {
 TEST_F(HBAAPIInt, DeviceInitWithoutTheFirstTwoExportsStillYieldsTheName) {
     library.missing = {"InitializeLibrary", "RegisterLibraryV2"};
     EXPECT_TRUE(InitDevice());
-    EXPECT_STREQ(name, L"orvan-fcoe-0");
+    EXPECT_STREQ(L"orvan-fcoe-0", name);
 }
 
 TEST_F(HBAAPIInt, DeviceInitWithoutControllerInfoNamesAnotherFunction) {
@@ -210,17 +233,17 @@ TEST_F(HBAAPIInt, DeviceInitWhoseAdapterIsUnknownLogsErrorGettingHandle) {
     name[0] = L'x';
     EXPECT_FALSE(InitDevice());
     EXPECT_THAT(Messages(), ElementsAre("Error Getting Handle"));
-    EXPECT_EQ(name[0], L'x');
+    EXPECT_EQ(L'x', name[0]);
 }
 
 TEST_F(HBAAPIInt, DeviceInitHandsOverZeroedOutputs) {
     library.GetFCoEControllerInfo = [](const wchar_t*, HBA_UINT32* number, char* out) {
-        EXPECT_EQ(*number, 0u);
+        EXPECT_EQ(0u, *number);
         EXPECT_TRUE(std::all_of(out, out + ORVAN_NAME_SIZE, [](char c) { return c == 0; }));
         return HBA_STATUS_OK;
     };
     EXPECT_TRUE(InitDevice());
-    EXPECT_STREQ(name, L"") << "the empty name converts to its terminator";
+    EXPECT_STREQ(L"", name) << "the empty name converts to its terminator";
 }
 
 TEST_F(HBAAPIInt, AdapterNameThatFillsItsBufferIsCutAtItsLastByte) {
@@ -229,7 +252,7 @@ TEST_F(HBAAPIInt, AdapterNameThatFillsItsBufferIsCutAtItsLastByte) {
         return HBA_STATUS_OK;
     };
     EXPECT_TRUE(InitDevice());
-    EXPECT_EQ(std::wstring(name), std::wstring(259, L'n'));
+    EXPECT_EQ(std::wstring(259, L'n'), std::wstring(name));
 }
 
 TEST_F(HBAAPIInt, DeviceInitNamesAnotherOperationWhenAnExportNameCannotBeConverted) {
@@ -257,9 +280,25 @@ TEST_F(HBAAPIInt, GetAdapterHandleOpensByTheConvertedName) {
     Bind();
     HBA_HANDLE handle = 0;
     EXPECT_TRUE(api.GetAdapterHandle(L"orvan-\x00e9", handle));
-    EXPECT_EQ(handle, 7u);
+    EXPECT_EQ(7u, handle);
     EXPECT_THAT(library.calls, ElementsAre("GetFCoEControllerHandle orvan-\xE9"));
     EXPECT_THAT(Messages(), ElementsAre("Succeeded getting Adapter Handle - 7"));
+}
+
+TEST_F(HBAAPIInt, AdapterNameGoesToTheLibraryWithQuestionMarksForWhatItsCodePageLacks) {
+    Bind();
+    HBA_HANDLE handle = 0;
+    EXPECT_TRUE(api.GetAdapterHandle(L"orvan-\x4e2d", handle));
+    EXPECT_THAT(library.calls, ElementsAre("GetFCoEControllerHandle orvan-?"));
+}
+
+TEST_F(HBAAPIInt, MissingExportIsNoticedBeforeTheAdapterNameIsLookedAt) {
+    library.missing = {"GetFCoEControllerHandle"};
+    Bind();
+    const BrokenNarrowing broken(L"adapter");
+    HBA_HANDLE handle = 0;
+    EXPECT_FALSE(api.GetAdapterHandle(L"adapter", handle));
+    EXPECT_THAT(Messages(), ElementsAre("GetProcAddress of ORVAN_GetControllerHandle failed with error 127"));
 }
 
 TEST_F(HBAAPIInt, HandleZeroIsAFailureWithErrorGettingHandle) {
@@ -267,7 +306,7 @@ TEST_F(HBAAPIInt, HandleZeroIsAFailureWithErrorGettingHandle) {
     library.handle = 0;
     HBA_HANDLE handle = 5;
     EXPECT_FALSE(api.GetAdapterHandle(L"a", handle));
-    EXPECT_EQ(handle, 5u);
+    EXPECT_EQ(5u, handle);
     EXPECT_THAT(Messages(), ElementsAre("Error Getting Handle"));
 }
 
@@ -313,8 +352,8 @@ TEST_F(HBAAPIInt, AdapterNameOf259CharactersFitsAndOneOf260DoesNot) {
 TEST_F(HBAAPIInt, ExportsAreLookedUpAfreshAtEveryCall) {
     Bind();
     HBA_HANDLE handle = 0;
-    api.GetAdapterHandle(L"a", handle);
-    api.GetAdapterHandle(L"a", handle);
+    EXPECT_TRUE(api.GetAdapterHandle(L"a", handle));
+    EXPECT_TRUE(api.GetAdapterHandle(L"a", handle));
     EXPECT_THAT(library.lookups, ElementsAre("ORVAN_GetFCoEControllerHandle", "ORVAN_GetFCoEControllerHandle"));
     library.missing = {"GetFCoEControllerHandle"};
     EXPECT_FALSE(api.GetAdapterHandle(L"a", handle));
@@ -324,7 +363,7 @@ TEST_F(HBAAPIInt, CloseAdapHandleClosesZeroesAndAlwaysReportsTrue) {
     Bind();
     HBA_HANDLE handle = 7;
     EXPECT_TRUE(api.CloseAdapHandle(handle));
-    EXPECT_EQ(handle, 0u);
+    EXPECT_EQ(0u, handle);
     EXPECT_THAT(library.calls, ElementsAre("CloseAdapter 7"));
     EXPECT_THAT(Messages(), ElementsAre("CHBAAPIInt::CloseAdapHandle closing adapter handle - 7"));
     EXPECT_THAT(library.mutex.Events(), IsEmpty()) << "without the lock";
@@ -335,7 +374,7 @@ TEST_F(HBAAPIInt, CloseAdapHandleWithoutAHandlerLeavesOnlyTheCallOut) {
     Bind();
     HBA_HANDLE handle = 7;
     EXPECT_TRUE(api.CloseAdapHandle(handle));
-    EXPECT_EQ(handle, 0u);
+    EXPECT_EQ(0u, handle);
     EXPECT_THAT(Messages(), ElementsAre("CHBAAPIInt::CloseAdapHandle closing adapter handle - 7"));
 }
 
@@ -344,201 +383,6 @@ TEST_F(HBAAPIInt, CloseAdapHandlePassesAHandleOfZeroOn) {
     HBA_HANDLE handle = 0;
     EXPECT_TRUE(api.CloseAdapHandle(handle));
     EXPECT_THAT(library.calls, ElementsAre("CloseAdapter 0"));
-}
-
-// --- DeInitHBAAPIMod
-
-TEST_F(HBAAPIInt, DeInitWithNoCallUnderWayUnloadsAtOnceAndUnderTheLock) {
-    Bind();
-    EXPECT_TRUE(api.DeInitHBAAPIMod());
-    EXPECT_THAT(library.calls, ElementsAre("FreeLibrary"));
-    EXPECT_THAT(library.mutex.Events(), ElementsAre("create Global\\CHBAAPINTMUT", "wait 10000", "release", "close"));
-    EXPECT_THAT(Messages(), IsEmpty());
-}
-
-TEST_F(HBAAPIInt, DeInitTwiceFreesOnce) {
-    Bind();
-    EXPECT_TRUE(api.DeInitHBAAPIMod());
-    EXPECT_TRUE(api.DeInitHBAAPIMod());
-    EXPECT_EQ(library.frees, 1);
-}
-
-TEST_F(HBAAPIInt, DeInitTakesTheHandlersAwayBeforeItWaitsForTheLock) {
-    Bind();
-    auto holder = std::make_unique<MutexHolder>();
-    std::thread stop([&] { api.DeInitHBAAPIMod(); });
-    while (library.mutex.Events().size() < 2) // created and waiting
-        std::this_thread::yield();
-    EXPECT_TRUE(library.Loaded());
-    HBA_ADAPTERATTRIBUTES attributes;
-    EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes));
-    HBA_HANDLE handle = 7;
-    EXPECT_TRUE(api.CloseAdapHandle(handle));
-    EXPECT_THAT(library.calls, IsEmpty()) << "version 1 is cleared";
-    BYTE response[8], sense[8];
-    EXPECT_TRUE(api.RetrieveLUNCapacityV2(7, HBA_PORT_WWN, TARGET_WWN, 0, response, 8, sense, 8))
-        << "what version 2 adds stays while the library is loaded";
-    holder.reset();
-    stop.join();
-    EXPECT_FALSE(library.Loaded());
-    EXPECT_FALSE(api.RetrieveLUNCapacityV2(7, HBA_PORT_WWN, TARGET_WWN, 0, response, 8, sense, 8));
-}
-
-TEST_F(HBAAPIInt, DestroyedObjectGivesUpTheLibrary) {
-    auto other = std::make_unique<CHBAAPIInt>();
-    EXPECT_TRUE(other->InitHBAAPIMod());
-    other.reset();
-    EXPECT_FALSE(library.Loaded());
-}
-
-TEST_F(HBAAPIInt, TwoObjectsHoldTheLibraryIndependently) {
-    Bind();
-    CHBAAPIInt other;
-    EXPECT_TRUE(other.InitHBAAPIMod());
-    EXPECT_TRUE(api.DeInitHBAAPIMod());
-    HBA_HANDLE handle = 0;
-    EXPECT_TRUE(other.GetAdapterHandle(L"a", handle));
-    EXPECT_TRUE(other.DeInitHBAAPIMod());
-    EXPECT_FALSE(library.Loaded());
-}
-
-// --- Unloading while calls are under way
-
-TEST_F(HBAAPIInt, CallInsideAHandlerKeepsTheLibraryLoadedUntilItReturns) {
-    Bind();
-    CallInside call;
-    library.GetAdapterAttributes = [&](HBA_HANDLE, HBA_ADAPTERATTRIBUTES*) {
-        call.Stay();
-        return HBA_STATUS_OK;
-    };
-    call.Start([&] {
-        HBA_ADAPTERATTRIBUTES attributes;
-        EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes));
-    });
-    EXPECT_TRUE(api.DeInitHBAAPIMod());
-    EXPECT_EQ(library.frees, 0);
-    HBA_HANDLE handle = 0;
-    EXPECT_FALSE(api.GetAdapterHandle(L"a", handle)) << "new calls find no library";
-    call.Finish();
-    EXPECT_EQ(library.frees, 1);
-}
-
-TEST_F(HBAAPIInt, CallInsideAnExportKeepsTheLibraryLoadedUntilItReturns) {
-    Bind();
-    CallInside call;
-    library.RescanScsiBus = [&](HBA_HANDLE, HBA_UINT32) {
-        call.Stay();
-        return HBA_STATUS_OK;
-    };
-    call.Start([&] { EXPECT_TRUE(api.RefreshTargetInfo(7)); });
-    EXPECT_TRUE(api.DeInitHBAAPIMod());
-    EXPECT_EQ(library.frees, 0);
-    call.Finish();
-    EXPECT_EQ(library.frees, 1);
-}
-
-TEST_F(HBAAPIInt, LastOfSeveralCallsUnloads) {
-    Bind();
-    CallInside first, second;
-    library.GetTargetList = [&](HBA_HANDLE handle, ORVAN_TARGET_LIST*) {
-        (handle == 1 ? first : second).Stay();
-        return HBA_STATUS_OK;
-    };
-    const auto read = [&](HBA_HANDLE handle) {
-        ORVAN_TARGET_LIST list{};
-        BOOL more;
-        ULONG count;
-        EXPECT_TRUE(api.GetTargetList(handle, &list, more, count));
-    };
-    first.Start([&] { read(1); });
-    second.Start([&] { read(2); });
-    EXPECT_TRUE(api.DeInitHBAAPIMod());
-    first.Finish();
-    EXPECT_EQ(library.frees, 0);
-    second.Finish();
-    EXPECT_EQ(library.frees, 1);
-}
-
-TEST_F(HBAAPIInt, CallThatEndsByAnExceptionUnloadsToo) {
-    Bind();
-    CallInside call;
-    library.RescanScsiBus = [&](HBA_HANDLE, HBA_UINT32) -> HBA_STATUS {
-        call.Stay();
-        throw std::runtime_error("inside");
-    };
-    call.Start([&] { EXPECT_THROW(api.RefreshTargetInfo(7), std::runtime_error); });
-    EXPECT_TRUE(api.DeInitHBAAPIMod());
-    EXPECT_EQ(library.frees, 0);
-    call.Finish();
-    EXPECT_EQ(library.frees, 1);
-}
-
-TEST_F(HBAAPIInt, LibraryLoadedAgainWhileAnOldCallIsUnderWayOutlivesThatCall) {
-    Bind();
-    CallInside call;
-    library.RescanScsiBus = [&](HBA_HANDLE, HBA_UINT32) {
-        call.Stay();
-        return HBA_STATUS_OK;
-    };
-    call.Start([&] { api.RefreshTargetInfo(7); });
-    EXPECT_TRUE(api.DeInitHBAAPIMod());
-    EXPECT_TRUE(InitDevice());
-    call.Finish();
-    EXPECT_EQ(library.loads, 2);
-    EXPECT_EQ(library.frees, 1);
-    HBA_HANDLE handle = 0;
-    EXPECT_TRUE(api.GetAdapterHandle(name, handle));
-}
-
-TEST_F(HBAAPIInt, RegistrationOvertakenByAStopWithoutTheLockLeavesNoHandlers) {
-    CallInside call;
-    library.RegisterLibraryV2 = [&](HBA_ENTRYPOINTSV2* table) {
-        call.Stay();
-        *table = library.Handlers();
-        return HBA_STATUS_OK;
-    };
-    library.mutex.waitLimit = 20;
-    call.Start([&] { api.InitHBAAPIMod(); });
-    EXPECT_TRUE(api.DeInitHBAAPIMod()); // carries on though the other thread has the lock
-    EXPECT_TRUE(library.Loaded());
-    call.Finish();
-    EXPECT_FALSE(library.Loaded());
-    HBA_ADAPTERATTRIBUTES attributes;
-    EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes)); // the fake fails the test if this reaches it
-    BYTE response[8], sense[8];
-    EXPECT_FALSE(api.RetrieveLUNCapacityV2(7, HBA_PORT_WWN, TARGET_WWN, 0, response, 8, sense, 8));
-}
-
-// The fake library fails the test when a call or look-up arrives while it is not loaded.
-TEST_F(HBAAPIInt, CallsThatRaceWithBindingAndUnloadingNeverReachAnUnloadedLibrary) {
-    std::atomic<bool> stop{false};
-    std::vector<std::thread> callers;
-    for (int n = 0; n < 3; ++n)
-        callers.emplace_back([&] {
-            while (!stop) {
-                HBA_ADAPTERATTRIBUTES attributes;
-                EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes));
-                BYTE response[8], sense[8];
-                api.RetrieveLUNCapacityV2(7, HBA_PORT_WWN, TARGET_WWN, 0, response, 8, sense, 8);
-                EXPECT_TRUE(api.RefreshTargetInfo(7));
-                HBA_FCPTARGETMAPPING mapping{};
-                BOOL more;
-                ULONG count;
-                api.GetTargetsInfo(7, &mapping, more, count);
-                HBA_HANDLE handle = 7;
-                EXPECT_TRUE(api.CloseAdapHandle(handle));
-            }
-        });
-    for (int n = 0; n < 60; ++n) {
-        EXPECT_TRUE(api.InitHBAAPIMod());
-        std::this_thread::yield();
-        EXPECT_TRUE(api.DeInitHBAAPIMod());
-    }
-    stop = true;
-    for (auto& caller : callers)
-        caller.join();
-    EXPECT_EQ(library.loads, 60);
-    EXPECT_EQ(library.frees, 60);
 }
 
 // --- Traces
@@ -553,7 +397,7 @@ TEST_F(HBAAPIInt, OperationsTraceThemselvesWithTheirResult) {
     EXPECT_THAT(Traces("CHBAAPIInt::InitHBAAPIMod"),
                 ElementsAre("ENTRY:  CHBAAPIInt::InitHBAAPIMod", "EXIT:  CHBAAPIInt::InitHBAAPIMod, bReturn=false"));
     library.handle = 0;
-    api.GetAdapterHandle(L"a", handle);
+    EXPECT_FALSE(api.GetAdapterHandle(L"a", handle));
     EXPECT_THAT(
         Traces("CHBAAPIInt::GetAdapterHandle"),
         ElementsAre("ENTRY:  CHBAAPIInt::GetAdapterHandle", "EXIT:  CHBAAPIInt::GetAdapterHandle, bReturn=false"));

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/unit/FailingMemory.h"
+
 namespace {
 
 MutexProbe* g_probe;
@@ -28,7 +30,7 @@ MutexProbe::MutexProbe()
       m_wait(nullptr, "KERNEL32.dll", "WaitForSingleObject", reinterpret_cast<void*>(&OnWait)),
       m_release(nullptr, "KERNEL32.dll", "ReleaseMutex", reinterpret_cast<void*>(&OnRelease)),
       m_close(nullptr, "KERNEL32.dll", "CloseHandle", reinterpret_cast<void*>(&OnClose)) {
-    EXPECT_EQ(g_probe, nullptr) << "one probe at a time";
+    EXPECT_EQ(nullptr, g_probe) << "one probe at a time";
     g_createMutex = m_create.Original<PFN_CreateMutexW>();
     g_waitForSingleObject = m_wait.Original<PFN_WaitForSingleObject>();
     g_releaseMutex = m_release.Original<PFN_HandleFunction>();
@@ -78,6 +80,7 @@ bool MutexProbe::IsMutex(HANDLE handle) const {
 }
 
 HANDLE WINAPI MutexProbe::OnCreate(SECURITY_ATTRIBUTES* attributes, BOOL owned, const wchar_t* name) {
+    const FailingMemory::Pause pause;
     if (!g_probe || !name)
         return g_createMutex(attributes, owned, name);
     std::string event = "create ";
@@ -95,6 +98,7 @@ HANDLE WINAPI MutexProbe::OnCreate(SECURITY_ATTRIBUTES* attributes, BOOL owned, 
 }
 
 DWORD WINAPI MutexProbe::OnWait(HANDLE handle, DWORD milliseconds) {
+    const FailingMemory::Pause pause;
     if (!g_probe || !g_probe->IsMutex(handle))
         return g_waitForSingleObject(handle, milliseconds);
     g_probe->Note("wait " + std::to_string(milliseconds));
@@ -104,12 +108,14 @@ DWORD WINAPI MutexProbe::OnWait(HANDLE handle, DWORD milliseconds) {
 }
 
 BOOL WINAPI MutexProbe::OnRelease(HANDLE handle) {
+    const FailingMemory::Pause pause;
     if (g_probe && g_probe->IsMutex(handle))
         g_probe->Note("release");
     return g_releaseMutex(handle);
 }
 
 BOOL WINAPI MutexProbe::OnClose(HANDLE handle) {
+    const FailingMemory::Pause pause;
     if (g_probe && g_probe->IsMutex(handle)) {
         g_probe->Note("close");
         const std::lock_guard lock(g_probe->m_lock);
@@ -121,7 +127,7 @@ BOOL WINAPI MutexProbe::OnClose(HANDLE handle) {
 MutexHolder::MutexHolder()
     : m_thread([this] {
           const HANDLE mutex = MutexProbe::Open();
-          EXPECT_EQ(g_waitForSingleObject(mutex, INFINITE), WAIT_OBJECT_0);
+          EXPECT_EQ(WAIT_OBJECT_0, g_waitForSingleObject(mutex, INFINITE));
           m_taken.set_value();
           m_done.get_future().wait();
           g_releaseMutex(mutex);
@@ -136,7 +142,7 @@ MutexHolder::~MutexHolder() {
 }
 
 AbandonedMutex::AbandonedMutex() : m_handle(MutexProbe::Open()) {
-    std::thread([this] { EXPECT_EQ(g_waitForSingleObject(m_handle, INFINITE), WAIT_OBJECT_0); }).join();
+    std::thread([this] { EXPECT_EQ(WAIT_OBJECT_0, g_waitForSingleObject(m_handle, INFINITE)); }).join();
 }
 
 AbandonedMutex::~AbandonedMutex() {

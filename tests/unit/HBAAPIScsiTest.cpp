@@ -38,15 +38,15 @@ TEST_F(HBAAPIScsi, InquiryPassesItsNineArgumentsInOrder) {
     Bind();
     library.ScsiInquiry = [this](HBA_HANDLE handle, HBA_WWN wwn, HBA_UINT64 lun, HBA_UINT8 evpd, HBA_UINT32 page,
                                  void* rsp, HBA_UINT32 rspSize, void* sns, HBA_UINT32 snsSize) {
-        EXPECT_EQ(handle, 7u);
-        EXPECT_EQ(std::memcmp(&wwn, &TARGET_WWN, 8), 0);
-        EXPECT_EQ(lun, LUN);
-        EXPECT_EQ(evpd, 1);
-        EXPECT_EQ(page, 128u);
-        EXPECT_EQ(rsp, response);
-        EXPECT_EQ(rspSize, 260u);
-        EXPECT_EQ(sns, sense);
-        EXPECT_EQ(snsSize, 252u);
+        EXPECT_EQ(7u, handle);
+        EXPECT_EQ(0, std::memcmp(&wwn, &TARGET_WWN, 8));
+        EXPECT_EQ(LUN, lun);
+        EXPECT_EQ(1, evpd);
+        EXPECT_EQ(128u, page);
+        EXPECT_EQ(response, rsp);
+        EXPECT_EQ(260u, rspSize);
+        EXPECT_EQ(sense, sns);
+        EXPECT_EQ(252u, snsSize);
         return HBA_STATUS_OK;
     };
     EXPECT_TRUE(Inquiry(response, sense));
@@ -93,15 +93,15 @@ TEST_F(HBAAPIScsi, CapacityPassesItsArgumentsAndNoPlaceForTheScsiStatus) {
     Bind();
     library.ScsiReadCapacityV2 = [this](HBA_HANDLE handle, HBA_WWN hbaPort, HBA_WWN target, HBA_UINT64 lun, void* rsp,
                                         HBA_UINT32* rspSize, HBA_UINT8* scsiStatus, void* sns, HBA_UINT32* snsSize) {
-        EXPECT_EQ(handle, 7u);
-        EXPECT_EQ(std::memcmp(&hbaPort, &HBA_PORT_WWN, 8), 0);
-        EXPECT_EQ(std::memcmp(&target, &TARGET_WWN, 8), 0);
-        EXPECT_EQ(lun, LUN);
-        EXPECT_EQ(rsp, response);
-        EXPECT_EQ(*rspSize, 260u);
-        EXPECT_EQ(scsiStatus, nullptr);
-        EXPECT_EQ(sns, sense);
-        EXPECT_EQ(*snsSize, 252u);
+        EXPECT_EQ(7u, handle);
+        EXPECT_EQ(0, std::memcmp(&hbaPort, &HBA_PORT_WWN, 8));
+        EXPECT_EQ(0, std::memcmp(&target, &TARGET_WWN, 8));
+        EXPECT_EQ(LUN, lun);
+        EXPECT_EQ(response, rsp);
+        EXPECT_EQ(260u, *rspSize);
+        EXPECT_EQ(nullptr, scsiStatus);
+        EXPECT_EQ(sense, sns);
+        EXPECT_EQ(252u, *snsSize);
         return HBA_STATUS_OK;
     };
     EXPECT_TRUE(Capacity(response, sense));
@@ -113,7 +113,7 @@ TEST_F(HBAAPIScsi, CapacityAfterThreeCheckConditionsSucceedsWithTheFourthCall) {
     Bind();
     CapacityAnswers({9, 9, 9, 0});
     EXPECT_TRUE(Capacity(response, sense));
-    EXPECT_EQ(library.CallsOf("ScsiReadCapacityV2"), 4);
+    EXPECT_EQ(4, library.CallsOf("ScsiReadCapacityV2"));
     EXPECT_THAT(Messages(),
                 ElementsAre("RetrieveLUNCapacityV2 failed - Status=9", "RetrieveLUNCapacityV2 failed - Status=9",
                             "RetrieveLUNCapacityV2 failed - Status=9", "RetrieveLUNCapacityV2 Succeeded"));
@@ -123,7 +123,7 @@ TEST_F(HBAAPIScsi, CapacityAfterFourCheckConditionsFailsWithFourLines) {
     Bind();
     CapacityAnswers({9, 9, 9, 9});
     EXPECT_FALSE(Capacity(response, sense));
-    EXPECT_EQ(library.CallsOf("ScsiReadCapacityV2"), 4);
+    EXPECT_EQ(4, library.CallsOf("ScsiReadCapacityV2"));
     EXPECT_THAT(Messages(), SizeIs(4));
     EXPECT_THAT(Messages(), Each(std::string("RetrieveLUNCapacityV2 failed - Status=9")));
 }
@@ -132,7 +132,7 @@ TEST_F(HBAAPIScsi, CapacityWithAnotherStatusFailsAfterOneCall) {
     Bind();
     CapacityAnswers({1});
     EXPECT_FALSE(Capacity(response, sense));
-    EXPECT_EQ(library.CallsOf("ScsiReadCapacityV2"), 1);
+    EXPECT_EQ(1, library.CallsOf("ScsiReadCapacityV2"));
     EXPECT_THAT(Messages(), ElementsAre("RetrieveLUNCapacityV2 failed - Status=1"));
 }
 
@@ -140,7 +140,7 @@ TEST_F(HBAAPIScsi, CapacityRetryThatEndsWithAnotherStatusIsTheLast) {
     Bind();
     CapacityAnswers({9, 10});
     EXPECT_FALSE(Capacity(response, sense));
-    EXPECT_EQ(library.CallsOf("ScsiReadCapacityV2"), 2);
+    EXPECT_EQ(2, library.CallsOf("ScsiReadCapacityV2"));
     EXPECT_THAT(Messages(),
                 ElementsAre("RetrieveLUNCapacityV2 failed - Status=9", "RetrieveLUNCapacityV2 failed - Status=10"));
 }
@@ -189,13 +189,13 @@ TEST_F(HBAAPIScsi, Capacity16PassesItsArgumentsInOrder) {
     Bind();
     library.SendReadCapacity16 = [this](HBA_HANDLE handle, HBA_WWN target, HBA_UINT64 lun, void* rsp,
                                         HBA_UINT32 rspSize, void* sns, HBA_UINT32 snsSize) {
-        EXPECT_EQ(handle, 7u);
-        EXPECT_EQ(std::memcmp(&target, &TARGET_WWN, 8), 0);
-        EXPECT_EQ(lun, LUN);
-        EXPECT_EQ(rsp, response);
-        EXPECT_EQ(rspSize, 260u);
-        EXPECT_EQ(sns, sense);
-        EXPECT_EQ(snsSize, 252u);
+        EXPECT_EQ(7u, handle);
+        EXPECT_EQ(0, std::memcmp(&target, &TARGET_WWN, 8));
+        EXPECT_EQ(LUN, lun);
+        EXPECT_EQ(response, rsp);
+        EXPECT_EQ(260u, rspSize);
+        EXPECT_EQ(sense, sns);
+        EXPECT_EQ(252u, snsSize);
         return HBA_STATUS_OK;
     };
     EXPECT_TRUE(Capacity16(response, sense));

@@ -46,7 +46,7 @@ class NoMemoryForOnePort {
 TEST_F(HBAAPIVports, GeneratedNameIsTheLibrarys) {
     Bind();
     EXPECT_TRUE(api.GenerateVportWwpn(7, &wwpn));
-    EXPECT_EQ(std::memcmp(&wwpn, &library.generatedWwpn, 8), 0);
+    EXPECT_EQ(0, std::memcmp(&wwpn, &library.generatedWwpn, 8));
     EXPECT_THAT(library.calls, ElementsAre("GeneratePortWWN 7"));
     EXPECT_THAT(library.lookups, ElementsAre("ORVAN_GeneratePortWWN"));
     EXPECT_THAT(Messages(), ElementsAre("GenerateVportWwpn Succeeded"));
@@ -59,7 +59,7 @@ TEST_F(HBAAPIVports, FailedGenerationLeavesTheCallersNameAlone) {
         return HBA_STATUS_ERROR_UNAVAILABLE;
     };
     EXPECT_FALSE(api.GenerateVportWwpn(7, &wwpn));
-    EXPECT_EQ(std::memcmp(&wwpn, &HBA_PORT_WWN, 8), 0);
+    EXPECT_EQ(0, std::memcmp(&wwpn, &HBA_PORT_WWN, 8));
     EXPECT_THAT(Messages(), ElementsAre("GenerateVportWwpn failed - status - 12"));
 }
 
@@ -67,7 +67,7 @@ TEST_F(HBAAPIVports, GenerateWithANullPointerTakesAndReleasesTheMutexAndLogs) {
     Bind();
     EXPECT_FALSE(api.GenerateVportWwpn(7, nullptr));
     EXPECT_THAT(Messages(), ElementsAre("CHBAAPIInt::GenerateVportWwpn wwpn is NULL"));
-    EXPECT_EQ(library.mutex.Events(), takenAndGivenBack);
+    EXPECT_EQ(takenAndGivenBack, library.mutex.Events());
     EXPECT_THAT(library.lookups, IsEmpty());
 }
 
@@ -83,11 +83,11 @@ TEST_F(HBAAPIVports, GenerateWithANullPointerLogsEvenWithoutTheExport) {
 TEST_F(HBAAPIVports, CreatePassesTheRequestOnAndLeavesTheStatusAlone) {
     Bind();
     library.CreateVPort = [this](HBA_HANDLE, ORVAN_FC_PORT* passed) {
-        EXPECT_EQ(passed, &request);
+        EXPECT_EQ(&request, passed);
         return HBA_STATUS_OK;
     };
     EXPECT_TRUE(api.CreateVport(7, request, status));
-    EXPECT_EQ(status, 77u);
+    EXPECT_EQ(77u, status);
     EXPECT_THAT(library.calls, ElementsAre("CreateVPort 7 500A098186778F29"));
     EXPECT_THAT(Messages(), ElementsAre("CreateVport Succeeded"));
 }
@@ -96,7 +96,7 @@ TEST_F(HBAAPIVports, CreateFailingWithStatusFiveHandsOutFive) {
     Bind();
     library.CreateVPort = [](HBA_HANDLE, ORVAN_FC_PORT*) { return HBA_STATUS_ERROR_ILLEGAL_WWN; };
     EXPECT_FALSE(api.CreateVport(7, request, status));
-    EXPECT_EQ(status, 5u);
+    EXPECT_EQ(5u, status);
     EXPECT_THAT(Messages(), ElementsAre("CreateVport failed - status - 5"));
 }
 
@@ -104,13 +104,13 @@ TEST_F(HBAAPIVports, CreateThatNeverReachedTheLibraryLeavesTheStatusAlone) {
     library.missing = {"CreateVPort"};
     Bind();
     EXPECT_FALSE(api.CreateVport(7, request, status));
-    EXPECT_EQ(status, 77u);
+    EXPECT_EQ(77u, status);
 }
 
 TEST_F(HBAAPIVports, RemovePassesTheRequestOn) {
     Bind();
     library.RemoveVPort = [this](HBA_HANDLE, ORVAN_FC_PORT* passed) {
-        EXPECT_EQ(passed, &request);
+        EXPECT_EQ(&request, passed);
         return HBA_STATUS_OK;
     };
     EXPECT_TRUE(api.RemoveVport(7, request));
@@ -133,8 +133,8 @@ TEST_F(HBAAPIVports, PortsAreTheLibrarysAndTheirMessagesNameAnotherOperation) {
     Bind();
     buffer.count = 3;
     EXPECT_TRUE(api.GetPorts(7, list, count));
-    EXPECT_EQ(count, 2u);
-    EXPECT_EQ(std::memcmp(&buffer.entry[1].PortWWN, &TARGET_WWN, 8), 0);
+    EXPECT_EQ(2u, count);
+    EXPECT_EQ(0, std::memcmp(&buffer.entry[1].PortWWN, &TARGET_WWN, 8));
     EXPECT_THAT(library.calls, ElementsAre("GetFCPortList 7 3"));
     EXPECT_THAT(Messages(), ElementsAre("GetVports Succeeded"));
 }
@@ -144,7 +144,7 @@ TEST_F(HBAAPIVports, PortsInATooSmallBufferFailWithTheNeededCount) {
     Bind();
     buffer.count = 1;
     EXPECT_FALSE(api.GetPorts(7, list, count));
-    EXPECT_EQ(count, 3u);
+    EXPECT_EQ(3u, count);
     EXPECT_THAT(Messages(), ElementsAre("GetVports failed - status - 7"));
 }
 
@@ -155,17 +155,17 @@ TEST_F(HBAAPIVports, PortsWithAnotherStatusLeaveTheCountAlone) {
         return HBA_STATUS_ERROR;
     };
     EXPECT_FALSE(api.GetPorts(7, list, count));
-    EXPECT_EQ(count, 99u);
+    EXPECT_EQ(99u, count);
     EXPECT_THAT(Messages(), ElementsAre("GetVports failed - status - 1"));
 }
 
 TEST_F(HBAAPIVports, PortsWithoutAListTakeAndReleaseTheMutexAndLog) {
     Bind();
     EXPECT_FALSE(api.GetPorts(7, nullptr, count));
-    EXPECT_EQ(count, 99u);
+    EXPECT_EQ(99u, count);
     EXPECT_THAT(Messages(),
                 ElementsAre("CHBAAPIInt::Null Pointer passed, memory must be allocated before calling this function"));
-    EXPECT_EQ(library.mutex.Events(), takenAndGivenBack);
+    EXPECT_EQ(takenAndGivenBack, library.mutex.Events());
     EXPECT_THAT(library.lookups, IsEmpty());
 }
 
@@ -175,24 +175,24 @@ TEST_F(HBAAPIVports, CountIsAskedForWithOneZeroedEntry) {
     Bind();
     library.GetFCPortList = [](HBA_HANDLE, ORVAN_FC_PORT_LIST* out) {
         constexpr ORVAN_FC_PORT ZERO{};
-        EXPECT_EQ(out->NumberOfEntries, 1u);
-        EXPECT_EQ(std::memcmp(out->entry, &ZERO, sizeof ZERO), 0);
+        EXPECT_EQ(1u, out->NumberOfEntries);
+        EXPECT_EQ(0, std::memcmp(out->entry, &ZERO, sizeof ZERO));
         return HBA_STATUS_OK;
     };
-    EXPECT_EQ(api.GetPortsCount(7), 1);
+    EXPECT_EQ(1, api.GetPortsCount(7));
     EXPECT_THAT(library.calls, ElementsAre("GetFCPortList 7 1"));
     EXPECT_THAT(Messages(), IsEmpty());
 }
 
 TEST_F(HBAAPIVports, CountOfAnAdapterWithoutPortsIsZero) {
     Bind();
-    EXPECT_EQ(api.GetPortsCount(7), 0);
+    EXPECT_EQ(0, api.GetPortsCount(7));
 }
 
 TEST_F(HBAAPIVports, CountIsRightWhenOneEntryWasTooSmall) {
     library.ports.resize(5);
     Bind();
-    EXPECT_EQ(api.GetPortsCount(7), 5);
+    EXPECT_EQ(5, api.GetPortsCount(7));
     EXPECT_THAT(Messages(), IsEmpty());
 }
 
@@ -202,7 +202,7 @@ TEST_F(HBAAPIVports, CountWithAnotherStatusIsZeroWithoutAMessage) {
         out->NumberOfEntries = 5;
         return HBA_STATUS_ERROR;
     };
-    EXPECT_EQ(api.GetPortsCount(7), 0);
+    EXPECT_EQ(0, api.GetPortsCount(7));
     EXPECT_THAT(Messages(), IsEmpty());
 }
 
@@ -210,7 +210,7 @@ TEST_F(HBAAPIVports, CountIsZeroWhenTheExportIsMissing) {
     library.missing = {"GetFCPortList"};
     library.ports.resize(5);
     Bind();
-    EXPECT_EQ(api.GetPortsCount(7), 0);
+    EXPECT_EQ(0, api.GetPortsCount(7));
     EXPECT_THAT(Messages(), IsEmpty());
 }
 
@@ -219,11 +219,11 @@ TEST_F(HBAAPIVports, CountIsZeroWhenThereIsNoMemory) {
     Bind();
     {
         const NoMemoryForOnePort noMemory;
-        EXPECT_EQ(api.GetPortsCount(7), 0);
+        EXPECT_EQ(0, api.GetPortsCount(7));
     }
     EXPECT_THAT(library.calls, IsEmpty());
-    EXPECT_EQ(library.mutex.Events(), takenAndGivenBack);
-    EXPECT_EQ(api.GetPortsCount(7), 5);
+    EXPECT_EQ(takenAndGivenBack, library.mutex.Events());
+    EXPECT_EQ(5, api.GetPortsCount(7));
 }
 
 // --- What the five share

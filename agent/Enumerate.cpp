@@ -1,5 +1,5 @@
 // The seven enumerations: one walk over the adapters, and what each asks of an adapter.
-#include <algorithm>
+#include <utility>
 
 #include "Common/Src/Containment.h"
 #include "FcoeAgent/QelDebug.h"
@@ -13,32 +13,6 @@
 namespace {
 
 constexpr wchar_t SOURCE_FILE[] = L"agent\\Enumerate";
-
-// So that records are not moved again and again while the host's vector grows; at least doubled, so that one adapter
-// after the other does not move them again either.
-template <class Record> void MakeRoom(std::vector<Record>& vecRecords, std::size_t nMore) {
-    const std::size_t nNeeded = vecRecords.size() + nMore;
-    if (nNeeded > vecRecords.capacity())
-        vecRecords.reserve(vecRecords.empty() ? nNeeded : std::max(nNeeded, 2 * vecRecords.capacity()));
-}
-
-// One more record in the host's list, for as long as nothing goes wrong.
-template <class Record> class CNewRecord {
-  public:
-    explicit CNewRecord(std::vector<Record>& vecRecords) : m_vecRecords(vecRecords) { m_vecRecords.emplace_back(); }
-    ~CNewRecord() {
-        if (!m_bKeep)
-            m_vecRecords.pop_back();
-    }
-    CNewRecord(const CNewRecord&) = delete;
-    CNewRecord& operator=(const CNewRecord&) = delete;
-
-    void Keep() { m_bKeep = true; }
-
-  private:
-    std::vector<Record>& m_vecRecords;
-    bool m_bKeep = false;
-};
 
 } // namespace
 
@@ -82,12 +56,10 @@ BOOL CQelFcoeAgentWin::EnumerateList(const wchar_t* pszOperation, const wchar_t*
         std::vector<std::shared_ptr<Object>> vecObjects;
         if (!(hba.*pfnGetObjects)(vecObjects))
             return FALSE;
-        MakeRoom(vecRecords, vecObjects.size());
         for (const auto& pObject : vecObjects) {
-            // Filled where it stays; taken back when there is none.
-            CNewRecord newRecord(vecRecords);
-            if (pObject->Get(vecRecords.back()))
-                newRecord.Keep();
+            Record record;
+            if (pObject->Get(record))
+                vecRecords.push_back(std::move(record));
         }
         return TRUE;
     });

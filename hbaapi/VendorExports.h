@@ -10,7 +10,7 @@ namespace VendorExports {
 
 // Both from the declaration, so that a name without one does not compile.
 #define QEL_VENDOR_EXPORT(function)                                                                                    \
-    inline constexpr VendorExport<decltype(&::function)> function {                                                    \
+    inline constexpr auto function = VendorExport<decltype(&::function)> {                                             \
         L"" #function                                                                                                  \
     }
 

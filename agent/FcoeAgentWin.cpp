@@ -20,12 +20,7 @@ CQelFcoeAgentWin::CQelFcoeAgentWin() {
 CQelFcoeAgentWin::~CQelFcoeAgentWin() {
     const CQelLockGuard guard(m_csAgent);
     FreeCoreAgent();
-    try {
-        ShutDown();
-    } catch (...) {
-        // Without memory for an orderly end the members give up the library.
-        CQelDebug::Instance().Error(SOURCE_FILE, __LINE__, L"CQelFcoeAgentWin::~CQelFcoeAgentWin() - Exception caught");
-    }
+    ShutDown();
 }
 
 BOOL CQelFcoeAgentWin::Initialize() {
@@ -110,7 +105,7 @@ BOOL CQelFcoeAgentWin::Uninstall(ULONG64) {
 }
 
 // Under the agent lock. The library access object stays: operations after this load the library through it again.
-void CQelFcoeAgentWin::ShutDown() {
+void CQelFcoeAgentWin::ShutDown() noexcept {
     m_mapHBAs.clear();
     if (m_bInitialized)
         m_pLibrary->DeInitHBAAPIMod();

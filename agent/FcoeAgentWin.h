@@ -83,5 +83,6 @@ class CQelFcoeAgentWin : public CQelFcoeAgentIntf, public CQelNetAgentPvt {
     template <class Work>
     BOOL WorkOnHBA(const wchar_t* pszOperation, const CQelString& strAdapter, Work work) QEL_EXCLUDES(m_csAgent);
 
-    void ShutDown() QEL_REQUIRES(m_csAgent);
+    // Wants no memory, and an adapter that throws while it is closed throws no further than its object.
+    void ShutDown() noexcept QEL_REQUIRES(m_csAgent);
 };

@@ -2,7 +2,6 @@
 #include "FcoeAgent/QelDebug.h"
 
 #include <cwchar>
-#include <iterator>
 
 #include <fcntl.h>
 #include <io.h>

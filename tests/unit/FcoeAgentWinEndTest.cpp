@@ -6,6 +6,7 @@
 
 #include "Common/Src/ProcessExit.h"
 #include "tests/unit/AgentFixture.h"
+#include "tests/unit/FailingMemory.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -24,6 +25,26 @@ TEST_F(FcoeAgentWinEnd, UninstallForgetsTheObjectsAndFreesTheLibrary) {
     EXPECT_EQ(0u, agent->Objects());
     EXPECT_EQ(0, core.frees) << "the core agent stays";
     EXPECT_TRUE(Logged("EXIT:  CQelFcoeAgentWin::Uninstall, bReturn=true"));
+}
+
+TEST_F(FcoeAgentWinEnd, UninstallAndDestructionNeedNoMemory) {
+    Start();
+    for (const bool destroyed : {false, true}) {
+        ASSERT_TRUE(agent->Initialize());
+        ASSERT_TRUE(agent->GetHBAObject(L"{A}"));
+        Forget();
+        fake.calls.reserve(8); // what they do is noted in the room that there is
+        BOOL result = FALSE;
+        {
+            const FailingMemory memory;
+            if (destroyed)
+                agent.reset();
+            else
+                result = agent->Uninstall(0);
+        }
+        EXPECT_EQ(!destroyed, result);
+        EXPECT_THAT(fake.calls, ElementsAre("CloseAdapter 7", "FreeLibrary"));
+    }
 }
 
 TEST_F(FcoeAgentWinEnd, UninstallWithoutAStartIsTrue) {

@@ -12,20 +12,7 @@
 
 namespace {
 
-bool BelongsTo(ULONG ulKind, const ORVAN_FC_PORT& entry) {
-    switch (entry.PortType) {
-    case CQelFcoePort::TYPE_PHYSICAL:
-    case CQelFcoePort::TYPE_PHYSICAL_UNNUMBERED:
-        return ulKind == CQelFcoeFabric::KIND_PHYSICAL;
-    case CQelFcoePort::TYPE_VIRTUAL:
-    case CQelFcoePort::TYPE_VIRTUAL_ADDRESSED:
-        return ulKind == CQelFcoeFabric::KIND_VIRTUAL;
-    default:
-        return false;
-    }
-}
-
-// Empty for a physical port that has no number.
+// Empty for a physical port whose word at offset 56 is 0, and for one of type 1.
 CQelString FabricName(ULONG ulKind, const ORVAN_FC_PORT& entry) {
     CQelString strName;
     if (ulKind == CQelFcoeFabric::KIND_VIRTUAL)
@@ -54,6 +41,19 @@ BOOL AppendChildren(const std::vector<std::shared_ptr<Object>>& vecObjects,
 
 } // namespace
 
+std::optional<ULONG> CQelFcoeFabric::KindOf(const ORVAN_FC_PORT& port) {
+    switch (port.PortType) {
+    case CQelFcoePort::TYPE_PHYSICAL:
+    case CQelFcoePort::TYPE_PHYSICAL_1:
+        return KIND_PHYSICAL;
+    case CQelFcoePort::TYPE_VIRTUAL:
+    case CQelFcoePort::TYPE_VIRTUAL_ADDRESSED:
+        return KIND_VIRTUAL;
+    default:
+        return std::nullopt;
+    }
+}
+
 CQelFcoeFabric::CQelFcoeFabric(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter,
                                const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind)
     : CQelFcoeBase(pLibrary, std::move(pNames), hAdapter) {
@@ -81,7 +81,7 @@ void CQelFcoeFabric::SetupFabric(const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind)
 
     auto pFabricPorts = std::make_shared<std::vector<std::shared_ptr<CQelFcoePort>>>();
     for (const ORVAN_FC_PORT& entry : ListEntries(pPorts)) {
-        if (!BelongsTo(ulKind, entry))
+        if (KindOf(entry) != ulKind)
             continue;
         // Entries that give no name leave their values, so the last of them shows when none names the fabric.
         if (pRecord->strName.empty()) {

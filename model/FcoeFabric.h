@@ -1,6 +1,8 @@
 // One fabric of an adapter: its physical ports, or its NPIV virtual ports.
 #pragma once
 
+#include <optional>
+
 #include "FcoeAgent/FcoeRecords.h"
 #include "model/FcoeBase.h"
 #include "model/FcoePort.h"
@@ -11,6 +13,9 @@ class CQelFcoeFabric : public CQelFcoeBase {
   public:
     static constexpr ULONG KIND_PHYSICAL = 0;
     static constexpr ULONG KIND_VIRTUAL = 1;
+
+    // The kind of the fabric that a port of the library's list belongs to; none for one of an unknown type.
+    [[nodiscard]] static std::optional<ULONG> KindOf(const ORVAN_FC_PORT& port);
 
     // pPorts: the adapter's whole port list, from which the fabric takes the ports of its kind; not kept.
     CQelFcoeFabric(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterNames> pNames, HBA_HANDLE hAdapter,

@@ -205,24 +205,21 @@ void CQelFcoeHBA::GetFabrics_HBA(std::vector<std::shared_ptr<CQelFcoeFabric>>& v
     const LONG lCount = CQelFcoePort::GetPortsList_HBA(m_pLibrary, hAdapter, *list.Put());
     if (lCount < 1 || !list)
         return;
-    std::shared_ptr<CQelFcoeFabric> pPhysical, pVirtual;
-    const auto Make = [&](ULONG ulKind) {
-        return std::make_shared<CQelFcoeFabric>(m_pLibrary, m_pNames, hAdapter, list.Get(), ulKind);
-    };
+    std::shared_ptr<CQelFcoeFabric> apFabrics[2]; // by their kind
+    // As many ports as were reported. A fabric takes its own from the list, by the list's count: after a read that
+    // failed in part that can be another one.
     for (const ORVAN_FC_PORT& port : std::span(list.Get()->entry, static_cast<std::size_t>(lCount))) {
-        // A physical port that is not numbered makes no fabric.
-        if (port.PortType == CQelFcoePort::TYPE_PHYSICAL && !pPhysical)
-            pPhysical = Make(CQelFcoeFabric::KIND_PHYSICAL);
-        else if ((port.PortType == CQelFcoePort::TYPE_VIRTUAL ||
-                  port.PortType == CQelFcoePort::TYPE_VIRTUAL_ADDRESSED) &&
-                 !pVirtual)
-            pVirtual = Make(CQelFcoeFabric::KIND_VIRTUAL);
-        if (pPhysical && pVirtual)
+        const auto kind = CQelFcoeFabric::KindOf(port);
+        // A port of type 1 belongs to the physical fabric, but makes none.
+        if (!kind || port.PortType == CQelFcoePort::TYPE_PHYSICAL_1 || apFabrics[*kind])
+            continue;
+        apFabrics[*kind] = std::make_shared<CQelFcoeFabric>(m_pLibrary, m_pNames, hAdapter, list.Get(), *kind);
+        if (apFabrics[0] && apFabrics[1])
             break;
     }
-    for (auto& pFabric : {pPhysical, pVirtual})
+    for (auto& pFabric : apFabrics)
         if (pFabric)
-            vecFabrics.push_back(pFabric);
+            vecFabrics.push_back(std::move(pFabric));
 }
 
 void CQelFcoeHBA::GetVLANs_HBA(std::vector<std::shared_ptr<CQelFcoeVLAN>>& vecVLANs) {

@@ -12,7 +12,7 @@ class CQelFcoePort : public CQelFcoeBase {
   public:
     // Values of ORVAN_FC_PORT::PortType.
     static constexpr ULONG TYPE_PHYSICAL = 0;
-    static constexpr ULONG TYPE_PHYSICAL_UNNUMBERED = 1;
+    static constexpr ULONG TYPE_PHYSICAL_1 = 1; // physical as well, but neither makes nor names a fabric
     static constexpr ULONG TYPE_VIRTUAL = 2;
     static constexpr ULONG TYPE_VIRTUAL_ADDRESSED = 3; // its targets also name its FC address
 

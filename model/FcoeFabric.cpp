@@ -1,11 +1,10 @@
 #include "model/FcoeFabric.h"
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelResource.h"
+#include "model/Children.h"
 #include "model/ListRead.h"
 #include "model/ResourceText.h"
 #include "model/WwnText.h"
@@ -20,23 +19,6 @@ CQelString FabricName(ULONG ulKind, const ORVAN_FC_PORT& entry) {
     else if (entry.Word56 != 0 && entry.PortType == CQelFcoePort::TYPE_PHYSICAL)
         strName.FormatString(ResourceText<IDS_QEL_FABRIC_FORMAT>(), entry.Number);
     return strName;
-}
-
-// Appends what each object of one level gives of the next; an object that fails gives nothing and makes the result
-// FALSE.
-template <class Object, class Child>
-BOOL AppendChildren(const std::vector<std::shared_ptr<Object>>& vecObjects,
-                    BOOL (Object::*pfnGet)(std::vector<std::shared_ptr<Child>>&) const,
-                    std::vector<std::shared_ptr<Child>>& vecOut) {
-    BOOL bResult = TRUE;
-    for (const auto& pObject : vecObjects) {
-        std::vector<std::shared_ptr<Child>> vecChildren;
-        if ((*pObject.*pfnGet)(vecChildren))
-            std::ranges::move(vecChildren, std::back_inserter(vecOut));
-        else
-            bResult = FALSE;
-    }
-    return bResult;
 }
 
 } // namespace
@@ -114,11 +96,12 @@ BOOL CQelFcoeFabric::GetTargets(std::vector<std::shared_ptr<CQelFcoeTarget>>& ve
     CQelTracedResult traced(L"CQelFcoeFabric::GetTargets", FALSE);
     std::vector<std::shared_ptr<CQelFcoePort>> vecPorts;
     return traced(AppendCached(CacheKey::FABRIC_PORTS, vecPorts) &&
-                  AppendChildren(vecPorts, &CQelFcoePort::GetTargets, vecTargets));
+                  AppendChildren<OfFailed::Nothing>(vecPorts, &CQelFcoePort::GetTargets, vecTargets));
 }
 
 BOOL CQelFcoeFabric::GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const {
     CQelTracedResult traced(L"CQelFcoeFabric::GetLUNs", FALSE);
     std::vector<std::shared_ptr<CQelFcoeTarget>> vecTargets;
-    return traced(GetTargets(vecTargets) && AppendChildren(vecTargets, &CQelFcoeTarget::GetLUNs, vecLUNs));
+    return traced(GetTargets(vecTargets) &&
+                  AppendChildren<OfFailed::Nothing>(vecTargets, &CQelFcoeTarget::GetLUNs, vecLUNs));
 }

@@ -7,6 +7,7 @@
 #include "Common/Src/Owner.h"
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelResource.h"
+#include "model/Children.h"
 #include "model/FcoeFabric.h"
 #include "model/FcoeLUN.h"
 #include "model/FcoePort.h"
@@ -133,21 +134,16 @@ BOOL CQelFcoeHBA::GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) {
 BOOL CQelFcoeHBA::GetPorts(std::vector<std::shared_ptr<CQelFcoePort>>& vecPorts) {
     CQelTracedResult traced(L"CQelFcoeHBA::GetPorts", FALSE);
     std::vector<std::shared_ptr<CQelFcoeFabric>> vecFabrics;
-    BOOL bDone = traced(GetFabrics(vecFabrics));
-    for (const auto& pFabric : vecFabrics)
-        if (!pFabric->GetPorts(vecPorts))
-            bDone = traced(FALSE);
-    return traced(bDone);
+    const BOOL bFabrics = traced(GetFabrics(vecFabrics));
+    return traced(AppendChildren<OfFailed::Everything>(vecFabrics, &CQelFcoeFabric::GetPorts, vecPorts) && bFabrics);
 }
 
 BOOL CQelFcoeHBA::GetTargets(std::vector<std::shared_ptr<CQelFcoeTarget>>& vecTargets) {
     CQelTracedResult traced(L"CQelFcoeHBA::GetTargets", FALSE);
     std::vector<std::shared_ptr<CQelFcoeFabric>> vecFabrics;
-    BOOL bDone = traced(GetFabrics(vecFabrics));
-    for (const auto& pFabric : vecFabrics)
-        if (!pFabric->GetTargets(vecTargets))
-            bDone = traced(FALSE);
-    return traced(bDone);
+    const BOOL bFabrics = traced(GetFabrics(vecFabrics));
+    return traced(AppendChildren<OfFailed::Everything>(vecFabrics, &CQelFcoeFabric::GetTargets, vecTargets) &&
+                  bFabrics);
 }
 
 void CQelFcoeHBA::GetHBA(QEL_FCOE_HBA& record) {
@@ -238,9 +234,7 @@ void CQelFcoeHBA::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs
     const CQelDebugScope trace(L"CQelFcoeHBA::GetLUNs_HBA");
     std::vector<std::shared_ptr<CQelFcoeFabric>> vecFabrics;
     GetFabrics(vecFabrics);
-    // What a failing fabric could still gather counts.
-    for (const auto& pFabric : vecFabrics)
-        pFabric->GetLUNs(vecLUNs);
+    AppendChildren<OfFailed::Everything>(vecFabrics, &CQelFcoeFabric::GetLUNs, vecLUNs);
 }
 
 BOOL CQelFcoeHBA::RefreshTargets() {

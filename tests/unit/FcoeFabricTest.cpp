@@ -1,6 +1,7 @@
 #include "model/FcoeFabric.h"
 
 #include "tests/kit/MovedClock.h"
+#include "tests/unit/FailingObject.h"
 #include "tests/unit/TreeTest.h"
 
 using testing::ElementsAre;
@@ -262,18 +263,6 @@ TEST_F(FabricLuns, AreThoseOfEachTargetInTurn) {
     EXPECT_TRUE(Traced("CQelFcoeFabric::GetLUNs", ", bReturn=true"));
     EXPECT_TRUE(Traced("CQelFcoeFabric::GetTargets", ", bReturn=true"));
 }
-
-// A port or target whose refresh failed: its cache has been told so through the base it shares with all objects.
-namespace {
-
-template <class Object> struct Failing : Object {
-    template <class Value> static void Break(Object& object, CQelCacheKey<Value> key) {
-        auto& cache = object.*(&Failing::m_cache);
-        cache.AddCache(key, 0, {[](void*, CacheSlot*) { return false; }});
-    }
-};
-
-} // namespace
 
 TEST_F(FabricTargets, OneFailingPortMakesItFalseAndTheOthersCount) {
     ports = {Entry(0, 1), Entry(0, 2)};

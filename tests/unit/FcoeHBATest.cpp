@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "tests/unit/FailingObject.h"
 #include "tests/unit/HBAFixture.h"
 
 using testing::ElementsAre;
@@ -260,6 +261,40 @@ TEST_F(FcoeHBA, LunsAreGatheredFromTheFabricsInTheirOrder) {
     EXPECT_EQ(10u, record.ulOsLun);
     EXPECT_TRUE(luns[2]->Get(record));
     EXPECT_EQ(20u, record.ulOsLun);
+}
+
+TEST_F(FcoeHBA, LunsOfAFabricThatFailsInPartCount) {
+    AddTarget(0, PHYSICAL, 3);
+    Make();
+    std::vector<std::shared_ptr<CQelFcoeTarget>> targets;
+    ASSERT_TRUE(hba->GetTargets(targets));
+    ASSERT_EQ(3u, targets.size());
+    Failing<CQelFcoeTarget>::Break(*targets[0], CacheKey::TARGET_LUNS);
+    std::vector<std::shared_ptr<CQelFcoeLUN>> luns;
+    EXPECT_TRUE(hba->GetLUNs(luns));
+    EXPECT_EQ(2u, luns.size());
+    EXPECT_TRUE(Logged("EXIT:  CQelFcoeFabric::GetLUNs, bReturn=false"));
+}
+
+TEST_F(FcoeHBA, TargetsOfAFabricThatFailsInPartCountAndItIsFalse) {
+    Make();
+    std::vector<std::shared_ptr<CQelFcoePort>> ports;
+    ASSERT_TRUE(hba->GetPorts(ports));
+    Failing<CQelFcoePort>::Break(*ports.at(0), CacheKey::PORT_TARGETS);
+    std::vector<std::shared_ptr<CQelFcoeTarget>> targets;
+    EXPECT_FALSE(hba->GetTargets(targets));
+    EXPECT_EQ(1u, targets.size());
+    EXPECT_TRUE(Logged("EXIT:  CQelFcoeHBA::GetTargets, bReturn=false"));
+}
+
+TEST_F(FcoeHBA, PortsOfAFabricThatFailsAreMissingAndItIsFalse) {
+    Make();
+    std::vector<std::shared_ptr<CQelFcoeFabric>> fabrics;
+    ASSERT_TRUE(hba->GetFabrics(fabrics));
+    Failing<CQelFcoeFabric>::Break(*fabrics.at(0), CacheKey::FABRIC_PORTS);
+    std::vector<std::shared_ptr<CQelFcoePort>> ports;
+    EXPECT_FALSE(hba->GetPorts(ports));
+    EXPECT_EQ(1u, ports.size());
 }
 
 TEST_F(FcoeHBA, LunsAreCachedForTenMilliseconds) {

@@ -15,6 +15,7 @@
 #include "model/FcoeVLAN.h"
 #include "model/LinkStatus.h"
 #include "model/ListRead.h"
+#include "model/PciSlot.h"
 #include "model/WwnText.h"
 
 namespace {
@@ -165,12 +166,11 @@ void CQelFcoeHBA::GetHBA(QEL_FCOE_HBA& record) {
     record.strSecondId = m_pNames->strSecondName;
     record.strAdapterName = GetAdapterName();
 
-    SLOT_INFO slot{};
+    PciSlot slot;
     GetPCISlotInfo(slot);
     CQelString strLocationFormat;
     strLocationFormat.LoadCommonResString(IDS_QEL_PCI_LOCATION_FORMAT);
-    record.strPciLocation.FormatString(strLocationFormat, slot.ulSlot >> 16 & 0xFF, slot.ulSlot >> 11 & 0x1F,
-                                       slot.ulSlot >> 8 & 7);
+    record.strPciLocation.FormatString(strLocationFormat, slot.Bus(), slot.Device(), slot.Function());
 
     record.strPortWWN = WwnText(portAttributes.PortWWN);
     record.strNodeWWN = WwnText(portAttributes.NodeWWN);

@@ -15,6 +15,7 @@ class CQelFcoeLUN;
 class CQelFcoePort;
 class CQelFcoeTarget;
 class CQelFcoeVLAN;
+struct PciSlot;
 
 // The root of an adapter's tree. Its name is the adapter's device identifier, a braced GUID.
 //
@@ -52,11 +53,6 @@ class CQelFcoeHBA : public CQelFcoeBase {
     void InvalidateCache();
 
   private:
-    struct SLOT_INFO {
-        ULONG ulSlot; // bits 16 to 23 PCI bus, 11 to 15 device, 8 to 10 function
-        ULONG ulReserved;
-    };
-
     // Opens the library's adapter handle anew, which replaces one that a driver reload made stale. Returns the handle;
     // 0 when the library refused.
     HBA_HANDLE Open();
@@ -73,7 +69,7 @@ class CQelFcoeHBA : public CQelFcoeBase {
     void GetVLANs_HBA(std::vector<std::shared_ptr<CQelFcoeVLAN>>& vecVLANs);
     void GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs);
 
-    void GetPCISlotInfo(SLOT_INFO& slot);
+    void GetPCISlotInfo(PciSlot& slot);
     // The resource of the FCoE link's text.
     UINT GetLinkStatus(HBA_PORTSTATE ulPortState) const;
 

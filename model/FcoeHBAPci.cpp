@@ -9,6 +9,7 @@
 #include "FcoeAgent/QelDebug.h"
 #include "FcoeAgent/QelRegKey.h"
 #include "model/FcoeHBA.h"
+#include "model/PciSlot.h"
 
 namespace {
 
@@ -39,6 +40,7 @@ CQelString NetCfgInstance(HDEVINFO hDevices, SP_DEVINFO_DATA& device) {
     return strInstance;
 }
 
+// Ends at the set's end, and when the set cannot be read: walking on would never end then.
 bool FindDevice(HDEVINFO hDevices, const CQelString& strGuid, SP_DEVINFO_DATA& device) {
     for (DWORD dwIndex = 0; SetupDiEnumDeviceInfo(hDevices, dwIndex, &device); ++dwIndex)
         if (NetCfgInstance(hDevices, device).CompareI(strGuid))
@@ -47,8 +49,8 @@ bool FindDevice(HDEVINFO hDevices, const CQelString& strGuid, SP_DEVINFO_DATA& d
 }
 
 bool ReadNumber(HDEVINFO hDevices, SP_DEVINFO_DATA& device, DWORD dwProperty, DWORD& dwValue) {
-    DWORD dwRead = 0, dwType = REG_NONE;
-    if (!SetupDiGetDeviceRegistryPropertyW(hDevices, &device, dwProperty, &dwType, reinterpret_cast<BYTE*>(&dwRead),
+    DWORD dwRead = 0;
+    if (!SetupDiGetDeviceRegistryPropertyW(hDevices, &device, dwProperty, nullptr, reinterpret_cast<BYTE*>(&dwRead),
                                            sizeof dwRead, nullptr))
         return false;
     dwValue = dwRead;
@@ -57,7 +59,7 @@ bool ReadNumber(HDEVINFO hDevices, SP_DEVINFO_DATA& device, DWORD dwProperty, DW
 
 } // namespace
 
-void CQelFcoeHBA::GetPCISlotInfo(SLOT_INFO& slot) {
+void CQelFcoeHBA::GetPCISlotInfo(PciSlot& slot) {
     const CQelDebugScope trace(L"CQelFcoeHBA::GetPCISlotInfo");
     slot = {};
     const HBA_HANDLE hAdapter = Open();
@@ -78,18 +80,16 @@ void CQelFcoeHBA::GetPCISlotInfo(SLOT_INFO& slot) {
         QEL_PRINT(L"CQelFcoeHBA::GetPCISlotInfo - Failed to get the bus number");
         return;
     }
-    dwBus &= 0xFF;
-    slot.ulSlot |= dwBus << 16;
-    QEL_PRINT(L"Bus number : %d", dwBus);
+    slot.SetBus(dwBus);
+    QEL_PRINT(L"Bus number : %d", slot.Bus());
 
     DWORD dwAddress = 0;
     if (!ReadNumber(devices.Get(), device, SPDRP_ADDRESS, dwAddress)) {
         QEL_PRINT(L"CQelFcoeHBA::GetPCISlotInfo - Failed to get the device number");
         return;
     }
-    const DWORD dwDevice = dwAddress >> 16 & 0x1F;
-    const DWORD dwFunction = dwAddress & 7;
-    slot.ulSlot |= dwDevice << 11 | dwFunction << 8;
-    QEL_PRINT(L"Device number : %d", dwDevice);
-    QEL_PRINT(L"Function number : %d", dwFunction);
+    slot.SetDevice(dwAddress >> 16);
+    slot.SetFunction(dwAddress);
+    QEL_PRINT(L"Device number : %d", slot.Device());
+    QEL_PRINT(L"Function number : %d", slot.Function());
 }

@@ -267,7 +267,8 @@ BOOL SetupDiGetDeviceRegistryPropertyW(HDEVINFO, SP_DEVINFO_DATA*, DWORD, DWORD*
     DWORD dwNumber = 0;
     if (!native::ReadDeviceNumber(dwNumber))
         return FALSE;
-    *pdwType = REG_DWORD;
+    if (pdwType)
+        *pdwType = REG_DWORD;
     FUZZ_CHECK(dwSize == sizeof dwNumber);
     std::memcpy(pbyBuffer, &dwNumber, sizeof dwNumber);
     return TRUE;

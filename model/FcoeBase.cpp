@@ -13,3 +13,8 @@ CQelFcoeBase::~CQelFcoeBase() {
     }
     m_ulOpened = 0;
 }
+
+HBA_HANDLE CQelFcoeBase::GetHandle() const {
+    const CQelLockGuard guard(m_csLock);
+    return m_hAdapter;
+}

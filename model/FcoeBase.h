@@ -39,11 +39,15 @@ class CQelFcoeBase {
     template <class Object>
     [[nodiscard]] bool AppendCached(CQelCacheKey<CQelObjectList<Object>> key, CQelObjectList<Object>& vecOut) const;
 
+    // The adapter's handle in the library. Only the object that opened it changes it.
+    [[nodiscard]] HBA_HANDLE GetHandle() const;
+
     mutable CQelLock m_csLock;
-    ULONG m_ulOpened; // 1 once an attempt to open the library handle has run
+    // 1 once an attempt to open the library handle has run; for the reader of a dump.
+    ULONG m_ulOpened QEL_GUARDED_BY(m_csLock);
     CHBAAPIInt* const m_pLibrary;
     const std::shared_ptr<const AdapterNames> m_pNames;
-    HBA_HANDLE m_hAdapter; // 0: not open
+    HBA_HANDLE m_hAdapter QEL_GUARDED_BY(m_csLock); // 0: not open
     CacheCollection m_cache;
 };
 

@@ -44,14 +44,14 @@ CQelFcoeFabric::CQelFcoeFabric(CHBAAPIInt* pLibrary, std::shared_ptr<const Adapt
         const CQelLockGuard guard(m_csLock);
         m_ulOpened = 1;
     }
-    SetupFabric(pPorts, ulKind);
+    SetupFabric(hAdapter, pPorts, ulKind);
 }
 
 CQelFcoeFabric::~CQelFcoeFabric() {
     const CQelDebugScope trace(L"CQelFcoeFabric::~CQelFcoeFabric");
 }
 
-void CQelFcoeFabric::SetupFabric(const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind) {
+void CQelFcoeFabric::SetupFabric(HBA_HANDLE hAdapter, const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind) {
     auto pRecord = std::make_shared<QEL_FCOE_FABRIC>();
     pRecord->strDeviceId = m_pNames->strName;
     pRecord->strSecondId = m_pNames->strSecondName;
@@ -76,7 +76,7 @@ void CQelFcoeFabric::SetupFabric(const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind)
             pRecord->ulNumber = entry.Number;
         }
         pFabricPorts->push_back(
-            std::make_shared<CQelFcoePort>(m_pLibrary, m_pNames, m_hAdapter, pRecord->strName, entry));
+            std::make_shared<CQelFcoePort>(m_pLibrary, m_pNames, hAdapter, pRecord->strName, entry));
     }
     m_cache.AddCache(CacheKey::FABRIC_PORTS, std::move(pFabricPorts));
     m_cache.AddCache(CacheKey::FABRIC_RECORD, std::move(pRecord));

@@ -30,7 +30,7 @@ class CQelFcoeFabric : public CQelFcoeBase {
     BOOL GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const;
 
   private:
-    void SetupFabric(const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind);
+    void SetupFabric(HBA_HANDLE hAdapter, const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind);
 
     CQelString m_strFabricText; // kept empty
 };

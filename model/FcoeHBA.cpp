@@ -84,11 +84,6 @@ HBA_HANDLE CQelFcoeHBA::Open() {
     return m_hAdapter;
 }
 
-HBA_HANDLE CQelFcoeHBA::GetHandle() const {
-    const CQelLockGuard guard(m_csLock);
-    return m_hAdapter;
-}
-
 CQelString CQelFcoeHBA::GetAdapterName() const {
     const CQelLockGuard guard(m_csLock);
     return m_strAdapterName;

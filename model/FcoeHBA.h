@@ -58,7 +58,6 @@ class CQelFcoeHBA : public CQelFcoeBase {
     HBA_HANDLE Open();
     // Closes the handle at the object's end. An exception of the library ends here, in the log.
     void Close() noexcept;
-    HBA_HANDLE GetHandle() const;
     CQelString GetAdapterName() const;
     // work(key, refresh routine) for each value that the adapter caches.
     template <class Work> void ForEachCachedValue(Work work);
@@ -77,5 +76,5 @@ class CQelFcoeHBA : public CQelFcoeBase {
                   std::vector<CQelString> vecArguments = {}) const;
     bool IsPhysicalPort(const CQelString& strWWPN);
 
-    CQelString m_strAdapterName; // the library's name of the adapter
+    CQelString m_strAdapterName QEL_GUARDED_BY(m_csLock); // the library's name of the adapter
 };

@@ -68,14 +68,14 @@ CQelFcoeLUN::CQelFcoeLUN(CHBAAPIInt* pLibrary, std::shared_ptr<const AdapterName
                          std::shared_ptr<const TargetPath> pPath, const HBA_FCPSCSIENTRY& entry)
     : CQelFcoeBase(pLibrary, std::move(pNames), hAdapter), m_pPath(std::move(pPath)) {
     const CQelDebugScope trace(L"CQelFcoeLUN::CQelFcoeLUN");
-    SetupLUN(entry);
+    SetupLUN(hAdapter, entry);
 }
 
 CQelFcoeLUN::~CQelFcoeLUN() {
     const CQelDebugScope trace(L"CQelFcoeLUN::~CQelFcoeLUN");
 }
 
-void CQelFcoeLUN::SetupLUN(const HBA_FCPSCSIENTRY& entry) {
+void CQelFcoeLUN::SetupLUN(HBA_HANDLE hAdapter, const HBA_FCPSCSIENTRY& entry) {
     auto pData = std::make_shared<LunData>();
     pData->ulOsLun = entry.ScsiId.ScsiOSLun;
     pData->ulScsiBus = entry.ScsiId.ScsiBusNumber;
@@ -83,13 +83,13 @@ void CQelFcoeLUN::SetupLUN(const HBA_FCPSCSIENTRY& entry) {
     pData->strOsDeviceName = DeviceName(entry.ScsiId.OSDeviceName);
     pData->strCapacity = ResourceText<IDS_QEL_UNKNOWN>();
     pData->strBlockSize = ResourceText<IDS_QEL_UNKNOWN>();
-    ReadCapacity(entry.FcpId, *pData);
+    ReadCapacity(hAdapter, entry.FcpId, *pData);
     m_cache.AddCache(CacheKey::LUN_RECORD, std::move(pData));
 }
 
-void CQelFcoeLUN::ReadCapacity(const HBA_FCPID& unit, LunData& data) const {
+void CQelFcoeLUN::ReadCapacity(HBA_HANDLE hAdapter, const HBA_FCPID& unit, LunData& data) const {
     CQelScsiBuffers buffers;
-    BOOL bRead = m_pLibrary->RetrieveLUNCapacityV2(m_hAdapter, m_pPath->initiatorPortWWN, unit.PortWWN, unit.FcpLun,
+    BOOL bRead = m_pLibrary->RetrieveLUNCapacityV2(hAdapter, m_pPath->initiatorPortWWN, unit.PortWWN, unit.FcpLun,
                                                    buffers.abyResponse, CQelScsiBuffers::SIZE, buffers.abySense,
                                                    CQelScsiBuffers::SIZE);
     if (!bRead)
@@ -100,7 +100,7 @@ void CQelFcoeLUN::ReadCapacity(const HBA_FCPID& unit, LunData& data) const {
     LONG nResult = util.FormatLUNDataV2(buffers.abyResponse, 0, dCapacity, llBlockSize);
     if (nResult == CDataUtil::CAPACITY16_NEEDED) {
         buffers.Clear();
-        bRead = m_pLibrary->RetrieveLUNCapacity16(m_hAdapter, unit.PortWWN, unit.FcpLun, buffers.abyResponse,
+        bRead = m_pLibrary->RetrieveLUNCapacity16(hAdapter, unit.PortWWN, unit.FcpLun, buffers.abyResponse,
                                                   CQelScsiBuffers::SIZE, buffers.abySense, CQelScsiBuffers::SIZE);
     }
     if (bRead)

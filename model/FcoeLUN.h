@@ -31,9 +31,9 @@ class CQelFcoeLUN : public CQelFcoeBase {
     static BOOL GetLUNSList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, HBA_FCPTARGETMAPPING*& pMapping);
 
   private:
-    void SetupLUN(const HBA_FCPSCSIENTRY& entry);
+    void SetupLUN(HBA_HANDLE hAdapter, const HBA_FCPSCSIENTRY& entry);
     // Writes the two sizes; both stay as they are when the unit does not answer.
-    void ReadCapacity(const HBA_FCPID& unit, LunData& data) const;
+    void ReadCapacity(HBA_HANDLE hAdapter, const HBA_FCPID& unit, LunData& data) const;
 
     const std::shared_ptr<const TargetPath> m_pPath;
 };

@@ -64,8 +64,9 @@ BOOL CQelFcoePort::GetTargets(std::vector<std::shared_ptr<CQelFcoeTarget>>& vecT
 
 BOOL CQelFcoePort::GetTargets_HBA(std::vector<std::shared_ptr<CQelFcoeTarget>>& vecTargets) const {
     CQelTracedResult traced(L"CQelFcoePort::GetTargets_HBA", TRUE);
+    const HBA_HANDLE hAdapter = GetHandle();
     CQelAllocation<ORVAN_TARGET_LIST> list;
-    if (!CQelFcoeTarget::GetTargetsList_HBA(m_pLibrary, m_hAdapter, *list.Put()) || ListEntries(list.Get()).empty())
+    if (!CQelFcoeTarget::GetTargetsList_HBA(m_pLibrary, hAdapter, *list.Put()) || ListEntries(list.Get()).empty())
         return traced(TRUE);
     QEL_FCOE_PORT port;
     if (!Get(port))
@@ -76,7 +77,7 @@ BOOL CQelFcoePort::GetTargets_HBA(std::vector<std::shared_ptr<CQelFcoeTarget>>& 
             (port.ulPortType == TYPE_VIRTUAL_ADDRESSED && entry.FcId != port.ulWordB) ||
             !HasText(entry.InitiatorPortWWN, port.strPortWWN))
             continue;
-        vecTargets.push_back(std::make_shared<CQelFcoeTarget>(m_pLibrary, m_pNames, m_hAdapter, pPath, entry));
+        vecTargets.push_back(std::make_shared<CQelFcoeTarget>(m_pLibrary, m_pNames, hAdapter, pPath, entry));
     }
     return traced(TRUE);
 }

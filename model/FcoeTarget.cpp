@@ -70,7 +70,7 @@ CQelFcoeTarget::CQelFcoeTarget(CHBAAPIInt* pLibrary, std::shared_ptr<const Adapt
     : CQelFcoeBase(pLibrary, std::move(pNames), hAdapter), m_pPath(std::move(pPath)) {
     const CQelDebugScope trace(L"CQelFcoeTarget::CQelFcoeTarget");
     SetupCache();
-    SetupTarget(entry);
+    SetupTarget(hAdapter, entry);
 }
 
 CQelFcoeTarget::~CQelFcoeTarget() {
@@ -82,12 +82,12 @@ void CQelFcoeTarget::SetupCache() {
     m_cache.AddCache(CacheKey::TARGET_LUNS, CachePeriod::LIST, Refresh<&CQelFcoeTarget::GetLUNs_HBA>());
 }
 
-void CQelFcoeTarget::SetupTarget(const ORVAN_TARGET_ENTRY& entry) {
+void CQelFcoeTarget::SetupTarget(HBA_HANDLE hAdapter, const ORVAN_TARGET_ENTRY& entry) {
     auto pData = std::make_shared<TargetData>(TargetData{entry, {}, {}});
     CQelScsiBuffers buffers;
-    if (Inquire(*m_pLibrary, m_hAdapter, entry.PortWWN, VPD, UNIT_SERIAL_NUMBER_PAGE, buffers))
+    if (Inquire(*m_pLibrary, hAdapter, entry.PortWWN, VPD, UNIT_SERIAL_NUMBER_PAGE, buffers))
         pData->strSerial = SerialNumber(buffers);
-    if (Inquire(*m_pLibrary, m_hAdapter, entry.PortWWN, 0, STANDARD_PAGE, buffers))
+    if (Inquire(*m_pLibrary, hAdapter, entry.PortWWN, 0, STANDARD_PAGE, buffers))
         pData->strVendor = Vendor(buffers);
     m_cache.AddCache(CacheKey::TARGET_RECORD, std::move(pData));
 }
@@ -128,8 +128,9 @@ BOOL CQelFcoeTarget::GetLUNs_Cache(std::vector<std::shared_ptr<CQelFcoeLUN>>& ve
 
 BOOL CQelFcoeTarget::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const {
     CQelTracedResult traced(L"CQelFcoeTarget::GetLUNs_HBA", TRUE);
+    const HBA_HANDLE hAdapter = GetHandle();
     CQelAllocation<HBA_FCPTARGETMAPPING> mapping;
-    if (!CQelFcoeLUN::GetLUNSList_HBA(m_pLibrary, m_hAdapter, *mapping.Put())) {
+    if (!CQelFcoeLUN::GetLUNSList_HBA(m_pLibrary, hAdapter, *mapping.Put())) {
         QEL_PRINT(L"Unable to retrieve the LUNs List");
         return traced(TRUE);
     }
@@ -145,8 +146,7 @@ BOOL CQelFcoeTarget::GetLUNs_HBA(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecL
             entry.FcpId.FcId != target.ulFcId || !HasTextIgnoringCase(entry.FcpId.PortWWN, target.strPortWWN))
             continue;
         // A LUN is allocated by itself, unlike the other objects of the tree.
-        vecLUNs.push_back(
-            std::shared_ptr<CQelFcoeLUN>(new CQelFcoeLUN(m_pLibrary, m_pNames, m_hAdapter, pPath, entry)));
+        vecLUNs.push_back(std::shared_ptr<CQelFcoeLUN>(new CQelFcoeLUN(m_pLibrary, m_pNames, hAdapter, pPath, entry)));
     }
     return traced(TRUE);
 }

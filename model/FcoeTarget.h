@@ -37,7 +37,7 @@ class CQelFcoeTarget : public CQelFcoeBase {
     static BOOL GetTargetsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_TARGET_LIST*& pList);
 
   private:
-    void SetupTarget(const ORVAN_TARGET_ENTRY& entry);
+    void SetupTarget(HBA_HANDLE hAdapter, const ORVAN_TARGET_ENTRY& entry);
 
     const std::shared_ptr<const PortPath> m_pPath;
 };

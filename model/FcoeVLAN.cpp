@@ -67,7 +67,7 @@ BOOL CQelFcoeVLAN::Get(QEL_FCOE_VLAN& vlan) const {
 
 void CQelFcoeVLAN::GetVLAN_HBA(QEL_FCOE_VLAN& vlan) {
     CQelAllocation<ORVAN_VLAN_LIST> list;
-    if (GetVlansList_HBA(m_pLibrary, m_hAdapter, *list.Put()) == 0)
+    if (GetVlansList_HBA(m_pLibrary, GetHandle(), *list.Put()) == 0)
         return;
     const auto entries = ListEntries(list.Get());
     const auto it = std::ranges::find(entries, m_usVlanId, [](ULONG ulEntry) { return LOWORD(ulEntry); });

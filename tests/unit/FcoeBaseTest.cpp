@@ -36,9 +36,9 @@ class Object : public CQelFcoeBase {
 
     using CQelFcoeBase::AppendCached;
     using CQelFcoeBase::CopyCached;
+    using CQelFcoeBase::GetHandle;
     using CQelFcoeBase::m_cache;
     using CQelFcoeBase::m_csLock;
-    using CQelFcoeBase::m_hAdapter;
     using CQelFcoeBase::m_pLibrary;
     using CQelFcoeBase::m_pNames;
     using CQelFcoeBase::m_ulOpened;
@@ -60,7 +60,8 @@ TEST(FcoeBase, KeepsWhatItIsMadeWith) {
     Object object(library);
     EXPECT_EQ(library, object.m_pLibrary);
     EXPECT_EQ(NAMES, object.m_pNames) << "shared";
-    EXPECT_EQ(7u, object.m_hAdapter);
+    EXPECT_EQ(7u, object.GetHandle());
+    const CQelLockGuard guard(object.m_csLock);
     EXPECT_EQ(0u, object.m_ulOpened);
     EXPECT_EQ(&NAMES->strName, &object.m_cache.GetName());
     EXPECT_FALSE(std::is_polymorphic_v<CQelFcoeBase>);

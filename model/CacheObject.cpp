@@ -26,7 +26,8 @@ bool CacheObject::Get(std::shared_ptr<void>& pOut) {
         }
         if (!bResult)
             return false;
-        // A value that was valid is not marked again: that could undo another thread's invalidation.
+        // One that was valid is not marked again, so that an invalidation by another thread during the refresh stands.
+        // During the refresh of one that was not, it is lost.
         if (!bValid)
             m_bValid.store(true, std::memory_order_release);
     }

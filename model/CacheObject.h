@@ -12,8 +12,10 @@ using CacheSlot = std::atomic<std::shared_ptr<void>>;
 // Fills the slot for the owner; false when that failed. What a failed routine left in the slot stays there.
 using CacheRefresh = bool (*)(void* pOwner, CacheSlot* pSlot);
 
-// There is no lock: threads that meet an aged value may both refresh it, and an invalidation that falls into a refresh
-// may be lost. Either costs a repeated library call or a value that is one period old, never a torn one.
+// There is no lock, so that no reader waits for another's library calls. Threads that meet an aged value may both
+// refresh it; the one that is done last wins, also with what it read first. An invalidation that falls into a refresh
+// may be lost. So a value may be as old as a refresh takes and a period more, and one that a routine could not read,
+// because another thread was reopening the adapter, is handed out as empty for a period. None is ever torn.
 class CacheObject final {
   public:
     // A refreshing value, empty at first. ulTimeout in milliseconds; 0: once filled it is kept until invalidated.

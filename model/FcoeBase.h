@@ -17,7 +17,9 @@
 // Embedded as the first part of every object of the tree; not polymorphic.
 //
 // Threading: an object may be used by several threads. What an object changes after its construction is written and
-// read under its lock; the cached values need none.
+// read under its lock; the cached values need none. Errors of the whole tree: what the vendor library refuses is
+// logged, and each class says what becomes of it; what the library or memory exhaustion throws passes through. A reader
+// that was left so is asked again by the next call.
 class CQelFcoeBase {
   public:
     CQelFcoeBase(const CQelFcoeBase&) = delete;

@@ -8,7 +8,7 @@
 #include "model/FcoePort.h"
 
 // Complete once it is constructed; a fresh view needs a new object.
-// Threading: any thread. Errors: only memory exhaustion is thrown.
+// Threading: any thread.
 class CQelFcoeFabric : public CQelFcoeBase {
   public:
     static constexpr ULONG KIND_PHYSICAL = 0;
@@ -32,5 +32,5 @@ class CQelFcoeFabric : public CQelFcoeBase {
   private:
     void SetupFabric(HBA_HANDLE hAdapter, const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind);
 
-    CQelString m_strFabricText; // kept empty
+    CQelString m_strFabricText; // always empty
 };

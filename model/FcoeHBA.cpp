@@ -74,7 +74,7 @@ HBA_HANDLE CQelFcoeHBA::Open() {
     strDevice.FormatString(L"\\DEVICE\\%s", m_pNames->strName.c_str());
     wchar_t szAdapterName[CHBAAPIInt::NAME_SIZE] = {};
     HBA_HANDLE hAdapter = 0;
-    // A device name too long for the library's buffers is no adapter of its.
+    // The library has no adapter whose device name is too long for its buffers.
     if (strDevice.size() < CHBAAPIInt::NAME_SIZE && m_pLibrary->InitHBAAPIMod(strDevice, TRUE, szAdapterName) &&
         m_pLibrary->GetAdapterHandle(szAdapterName, hAdapter)) {
         m_hAdapter = hAdapter; // first: from here on the handle has an owner

@@ -20,14 +20,16 @@ struct PciSlot;
 // The root of an adapter's tree. Its name is the adapter's device identifier, a braced GUID.
 //
 // Public readers answer from the cache; the ..._HBA readers ask the library and fill it. Lists are appended to, never
-// cleared. Failures are logged and end in FALSE or an empty list; only memory exhaustion is thrown.
-// Threading: any operation may be called from any thread.
+// cleared. What the library refuses gives TRUE with an empty record or list, or with what could be read.
+// Threading: any operation may be called from any thread. Each reader that asks the library reopens the adapter's
+// handle first, under which another thread may be reading: what the library then refuses that thread is missing in its
+// answer.
 class CQelFcoeHBA : public CQelFcoeBase {
   public:
     CQelFcoeHBA(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName);
     ~CQelFcoeHBA();
 
-    // The adapter's record; untouched when FALSE.
+    // The adapter's record; untouched when FALSE, empty when the library refused.
     BOOL Get(QEL_FCOE_HBA& record);
     BOOL GetFabrics(std::vector<std::shared_ptr<CQelFcoeFabric>>& vecFabrics);
     BOOL GetVLANs(std::vector<std::shared_ptr<CQelFcoeVLAN>>& vecVLANs);
@@ -74,7 +76,8 @@ class CQelFcoeHBA : public CQelFcoeBase {
 
     void AddError(std::vector<QEL_ERROR_ENTRY>& vecErrors, ULONG ulNumber,
                   std::vector<CQelString> vecArguments = {}) const;
-    bool IsPhysicalPort(const CQelString& strWWPN);
+    // Whether the adapter's first port of that name has port type 0.
+    bool IsPortOfTypeZero(const CQelString& strWWPN);
 
     CQelString m_strAdapterName QEL_GUARDED_BY(m_csLock); // the library's name of the adapter
 };

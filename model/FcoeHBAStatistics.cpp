@@ -5,7 +5,7 @@
 
 namespace {
 
-struct COUNTER {
+struct ShownCounter {
     UINT uLabel;
     LONG64 (*pfnValue)(const HBA_PORTSTATISTICS&);
 };
@@ -27,7 +27,7 @@ LONG64 Nothing(const HBA_PORTSTATISTICS&) {
 using S = HBA_PORTSTATISTICS;
 
 // The order is the one that hosts show; the last five do not follow the library's record.
-constexpr COUNTER COUNTERS[] = {
+constexpr ShownCounter COUNTERS[] = {
     {IDS_QEL_STAT_TX_FRAMES, Counter<&S::TxFrames>},
     {IDS_QEL_STAT_TX_WORDS, Counter<&S::TxWords>},
     {IDS_QEL_STAT_TX_KILOBYTES, Kilobytes<&S::TxWords>},
@@ -54,7 +54,7 @@ BOOL CQelFcoeHBA::GetStatistics(std::vector<QEL_FCOE_STATISTIC>& vecStatistics) 
     HBA_PORTSTATISTICS statistics{};
     if (!m_pLibrary->GetPortStatistics(hAdapter, statistics))
         return traced(TRUE);
-    for (const COUNTER& counter : COUNTERS) {
+    for (const ShownCounter& counter : COUNTERS) {
         QEL_FCOE_STATISTIC entry;
         entry.strDeviceId = m_pNames->strName;
         entry.strSecondId = m_pNames->strSecondName;

@@ -80,7 +80,7 @@ BOOL CQelFcoeHBA::DeleteVPort(const CQelString& strWWPN, std::vector<QEL_ERROR_E
     ORVAN_FC_PORT request = PortRequest(*wwpn);
     const BOOL bDeleted = m_pLibrary->RemoveVport(GetHandle(), request);
     if (!bDeleted) {
-        if (IsPhysicalPort(strWWPN))
+        if (IsPortOfTypeZero(strWWPN))
             AddError(vecErrors, ERROR_PORT_IS_PHYSICAL);
         else
             AddError(vecErrors, ERROR_NOT_DELETED, {strWWPN});
@@ -99,8 +99,7 @@ BOOL CQelFcoeHBA::GenerateVPortWWPN(CQelString& strWWPN) {
     return traced(bGenerated);
 }
 
-// Whether the adapter's first port of that name has port type 0.
-bool CQelFcoeHBA::IsPhysicalPort(const CQelString& strWWPN) {
+bool CQelFcoeHBA::IsPortOfTypeZero(const CQelString& strWWPN) {
     std::vector<std::shared_ptr<CQelFcoePort>> vecPorts;
     GetPorts(vecPorts);
     for (const auto& pPort : vecPorts) {

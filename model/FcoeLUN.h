@@ -15,8 +15,7 @@ struct LunData {
 };
 
 // Its record is read once, at construction: new readings need new objects.
-// Threading: any thread. Errors: a unit that does not answer has a record with unknown capacity; only memory exhaustion
-// is thrown.
+// Threading: any thread. A unit that does not answer has a record with unknown capacity.
 class CQelFcoeLUN : public CQelFcoeBase {
   public:
     // Sends READ CAPACITY from the initiator port to the unit that the entry describes.
@@ -32,7 +31,7 @@ class CQelFcoeLUN : public CQelFcoeBase {
 
   private:
     void SetupLUN(HBA_HANDLE hAdapter, const HBA_FCPSCSIENTRY& entry);
-    // Writes the two sizes; both stay as they are when the unit does not answer.
+    // Writes the texts of the two sizes. They stay as they are when the unit does not answer.
     void ReadCapacity(HBA_HANDLE hAdapter, const HBA_FCPID& unit, LunData& data) const;
 
     const std::shared_ptr<const TargetPath> m_pPath;

@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr int NO_PORT_TYPE = 0xFF; // of an entry that belongs to no fabric
+// Of an entry that the library left as it was. It has this for a port type, too, and so belongs to no fabric.
+constexpr int UNFILLED = 0xFF;
 
 } // namespace
 
@@ -94,13 +95,13 @@ LONG CQelFcoePort::GetPortsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, O
         pList = static_cast<ORVAN_FC_PORT_LIST*>(std::malloc(ullSize));
     if (!pList)
         return traced(lCount);
-    // What the library does not fill in is not to pass for ports: the list is handed out even when the read fails.
-    std::memset(pList->entry, NO_PORT_TYPE, ulCapacity * sizeof(ORVAN_FC_PORT));
+    // The list is handed out even when the read fails: entries that the library leaves out must not look like ports.
+    std::memset(pList->entry, UNFILLED, ulCapacity * sizeof(ORVAN_FC_PORT));
     pList->NumberOfEntries = ulCapacity;
     ULONG ulCount = 0;
     if (pLibrary->GetPorts(hAdapter, pList, ulCount))
         lCount = static_cast<LONG>(std::min(ulCount, ulCapacity));
-    // Ports may have been added since they were counted; nobody is to look for them in this buffer.
+    // Ports that were added since the count have no room in this buffer, though the library may count them.
     pList->NumberOfEntries = std::min<ULONG>(pList->NumberOfEntries, ulCapacity);
     return traced(lCount);
 }

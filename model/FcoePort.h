@@ -6,8 +6,8 @@
 #include "model/FcoeTarget.h"
 
 // Its record is fixed at construction; its targets are read again whenever the list has aged.
-// Threading: any thread, once it is constructed. Errors: library failures are logged and leave lists empty; only memory
-// exhaustion is thrown.
+// Threading: any thread, once it is constructed; SetupCache and SetupPort only while no other thread uses the object.
+// What the library refuses leaves the list empty.
 class CQelFcoePort : public CQelFcoeBase {
   public:
     // Values of ORVAN_FC_PORT::PortType.

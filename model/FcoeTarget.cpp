@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <utility>
 
 #include "FcoeAgent/QelDebug.h"
@@ -26,7 +25,7 @@ constexpr CQelListKind<ORVAN_TARGET_LIST> TARGET_LIST = {
     .pszNoMemoryForOne = L"Memory Allocation failed - m_pTargetList",
 };
 
-constexpr HBA_UINT8 VPD = 1;
+constexpr HBA_UINT8 EVPD = 1;
 constexpr HBA_UINT32 UNIT_SERIAL_NUMBER_PAGE = 0x80;
 constexpr HBA_UINT32 STANDARD_PAGE = 0;
 
@@ -55,11 +54,11 @@ CQelString SerialNumber(const CQelScsiBuffers& buffers) {
     return strSerial;
 }
 
+// Bytes as characters, whatever the code page: what the wide "%c%c%c%c%c%c%c%c" makes of them.
 CQelString Vendor(const CQelScsiBuffers& buffers) {
-    const HBA_UINT8* pby = buffers.abyResponse + 8;
+    const HBA_UINT8* pbyVendor = buffers.abyResponse + 8;
     CQelString strVendor;
-    strVendor.assign(pby,
-                     pby + 8); // as the wide "%c%c%c%c%c%c%c%c" has it: bytes as characters, whatever the code page
+    strVendor.assign(pbyVendor, pbyVendor + 8);
     return strVendor;
 }
 
@@ -85,7 +84,7 @@ void CQelFcoeTarget::SetupCache() {
 void CQelFcoeTarget::SetupTarget(HBA_HANDLE hAdapter, const ORVAN_TARGET_ENTRY& entry) {
     auto pData = std::make_shared<TargetData>(TargetData{entry, {}, {}});
     CQelScsiBuffers buffers;
-    if (Inquire(*m_pLibrary, hAdapter, entry.PortWWN, VPD, UNIT_SERIAL_NUMBER_PAGE, buffers))
+    if (Inquire(*m_pLibrary, hAdapter, entry.PortWWN, EVPD, UNIT_SERIAL_NUMBER_PAGE, buffers))
         pData->strSerial = SerialNumber(buffers);
     if (Inquire(*m_pLibrary, hAdapter, entry.PortWWN, 0, STANDARD_PAGE, buffers))
         pData->strVendor = Vendor(buffers);

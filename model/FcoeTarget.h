@@ -14,8 +14,8 @@ struct TargetData {
 
 // Its record, vendor and serial number included, is read once, at construction; its logical units are read again
 // whenever the list has aged.
-// Threading: any thread, once it is constructed. Errors: library failures are logged and leave texts or lists empty;
-// only memory exhaustion is thrown.
+// Threading: any thread, once it is constructed; SetupCache only while no other thread uses the object. What the
+// library refuses leaves texts and lists empty.
 class CQelFcoeTarget : public CQelFcoeBase {
   public:
     // Sends two INQUIRY commands to the target's LUN 0. The entry is not kept.

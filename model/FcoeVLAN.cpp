@@ -14,7 +14,7 @@ constexpr ULONG STATE_ACTIVE = 1;
 
 constexpr CQelListKind<ORVAN_VLAN_LIST> VLAN_LIST = {
     .pfnRead = &CHBAAPIInt::GetVLANList,
-    .ullEntrySize = 8, // twice what an entry takes: the library expects buffers of this size
+    .ullEntrySize = 8, // more than an entry takes: buffers have always had this size
     .bEmptyList = false,
     .pszProbeFailed = L"GetVLANList() failed Input No of vlans = %d, dwNoOfVlans = %d",
     .pszNoMemoryForAll = L"Memory Allocation failed - pVlanList.",

@@ -4,8 +4,8 @@
 #include "FcoeAgent/FcoeRecords.h"
 #include "model/FcoeBase.h"
 
-// Threading: any thread, once it is constructed; SetupCache only while no other thread uses the object.
-// Errors: library failures are logged; only memory exhaustion is thrown.
+// Threading: any thread, once it is constructed. SetupCache, and the first Get after it, which registers the record
+// anew, only while no other thread uses the object.
 class CQelFcoeVLAN : public CQelFcoeBase {
   public:
     // ulEntry: as in the library's list, identifier in the low 16 bits, state word in the high 16 bits.
@@ -17,7 +17,8 @@ class CQelFcoeVLAN : public CQelFcoeBase {
     void SetupCache();
 
     BOOL Get(QEL_FCOE_VLAN& vlan) const;
-    // The reader behind the registered record; the record stays as it is when the adapter has lost the VLAN.
+    // The reader behind the registered record. When the adapter has lost the VLAN or could not be asked, vlan stays as
+    // it is; the record that is registered then reads empty until it has aged and the VLAN is back.
     void GetVLAN_HBA(QEL_FCOE_VLAN& vlan);
 
     // The adapter's VLANs. Returns their number as last known, and not whether there is a list: test both. The caller

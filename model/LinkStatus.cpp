@@ -20,7 +20,7 @@ UINT PortSpeedResource(HBA_PORTSPEED ulSpeed) {
 }
 
 UINT LinkStatusResource(const QEL_RESULT& result, bool bQueryDone, ULONG ulLinkStatus) {
-    // By DCB_FCOE_LINK_STATUS, the DCB client's; 1, 2, 5 and 6 come from other sources.
+    // By the link status, a DCB_FCOE_LINK_STATUS; 1, 2, 5 and 6 come from other sources than this module's client.
     static constexpr UINT RESOURCES[] = {
         IDS_QEL_LINK_UP,
         IDS_QEL_LINK_REASON_1_OR_2,

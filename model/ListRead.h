@@ -72,7 +72,7 @@ void ReadWholeList(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, const CQelListKind
         QEL_PRINT(kind.pszRetryFailed, list.Get()->NumberOfEntries, result.ulCount);
         return;
     }
-    // More entries than there was room for may exist by now; nobody is to look for them in this buffer.
+    // Entries that were added since the probe have no room in this buffer, though the library may count them.
     list.Get()->NumberOfEntries = std::min<ULONG>(list.Get()->NumberOfEntries, ulCapacity);
     result.ulCount = list.Get()->NumberOfEntries;
     result.list = std::move(list);

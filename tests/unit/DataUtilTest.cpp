@@ -37,7 +37,7 @@ constexpr BYTE TEN[12] = {0, 0, 0x10, 0, 0, 0, 0x02, 0, 0, 0, 0, 0};
 TEST_F(DeriveCorrectBufSz, ReadsBigEndianUpToTheLastIndex) {
     const BYTE buffer[] = {0x01, 0x02, 0x03, 0x04, 0x05};
     EXPECT_TRUE(util.DeriveCorrectBufSz(buffer, value, 4, 3));
-    EXPECT_EQ(value, 0x030405u);
+    EXPECT_EQ(0x030405u, value);
     EXPECT_TRUE(log.Has("ENTRY:  CDataUtil::DeriveCorrectBufSz"));
     EXPECT_TRUE(log.Has("EXIT:  CDataUtil::DeriveCorrectBufSz, bReturn=true"));
 }
@@ -51,20 +51,20 @@ TEST_F(DeriveCorrectBufSz, LogsTheRunningResult) {
 TEST_F(DeriveCorrectBufSz, ReadsAllSixtyFourBits) {
     const BYTE buffer[] = {0xFE, 0xDC, 0xBA, 0x98, 0x76, 0x54, 0x32, 0x10};
     EXPECT_TRUE(util.DeriveCorrectBufSz(buffer, value, 7, 8));
-    EXPECT_EQ(value, 0xFEDCBA9876543210u);
+    EXPECT_EQ(0xFEDCBA9876543210u, value);
     EXPECT_TRUE(log.Has("dwBuf = -81985529216486896"));
 }
 
 TEST_F(DeriveCorrectBufSz, ShiftsModuloSixtyFour) {
     const BYTE buffer[] = {0x05, 0, 0, 0, 0, 0, 0, 0, 0x01};
     EXPECT_TRUE(util.DeriveCorrectBufSz(buffer, value, 8, 9));
-    EXPECT_EQ(value, 6u) << "the ninth byte is added where the first one is";
+    EXPECT_EQ(6u, value) << "the ninth byte is added where the first one is";
 }
 
 TEST_F(DeriveCorrectBufSz, RefusesLastIndexZero) {
     const BYTE buffer[] = {9};
     EXPECT_FALSE(util.DeriveCorrectBufSz(buffer, value, 0, 1));
-    EXPECT_EQ(value, 77u);
+    EXPECT_EQ(77u, value);
     EXPECT_THAT(log.Messages(), ElementsAre("CDataUtil::DeriveCorrectBufSz()"));
     EXPECT_TRUE(log.Has("EXIT:  CDataUtil::DeriveCorrectBufSz, bReturn=false"));
 }
@@ -74,7 +74,7 @@ TEST_F(DeriveCorrectBufSz, RefusesNegativeIndexAndEmptyFields) {
     EXPECT_FALSE(util.DeriveCorrectBufSz(buffer, value, -1, 1));
     EXPECT_FALSE(util.DeriveCorrectBufSz(buffer, value, 1, 0));
     EXPECT_FALSE(util.DeriveCorrectBufSz(buffer, value, 1, -3));
-    EXPECT_EQ(log.Count("CDataUtil::DeriveCorrectBufSz()"), 3);
+    EXPECT_EQ(3, log.Count("CDataUtil::DeriveCorrectBufSz()"));
 }
 
 TEST_F(DeriveCorrectBufSz, RefusesAFieldThatBeginsBeforeTheBuffer) {
@@ -94,7 +94,7 @@ TEST_F(DeriveCorrectBufSz, NullBufferFailsWithItsMessage) {
 TEST_F(DeriveCorrectBufSzV2, AcceptsFirstIndexZero) {
     const BYTE buffer[] = {0x12, 0x34, 0x56};
     EXPECT_TRUE(util.DeriveCorrectBufSzV2(buffer, value, 0, 2));
-    EXPECT_EQ(value, 0x1234u);
+    EXPECT_EQ(0x1234u, value);
     EXPECT_TRUE(log.Messages().empty()) << "this reader does not log its steps";
     EXPECT_TRUE(log.Has("EXIT:  CDataUtil::DeriveCorrectBufSzV2, bReturn=true"));
 }
@@ -102,14 +102,14 @@ TEST_F(DeriveCorrectBufSzV2, AcceptsFirstIndexZero) {
 TEST_F(DeriveCorrectBufSzV2, MoreThanEightBytesKeepTheLastEight) {
     const BYTE buffer[] = {0xFF, 1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_TRUE(util.DeriveCorrectBufSzV2(buffer, value, 0, 9));
-    EXPECT_EQ(value, 0x0102030405060708u);
+    EXPECT_EQ(0x0102030405060708u, value);
 }
 
 TEST_F(DeriveCorrectBufSzV2, RefusesNegativeIndexAndEmptyFieldsInTheNameOfTheFirstReader) {
     const BYTE buffer[] = {1, 2};
     EXPECT_FALSE(util.DeriveCorrectBufSzV2(buffer, value, -1, 1));
     EXPECT_FALSE(util.DeriveCorrectBufSzV2(buffer, value, 0, 0));
-    EXPECT_EQ(value, 77u);
+    EXPECT_EQ(77u, value);
     EXPECT_THAT(log.Messages(), ElementsAre("CDataUtil::DeriveCorrectBufSz()", "CDataUtil::DeriveCorrectBufSz()"));
 }
 
@@ -122,9 +122,9 @@ TEST_F(DeriveCorrectBufSzV2, NullBufferFailsWithTheSameMessage) {
 // --- Responses
 
 TEST_F(FormatLunData, TenByteResponse) {
-    EXPECT_EQ(util.FormatLUNData(TEN, 0, capacity, blockSize), 0);
-    EXPECT_EQ(capacity, 2097152.0) << "the last address times the block size, without one more block";
-    EXPECT_EQ(blockSize, 512);
+    EXPECT_EQ(0, util.FormatLUNData(TEN, 0, capacity, blockSize));
+    EXPECT_EQ(2097152.0, capacity) << "the last address times the block size, without one more block";
+    EXPECT_EQ(512, blockSize);
     EXPECT_TRUE(log.Has("ENTRY:  CDataUtil::FormatLUNData"));
     EXPECT_TRUE(log.Has("EXIT:  CDataUtil::FormatLUNData, nReturn=0"));
 }
@@ -140,9 +140,9 @@ TEST_F(FormatLunData, TenByteMessages) {
 
 TEST_F(FormatLunData, SixteenByteMessages) {
     const BYTE buffer[12] = {0, 0, 0, 0, 0, 0, 0, 3, 0, 0, 2, 8};
-    EXPECT_EQ(util.FormatLUNData(buffer, 1, capacity, blockSize), 0);
-    EXPECT_EQ(capacity, 3.0 * 520);
-    EXPECT_EQ(blockSize, 520);
+    EXPECT_EQ(0, util.FormatLUNData(buffer, 1, capacity, blockSize));
+    EXPECT_EQ(3.0 * 520, capacity);
+    EXPECT_EQ(520, blockSize);
     auto messages = log.Messages();
     std::erase_if(messages, [](const std::string& message) { return message.starts_with("dwBuf"); });
     EXPECT_THAT(messages, ElementsAre("DeriveCorrectBufSz LBA nRspBufMSB = 3, NoOfIterations = 4", "dwLUNBuf = 0",
@@ -153,51 +153,51 @@ TEST_F(FormatLunData, SixteenByteMessages) {
 
 TEST_F(FormatLunData, SaturatedTenByteAddressAsksForTheSixteenByteCommand) {
     const BYTE buffer[12] = {0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 2, 0};
-    EXPECT_EQ(util.FormatLUNData(buffer, 0, capacity, blockSize), 2);
-    EXPECT_EQ(capacity, 0.0);
-    EXPECT_EQ(blockSize, 0);
+    EXPECT_EQ(2, util.FormatLUNData(buffer, 0, capacity, blockSize));
+    EXPECT_EQ(0.0, capacity);
+    EXPECT_EQ(0, blockSize);
     EXPECT_TRUE(log.Has("dwLUNBuf = FFFFFFFF"));
     EXPECT_TRUE(log.Has("EXIT:  CDataUtil::FormatLUNData, nReturn=2"));
 }
 
 TEST_F(FormatLunData, OneLessThanSaturatedIsAnAddress) {
     const BYTE buffer[12] = {0xFF, 0xFF, 0xFF, 0xFE, 0, 0, 2, 0};
-    EXPECT_EQ(util.FormatLUNData(buffer, 0, capacity, blockSize), 0);
-    EXPECT_EQ(capacity, 4294967294.0 * 512);
+    EXPECT_EQ(0, util.FormatLUNData(buffer, 0, capacity, blockSize));
+    EXPECT_EQ(4294967294.0 * 512, capacity);
 }
 
 TEST_F(FormatLunData, SaturatedBytesOfASixteenByteResponseAreItsUpperHalf) {
     const BYTE buffer[12] = {0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 2, 0, 0, 0, 2, 0};
-    EXPECT_EQ(util.FormatLUNData(buffer, 1, capacity, blockSize), 0);
-    EXPECT_EQ(capacity, static_cast<double>(static_cast<LONG64>(0xFFFFFFFF00000200)) * 512.0);
-    EXPECT_EQ(blockSize, 512);
+    EXPECT_EQ(0, util.FormatLUNData(buffer, 1, capacity, blockSize));
+    EXPECT_EQ(static_cast<double>(static_cast<LONG64>(0xFFFFFFFF00000200)) * 512.0, capacity);
+    EXPECT_EQ(512, blockSize);
 }
 
 TEST_F(FormatLunData, AddressFromTwoToThe63IsNegative) {
     const BYTE buffer[12] = {0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0};
-    EXPECT_EQ(util.FormatLUNData(buffer, 1, capacity, blockSize), 0);
-    EXPECT_EQ(capacity, -std::ldexp(1.0, 63) * 512);
+    EXPECT_EQ(0, util.FormatLUNData(buffer, 1, capacity, blockSize));
+    EXPECT_EQ(-std::ldexp(1.0, 63) * 512, capacity);
 }
 
 TEST_F(FormatLunData, BlockSizeIsUnsigned) {
     const BYTE buffer[12] = {0, 0, 0, 0, 0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFF};
-    EXPECT_EQ(util.FormatLUNData(buffer, 1, capacity, blockSize), 0);
-    EXPECT_EQ(capacity, 4294967295.0);
-    EXPECT_EQ(blockSize, 4294967295);
+    EXPECT_EQ(0, util.FormatLUNData(buffer, 1, capacity, blockSize));
+    EXPECT_EQ(4294967295.0, capacity);
+    EXPECT_EQ(4294967295, blockSize);
 }
 
 // Any flag but 0 finds the block size at the 16-byte place; only 1 finds the address there.
 TEST_F(FormatLunData, AnotherFlagMixesTheLayouts) {
     const BYTE buffer[12] = {0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 2, 0, 0, 0, 0x10, 0};
-    EXPECT_EQ(util.FormatLUNData(buffer, 2, capacity, blockSize), 0);
-    EXPECT_EQ(capacity, 4294967295.0 * 4096);
-    EXPECT_EQ(blockSize, 4096);
+    EXPECT_EQ(0, util.FormatLUNData(buffer, 2, capacity, blockSize));
+    EXPECT_EQ(4294967295.0 * 4096, capacity);
+    EXPECT_EQ(4096, blockSize);
 }
 
 TEST_F(FormatLunData, NullBufferIsADecodeFailure) {
-    EXPECT_EQ(util.FormatLUNData(nullptr, 1, capacity, blockSize), 1);
-    EXPECT_EQ(capacity, 0.0);
-    EXPECT_EQ(blockSize, 0);
+    EXPECT_EQ(1, util.FormatLUNData(nullptr, 1, capacity, blockSize));
+    EXPECT_EQ(0.0, capacity);
+    EXPECT_EQ(0, blockSize);
     EXPECT_THAT(log.Messages(), ElementsAre("DeriveCorrectBufSz LBA nRspBufMSB = 3, NoOfIterations = 4",
                                             "CDataUtil::DeriveCorrectBufSz()", "DeriveCorrectBufSz failed"));
 }
@@ -206,17 +206,17 @@ TEST_F(FormatLunDataV2, ReadsTheSixteenByteLayoutWhateverTheFlag) {
     const BYTE buffer[12] = {0, 0, 0, 0, 0, 0, 0x10, 0, 0, 0, 2, 0};
     for (const BYTE flag : {0, 1, 7}) {
         capacity = blockSize = -1;
-        EXPECT_EQ(util.FormatLUNDataV2(buffer, flag, capacity, blockSize), 0);
-        EXPECT_EQ(capacity, 2097152.0);
-        EXPECT_EQ(blockSize, 512);
+        EXPECT_EQ(0, util.FormatLUNDataV2(buffer, flag, capacity, blockSize));
+        EXPECT_EQ(2097152.0, capacity);
+        EXPECT_EQ(512, blockSize);
     }
-    EXPECT_EQ(log.Count("EXIT:  CDataUtil::FormatLUNDataV2, nReturn=0"), 3);
+    EXPECT_EQ(3, log.Count("EXIT:  CDataUtil::FormatLUNDataV2, nReturn=0"));
 }
 
 TEST_F(FormatLunDataV2, NeverAsksForTheSixteenByteCommand) {
     const BYTE buffer[12] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 2, 0};
-    EXPECT_EQ(util.FormatLUNDataV2(buffer, 0, capacity, blockSize), 0);
-    EXPECT_EQ(capacity, -512.0);
+    EXPECT_EQ(0, util.FormatLUNDataV2(buffer, 0, capacity, blockSize));
+    EXPECT_EQ(-512.0, capacity);
 }
 
 TEST_F(FormatLunDataV2, LogsTheBitsOfTheCapacity) {
@@ -228,8 +228,8 @@ TEST_F(FormatLunDataV2, LogsTheBitsOfTheCapacity) {
 }
 
 TEST_F(FormatLunDataV2, NullBufferGivesZeros) {
-    EXPECT_EQ(util.FormatLUNDataV2(nullptr, 0, capacity, blockSize), 0);
-    EXPECT_EQ(capacity, 0.0);
-    EXPECT_EQ(blockSize, 0);
-    EXPECT_EQ(log.Count("CDataUtil::DeriveCorrectBufSz()"), 2);
+    EXPECT_EQ(0, util.FormatLUNDataV2(nullptr, 0, capacity, blockSize));
+    EXPECT_EQ(0.0, capacity);
+    EXPECT_EQ(0, blockSize);
+    EXPECT_EQ(2, log.Count("CDataUtil::DeriveCorrectBufSz()"));
 }

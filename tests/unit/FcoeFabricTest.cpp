@@ -88,69 +88,69 @@ using FabricLuns = FcoeFabricTest;
 TEST_F(FabricRecord, PhysicalHasAllItsFields) {
     ports = {Entry(0, 5, 0xCAFE)};
     const QEL_FCOE_FABRIC record = Record(*Make(PHYSICAL));
-    EXPECT_EQ(record.strName, L"Fabric 5");
-    EXPECT_EQ(record.strWWN1, L"30:00:00:00:00:00:00:05");
-    EXPECT_EQ(record.strWWN2, L"31:00:00:00:00:00:00:05");
-    EXPECT_EQ(record.strWWN3, L"32:00:00:00:00:00:00:05");
-    EXPECT_EQ(record.ulEntryWord, 0xCAFEu);
-    EXPECT_EQ(record.strDeviceId, L"{name}");
-    EXPECT_EQ(record.strSecondId, L"second");
-    EXPECT_EQ(record.strKind, L"Physical");
-    EXPECT_EQ(record.ulKind, 0u);
-    EXPECT_EQ(record.ulEntryByte, 105u);
-    EXPECT_EQ(record.ulNumber, 5u);
+    EXPECT_EQ(L"Fabric 5", record.strName);
+    EXPECT_EQ(L"30:00:00:00:00:00:00:05", record.strWWN1);
+    EXPECT_EQ(L"31:00:00:00:00:00:00:05", record.strWWN2);
+    EXPECT_EQ(L"32:00:00:00:00:00:00:05", record.strWWN3);
+    EXPECT_EQ(0xCAFEu, record.ulEntryWord);
+    EXPECT_EQ(L"{name}", record.strDeviceId);
+    EXPECT_EQ(L"second", record.strSecondId);
+    EXPECT_EQ(L"Physical", record.strKind);
+    EXPECT_EQ(0u, record.ulKind);
+    EXPECT_EQ(105u, record.ulEntryByte);
+    EXPECT_EQ(5u, record.ulNumber);
 }
 
 TEST_F(FabricRecord, VirtualIsNamedFromItsFirstEntryWhateverTheWord) {
     for (const HBA_UINT8 type : {2, 3}) {
         ports = {Entry(0, 1), Entry(type, 7, 0), Entry(2, 8, 1)};
         const QEL_FCOE_FABRIC record = Record(*Make(VIRTUAL));
-        EXPECT_EQ(record.strName, L"Virtual Fabric 7");
-        EXPECT_EQ(record.strKind, L"Virtual");
-        EXPECT_EQ(record.ulKind, 1u);
-        EXPECT_EQ(record.ulNumber, 7u);
-        EXPECT_EQ(record.ulEntryWord, 0u);
-        EXPECT_EQ(record.strWWN1, L"30:00:00:00:00:00:00:07");
+        EXPECT_EQ(L"Virtual Fabric 7", record.strName);
+        EXPECT_EQ(L"Virtual", record.strKind);
+        EXPECT_EQ(1u, record.ulKind);
+        EXPECT_EQ(7u, record.ulNumber);
+        EXPECT_EQ(0u, record.ulEntryWord);
+        EXPECT_EQ(L"30:00:00:00:00:00:00:07", record.strWWN1);
     }
 }
 
 TEST_F(FabricRecord, FirstNamingEntryKeepsTheName) {
     ports = {Entry(0, 1), Entry(0, 2)};
-    EXPECT_EQ(Record(*Make(PHYSICAL)).ulNumber, 1u);
+    EXPECT_EQ(1u, Record(*Make(PHYSICAL)).ulNumber);
 }
 
 TEST_F(FabricRecord, LaterEntryThatNamesOverwritesWhatEntriesWithoutNameLeft) {
     ports = {Entry(0, 1, 0), Entry(0, 2, 9), Entry(0, 3, 9)};
     const QEL_FCOE_FABRIC record = Record(*Make(PHYSICAL));
-    EXPECT_EQ(record.strName, L"Fabric 2");
-    EXPECT_EQ(record.strWWN1, L"30:00:00:00:00:00:00:02");
-    EXPECT_EQ(record.strWWN2, L"31:00:00:00:00:00:00:02");
-    EXPECT_EQ(record.strWWN3, L"32:00:00:00:00:00:00:02");
-    EXPECT_EQ(record.ulEntryWord, 9u);
-    EXPECT_EQ(record.ulEntryByte, 102u);
-    EXPECT_EQ(record.ulNumber, 2u);
+    EXPECT_EQ(L"Fabric 2", record.strName);
+    EXPECT_EQ(L"30:00:00:00:00:00:00:02", record.strWWN1);
+    EXPECT_EQ(L"31:00:00:00:00:00:00:02", record.strWWN2);
+    EXPECT_EQ(L"32:00:00:00:00:00:00:02", record.strWWN3);
+    EXPECT_EQ(9u, record.ulEntryWord);
+    EXPECT_EQ(102u, record.ulEntryByte);
+    EXPECT_EQ(2u, record.ulNumber);
 }
 
 TEST_F(FabricRecord, OverTypeOneAloneHasNoNameAndTheLastIdentifiers) {
     ports = {Entry(1, 1), Entry(1, 2), Entry(1, 3)};
     const auto fabric = Make(PHYSICAL);
     const QEL_FCOE_FABRIC record = Record(*fabric);
-    EXPECT_EQ(record.strName, L"");
-    EXPECT_EQ(record.strWWN1, L"30:00:00:00:00:00:00:03");
-    EXPECT_EQ(record.ulNumber, 3u);
-    EXPECT_EQ(record.ulEntryByte, 103u);
-    EXPECT_EQ(Ports(*fabric).size(), 3u);
+    EXPECT_EQ(L"", record.strName);
+    EXPECT_EQ(L"30:00:00:00:00:00:00:03", record.strWWN1);
+    EXPECT_EQ(3u, record.ulNumber);
+    EXPECT_EQ(103u, record.ulEntryByte);
+    EXPECT_EQ(3u, Ports(*fabric).size());
 }
 
 TEST_F(FabricRecord, EmptyListGivesAnEmptyRecordAndNoPorts) {
     const auto fabric = Make(PHYSICAL);
     const QEL_FCOE_FABRIC record = Record(*fabric);
-    EXPECT_EQ(record.strName, L"");
-    EXPECT_EQ(record.strWWN1, L"");
-    EXPECT_EQ(record.strWWN2, L"");
-    EXPECT_EQ(record.strWWN3, L"");
-    EXPECT_EQ(record.ulEntryWord + record.ulEntryByte + record.ulNumber, 0u);
-    EXPECT_EQ(record.strKind, L"Physical");
+    EXPECT_EQ(L"", record.strName);
+    EXPECT_EQ(L"", record.strWWN1);
+    EXPECT_EQ(L"", record.strWWN2);
+    EXPECT_EQ(L"", record.strWWN3);
+    EXPECT_EQ(0u, record.ulEntryWord + record.ulEntryByte + record.ulNumber);
+    EXPECT_EQ(L"Physical", record.strKind);
     EXPECT_THAT(Ports(*fabric), IsEmpty());
     EXPECT_TRUE(fabric->GetTargets(targets));
     EXPECT_TRUE(fabric->GetLUNs(luns));
@@ -160,23 +160,23 @@ TEST_F(FabricRecord, EmptyListGivesAnEmptyRecordAndNoPorts) {
 
 TEST_F(FabricRecord, EntriesOfTheOtherKindDoNotCount) {
     ports = {Entry(2, 1), Entry(0, 2)};
-    EXPECT_EQ(Record(*Make(PHYSICAL)).strName, L"Fabric 2");
+    EXPECT_EQ(L"Fabric 2", Record(*Make(PHYSICAL)).strName);
     ports = {Entry(0, 1)};
-    EXPECT_EQ(Record(*Make(VIRTUAL)).strName, L"");
-    EXPECT_EQ(Record(*Make(VIRTUAL)).strKind, L"Virtual");
+    EXPECT_EQ(L"", Record(*Make(VIRTUAL)).strName);
+    EXPECT_EQ(L"Virtual", Record(*Make(VIRTUAL)).strKind);
 }
 
 TEST_F(FabricRecord, UnknownKindHasNoKindTextAndNoPorts) {
     ports = {Entry(0, 1), Entry(2, 2)};
     const auto fabric = Make(2);
-    EXPECT_EQ(Record(*fabric).strKind, L"");
-    EXPECT_EQ(Record(*fabric).ulKind, 2u);
+    EXPECT_EQ(L"", Record(*fabric).strKind);
+    EXPECT_EQ(2u, Record(*fabric).ulKind);
     EXPECT_THAT(Ports(*fabric), IsEmpty());
 }
 
 TEST_F(FabricRecord, NumberHas16Bits) {
     ports = {Entry(0, 65535)};
-    EXPECT_EQ(Record(*Make(PHYSICAL)).strName, L"Fabric 65535");
+    EXPECT_EQ(L"Fabric 65535", Record(*Make(PHYSICAL)).strName);
 }
 
 TEST_F(FabricRecord, OperationsAreTraced) {
@@ -194,24 +194,24 @@ TEST_F(FabricRecord, OperationsAreTraced) {
 TEST_F(FabricPorts, AreThoseOfItsKindInTheirOrder) {
     ports = {Entry(0, 1), Entry(2, 2), Entry(1, 3), Entry(3, 4), Entry(4, 5), Entry(255, 6)};
     const auto physical = Ports(*Make(PHYSICAL));
-    ASSERT_EQ(physical.size(), 2u);
-    EXPECT_EQ(physical[0].ulPortType, 0u);
-    EXPECT_EQ(physical[1].ulPortType, 1u);
+    ASSERT_EQ(2u, physical.size());
+    EXPECT_EQ(0u, physical[0].ulPortType);
+    EXPECT_EQ(1u, physical[1].ulPortType);
     const auto virtuals = Ports(*Make(VIRTUAL));
-    ASSERT_EQ(virtuals.size(), 2u);
-    EXPECT_EQ(virtuals[0].ulPortType, 2u);
-    EXPECT_EQ(virtuals[1].ulPortType, 3u);
-    EXPECT_EQ(virtuals[0].strDeviceId, L"{name}");
-    EXPECT_EQ(virtuals[0].strSecondId, L"second");
+    ASSERT_EQ(2u, virtuals.size());
+    EXPECT_EQ(2u, virtuals[0].ulPortType);
+    EXPECT_EQ(3u, virtuals[1].ulPortType);
+    EXPECT_EQ(L"{name}", virtuals[0].strDeviceId);
+    EXPECT_EQ(L"second", virtuals[0].strSecondId);
 }
 
 TEST_F(FabricPorts, CarryTheNameAsItStoodWhenTheyWereMade) {
     ports = {Entry(0, 1, 0), Entry(0, 2), Entry(0, 3)};
     const auto records = Ports(*Make(PHYSICAL));
-    ASSERT_EQ(records.size(), 3u);
-    EXPECT_EQ(records[0].strFabricName, L"");
-    EXPECT_EQ(records[1].strFabricName, L"Fabric 2");
-    EXPECT_EQ(records[2].strFabricName, L"Fabric 2");
+    ASSERT_EQ(3u, records.size());
+    EXPECT_EQ(L"", records[0].strFabricName);
+    EXPECT_EQ(L"Fabric 2", records[1].strFabricName);
+    EXPECT_EQ(L"Fabric 2", records[2].strFabricName);
 }
 
 TEST_F(FabricPorts, AreSharedAndAppended) {
@@ -220,7 +220,7 @@ TEST_F(FabricPorts, AreSharedAndAppended) {
     std::vector<std::shared_ptr<CQelFcoePort>> objects;
     EXPECT_TRUE(fabric->GetPorts(objects));
     EXPECT_TRUE(fabric->GetPorts(objects));
-    ASSERT_EQ(objects.size(), 4u);
+    ASSERT_EQ(4u, objects.size());
     EXPECT_EQ(objects[0], objects[2]);
     EXPECT_EQ(objects[1], objects[3]);
 }
@@ -251,7 +251,7 @@ TEST_F(FabricTargets, AreAppended) {
     const auto fabric = Make(PHYSICAL);
     EXPECT_TRUE(fabric->GetTargets(targets));
     EXPECT_TRUE(fabric->GetTargets(targets));
-    EXPECT_EQ(targets.size(), 2u);
+    EXPECT_EQ(2u, targets.size());
 }
 
 TEST_F(FabricLuns, AreThoseOfEachTargetInTurn) {
@@ -288,7 +288,7 @@ TEST_F(FabricLuns, OneFailingTargetMakesItFalseAndTheOthersCount) {
     AddTarget(0, 1, 20);
     const auto fabric = Make(PHYSICAL);
     fabric->GetTargets(targets);
-    ASSERT_EQ(targets.size(), 2u);
+    ASSERT_EQ(2u, targets.size());
     Failing<CQelFcoeTarget>::Break(*targets[0], CacheKey::TARGET_LUNS);
     EXPECT_FALSE(fabric->GetLUNs(luns));
     EXPECT_THAT(Numbers(luns), ElementsAre(20u));
@@ -306,7 +306,7 @@ TEST_F(FabricTargets, PortWithoutRecordFailsItsReader) {
     QEL_FCOE_PORT record;
     record.strKind = L"untouched";
     EXPECT_FALSE(objects[0]->Get(record));
-    EXPECT_EQ(record.strKind, L"untouched");
+    EXPECT_EQ(L"untouched", record.strKind);
 }
 
 TEST_F(FabricTargets, TargetWithoutRecordHasNoLunsAndSaysSo) {

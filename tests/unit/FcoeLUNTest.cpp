@@ -51,30 +51,30 @@ class LunMapping : public TreeTest {
 
 TEST_F(LunRecord, HasAllItsFields) {
     const QEL_FCOE_LUN record = Record();
-    EXPECT_EQ(record.ulOsLun, 5u);
-    EXPECT_EQ(record.ulScsiBus, 2u);
-    EXPECT_EQ(record.ulScsiTarget, 3u);
-    EXPECT_EQ(record.ulReserved, 0u);
-    EXPECT_EQ(record.strOsDeviceName, L"\\\\.\\PHYSICALDRIVE7");
-    EXPECT_EQ(record.strCapacity, L"2 MB");
-    EXPECT_EQ(record.strBlockSize, L"512 bytes");
-    EXPECT_EQ(record.strTargetPortWWN, L"target");
-    EXPECT_EQ(record.strOwningPortWWN, L"owning");
-    EXPECT_EQ(record.strInitiatorPortWWN, L"initiator");
-    EXPECT_EQ(record.strFabricName, L"Fabric 1");
-    EXPECT_EQ(record.strDeviceId, L"{name}");
-    EXPECT_EQ(record.strSecondId, L"second");
+    EXPECT_EQ(5u, record.ulOsLun);
+    EXPECT_EQ(2u, record.ulScsiBus);
+    EXPECT_EQ(3u, record.ulScsiTarget);
+    EXPECT_EQ(0u, record.ulReserved);
+    EXPECT_EQ(L"\\\\.\\PHYSICALDRIVE7", record.strOsDeviceName);
+    EXPECT_EQ(L"2 MB", record.strCapacity);
+    EXPECT_EQ(L"512 bytes", record.strBlockSize);
+    EXPECT_EQ(L"target", record.strTargetPortWWN);
+    EXPECT_EQ(L"owning", record.strOwningPortWWN);
+    EXPECT_EQ(L"initiator", record.strInitiatorPortWWN);
+    EXPECT_EQ(L"Fabric 1", record.strFabricName);
+    EXPECT_EQ(L"{name}", record.strDeviceId);
+    EXPECT_EQ(L"second", record.strSecondId);
 }
 
 TEST_F(LunRecord, IsReadOnceAtConstruction) {
     const auto lun = Make();
-    EXPECT_EQ(fake.calls.size(), 1u);
+    EXPECT_EQ(1u, fake.calls.size());
     fake.capacityResponse = Capacity16(8192, 512);
     QEL_FCOE_LUN record;
     EXPECT_TRUE(lun->Get(record));
     EXPECT_TRUE(lun->Get(record));
-    EXPECT_EQ(record.strCapacity, L"2 MB");
-    EXPECT_EQ(fake.calls.size(), 1u);
+    EXPECT_EQ(L"2 MB", record.strCapacity);
+    EXPECT_EQ(1u, fake.calls.size());
 }
 
 TEST_F(LunRecord, OperationsAreTraced) {
@@ -87,7 +87,7 @@ TEST_F(LunRecord, OperationsAreTraced) {
 TEST_F(LunRecord, DeviceNameWithoutTerminatorEndsWithItsField) {
     std::memset(entry.ScsiId.OSDeviceName, 'x', sizeof entry.ScsiId.OSDeviceName);
     entry.ScsiId.ScsiBusNumber = 0x79797979; // "yyyy" right behind it
-    EXPECT_EQ(Record().strOsDeviceName, std::wstring(256, L'x'));
+    EXPECT_EQ(std::wstring(256, L'x'), Record().strOsDeviceName);
 }
 
 TEST_F(LunRecord, DeviceNameIsInTheSystemsCodePage) {
@@ -98,12 +98,12 @@ TEST_F(LunRecord, DeviceNameIsInTheSystemsCodePage) {
                         "Gr\xF6\xDF"
                         "e",
                         -1, expected, 16);
-    EXPECT_EQ(Record().strOsDeviceName, expected);
+    EXPECT_EQ(expected, Record().strOsDeviceName);
 }
 
 TEST_F(LunRecord, EmptyDeviceNameIsEmpty) {
     entry.ScsiId.OSDeviceName[0] = '\0';
-    EXPECT_EQ(Record().strOsDeviceName, L"");
+    EXPECT_EQ(L"", Record().strOsDeviceName);
 }
 
 // --- The command
@@ -119,9 +119,9 @@ TEST_F(LunCapacity, CommandCarriesInitiatorTargetAndLun) {
                                   HBA_UINT32* responseSize, HBA_UINT8* scsiStatus, void* sense,
                                   HBA_UINT32* senseSize) -> HBA_STATUS {
         const std::vector<BYTE> zeros(260);
-        EXPECT_EQ(handle, HANDLE_7);
-        EXPECT_EQ(std::memcmp(&hba, Wwn(0x2000001122334455).wwn, 8), 0);
-        EXPECT_EQ(std::memcmp(&target, Wwn(0x500601603CE0A1B2).wwn, 8), 0);
+        EXPECT_EQ(HANDLE_7, handle);
+        EXPECT_EQ(0, std::memcmp(&hba, Wwn(0x2000001122334455).wwn, 8));
+        EXPECT_EQ(0, std::memcmp(&target, Wwn(0x500601603CE0A1B2).wwn, 8));
         seen.lun = lun;
         seen.responseSize = *responseSize;
         seen.senseSize = *senseSize;
@@ -130,26 +130,26 @@ TEST_F(LunCapacity, CommandCarriesInitiatorTargetAndLun) {
         return HBA_STATUS_ERROR;
     };
     Make();
-    EXPECT_EQ(seen.lun, 0x0005000000000000u);
-    EXPECT_EQ(seen.responseSize, 260u);
-    EXPECT_EQ(seen.senseSize, 260u);
-    EXPECT_EQ(seen.scsiStatus, nullptr);
+    EXPECT_EQ(0x0005000000000000u, seen.lun);
+    EXPECT_EQ(260u, seen.responseSize);
+    EXPECT_EQ(260u, seen.senseSize);
+    EXPECT_EQ(nullptr, seen.scsiStatus);
     EXPECT_TRUE(seen.cleared);
 }
 
 TEST_F(LunCapacity, OneCommandAndNoneOfThe16ByteKind) {
     fake.capacityResponse = Capacity16(0xFFFFFFFFFFFFFFFF, 512); // saturated
     Make();
-    EXPECT_EQ(fake.CallsOf("ScsiReadCapacityV2"), 1);
-    EXPECT_EQ(fake.CallsOf("SendReadCapacity16"), 0);
+    EXPECT_EQ(1, fake.CallsOf("ScsiReadCapacityV2"));
+    EXPECT_EQ(0, fake.CallsOf("SendReadCapacity16"));
 }
 
 TEST_F(LunCapacity, FailedCommandLeavesUnknown) {
     fake.ScsiReadCapacityV2 = [](auto...) -> HBA_STATUS { return HBA_STATUS_ERROR; };
     const QEL_FCOE_LUN record = Record();
-    EXPECT_EQ(record.strCapacity, L"Unknown");
-    EXPECT_EQ(record.strBlockSize, L"Unknown");
-    EXPECT_EQ(record.ulOsLun, 5u) << "the rest of the record stands";
+    EXPECT_EQ(L"Unknown", record.strCapacity);
+    EXPECT_EQ(L"Unknown", record.strBlockSize);
+    EXPECT_EQ(5u, record.ulOsLun) << "the rest of the record stands";
     EXPECT_THAT(log.Messages(), ElementsAre("RetrieveLUNCapacityV2 failed - Status=1"));
 }
 
@@ -157,7 +157,7 @@ TEST_F(LunCapacity, MissingHandlerLeavesUnknown) {
     library.DeInitHBAAPIMod();
     fake.missing = {"ScsiReadCapacityV2"};
     ASSERT_TRUE(library.InitHBAAPIMod());
-    EXPECT_EQ(Record().strCapacity, L"Unknown");
+    EXPECT_EQ(L"Unknown", Record().strCapacity);
 }
 
 TEST_F(LunCapacity, UnitAttentionIsRetried) {
@@ -168,8 +168,8 @@ TEST_F(LunCapacity, UnitAttentionIsRetried) {
         std::memcpy(response, fake.capacityResponse.data(), fake.capacityResponse.size());
         return HBA_STATUS_OK;
     };
-    EXPECT_EQ(Record().strCapacity, L"2 MB");
-    EXPECT_EQ(calls, 3);
+    EXPECT_EQ(L"2 MB", Record().strCapacity);
+    EXPECT_EQ(3, calls);
 }
 
 TEST_F(LunCapacity, BothReadersSeeTheResponseIn16ByteLayout) {
@@ -182,68 +182,68 @@ TEST_F(LunCapacity, BothReadersSeeTheResponseIn16ByteLayout) {
 TEST_F(LunCapacity, ResponseOfThe10ByteCommandIsReadAs16Bytes) {
     fake.capacityResponse = {0, 0, 0x10, 0, 0, 0, 0x02, 0};
     const QEL_FCOE_LUN record = Record();
-    EXPECT_EQ(record.strCapacity, L"0 MB") << "the block size is looked for behind the response";
-    EXPECT_EQ(record.strBlockSize, L"0 bytes");
+    EXPECT_EQ(L"0 MB", record.strCapacity) << "the block size is looked for behind the response";
+    EXPECT_EQ(L"0 bytes", record.strBlockSize);
 }
 
 TEST_F(LunCapacity, UntouchedResponseIsZero) {
     fake.capacityResponse.clear();
     const QEL_FCOE_LUN record = Record();
-    EXPECT_EQ(record.strCapacity, L"0 MB");
-    EXPECT_EQ(record.strBlockSize, L"0 bytes");
+    EXPECT_EQ(L"0 MB", record.strCapacity);
+    EXPECT_EQ(L"0 bytes", record.strBlockSize);
 }
 
 // --- Texts
 
 TEST_F(LunCapacity, TwoMegabytes) {
     const QEL_FCOE_LUN record = RecordOf(4096, 512);
-    EXPECT_EQ(record.strCapacity, L"2 MB");
-    EXPECT_EQ(record.strBlockSize, L"512 bytes");
+    EXPECT_EQ(L"2 MB", record.strCapacity);
+    EXPECT_EQ(L"512 bytes", record.strBlockSize);
 }
 
 TEST_F(LunCapacity, ThresholdsFromBothSides) {
-    EXPECT_EQ(RecordOf(0, 512).strCapacity, L"0 MB");
-    EXPECT_EQ(RecordOf(2047, 512).strCapacity, L"0 MB");
-    EXPECT_EQ(RecordOf(2048, 512).strCapacity, L"1 MB");
-    EXPECT_EQ(RecordOf((1ull << 30) / 512 - 1, 512).strCapacity, L"1023 MB");
-    EXPECT_EQ(RecordOf((1ull << 30) / 512, 512).strCapacity, L"1 GB");
-    EXPECT_EQ(RecordOf((1ull << 40) / 512 - 1, 512).strCapacity, L"1023 GB");
-    EXPECT_EQ(RecordOf((1ull << 40) / 512, 512).strCapacity, L"1 TB");
-    EXPECT_EQ(RecordOf((1ull << 30) - 1, 1).strCapacity, L"1023 MB");
-    EXPECT_EQ(RecordOf((1ull << 40) - 1, 1).strCapacity, L"1023 GB");
+    EXPECT_EQ(L"0 MB", RecordOf(0, 512).strCapacity);
+    EXPECT_EQ(L"0 MB", RecordOf(2047, 512).strCapacity);
+    EXPECT_EQ(L"1 MB", RecordOf(2048, 512).strCapacity);
+    EXPECT_EQ(L"1023 MB", RecordOf((1ull << 30) / 512 - 1, 512).strCapacity);
+    EXPECT_EQ(L"1 GB", RecordOf((1ull << 30) / 512, 512).strCapacity);
+    EXPECT_EQ(L"1023 GB", RecordOf((1ull << 40) / 512 - 1, 512).strCapacity);
+    EXPECT_EQ(L"1 TB", RecordOf((1ull << 40) / 512, 512).strCapacity);
+    EXPECT_EQ(L"1023 MB", RecordOf((1ull << 30) - 1, 1).strCapacity);
+    EXPECT_EQ(L"1023 GB", RecordOf((1ull << 40) - 1, 1).strCapacity);
 }
 
 TEST_F(LunCapacity, FractionsAreCutOff) {
-    EXPECT_EQ(RecordOf(4 * 2097152 - 1, 512).strCapacity, L"3 GB");
-    EXPECT_EQ(RecordOf(2 * 2147483648ull - 1, 512).strCapacity, L"1 TB");
+    EXPECT_EQ(L"3 GB", RecordOf(4 * 2097152 - 1, 512).strCapacity);
+    EXPECT_EQ(L"1 TB", RecordOf(2 * 2147483648ull - 1, 512).strCapacity);
 }
 
 TEST_F(LunCapacity, OddBlockSizes) {
-    EXPECT_EQ(RecordOf(4194304, 520).strCapacity, L"2 GB");
-    EXPECT_EQ(RecordOf(4194304, 520).strBlockSize, L"520 bytes");
-    EXPECT_EQ(RecordOf(268435456, 4096).strCapacity, L"1 TB");
-    EXPECT_EQ(RecordOf(268435456, 4096).strBlockSize, L"4096 bytes");
-    EXPECT_EQ(RecordOf(1, 0xFFFFFFFF).strBlockSize, L"4294967295 bytes");
-    EXPECT_EQ(RecordOf(1, 0xFFFFFFFF).strCapacity, L"3 GB");
+    EXPECT_EQ(L"2 GB", RecordOf(4194304, 520).strCapacity);
+    EXPECT_EQ(L"520 bytes", RecordOf(4194304, 520).strBlockSize);
+    EXPECT_EQ(L"1 TB", RecordOf(268435456, 4096).strCapacity);
+    EXPECT_EQ(L"4096 bytes", RecordOf(268435456, 4096).strBlockSize);
+    EXPECT_EQ(L"4294967295 bytes", RecordOf(1, 0xFFFFFFFF).strBlockSize);
+    EXPECT_EQ(L"3 GB", RecordOf(1, 0xFFFFFFFF).strCapacity);
 }
 
 TEST_F(LunCapacity, LargestPositive) {
     // 2^63 blocks, as a floating-point number, of 4294967295 bytes.
-    EXPECT_EQ(RecordOf(0x7FFFFFFFFFFFFFFF, 0xFFFFFFFF).strCapacity, L"36028797010575360 TB");
-    EXPECT_EQ(RecordOf(0x7FFFFFFFFFFFFFFF, 1).strCapacity, L"8388608 TB");
+    EXPECT_EQ(L"36028797010575360 TB", RecordOf(0x7FFFFFFFFFFFFFFF, 0xFFFFFFFF).strCapacity);
+    EXPECT_EQ(L"8388608 TB", RecordOf(0x7FFFFFFFFFFFFFFF, 1).strCapacity);
 }
 
 TEST_F(LunCapacity, AddressesFromTwoToThe63AreNegativeMegabytes) {
-    EXPECT_EQ(RecordOf(0x8000000000000000, 512).strCapacity, L"-4503599627370496 MB");
-    EXPECT_EQ(RecordOf(0xFFFFFFFFFFFFFFFF, 512).strCapacity, L"0 MB");
-    EXPECT_EQ(RecordOf(0xFFFFFFFFFFFFFFFF, 0x100000).strCapacity, L"-1 MB");
+    EXPECT_EQ(L"-4503599627370496 MB", RecordOf(0x8000000000000000, 512).strCapacity);
+    EXPECT_EQ(L"0 MB", RecordOf(0xFFFFFFFFFFFFFFFF, 512).strCapacity);
+    EXPECT_EQ(L"-1 MB", RecordOf(0xFFFFFFFFFFFFFFFF, 0x100000).strCapacity);
 }
 
 TEST_F(LunCapacity, MegabytesBeyond64BitsAreTheSmallestNumber) {
-    EXPECT_EQ(RecordOf(0x8000000000000000, 0x100000).strCapacity, L"-9223372036854775808 MB") << "fits exactly";
-    EXPECT_EQ(RecordOf(0x8000000000000000, 0x200000).strCapacity, L"-9223372036854775808 MB");
-    EXPECT_EQ(RecordOf(0x8000000000000000, 0xFFFFFFFF).strCapacity, L"-9223372036854775808 MB");
-    EXPECT_EQ(RecordOf(0x8000000000000000, 0xFFFFFFFF).strBlockSize, L"4294967295 bytes");
+    EXPECT_EQ(L"-9223372036854775808 MB", RecordOf(0x8000000000000000, 0x100000).strCapacity) << "fits exactly";
+    EXPECT_EQ(L"-9223372036854775808 MB", RecordOf(0x8000000000000000, 0x200000).strCapacity);
+    EXPECT_EQ(L"-9223372036854775808 MB", RecordOf(0x8000000000000000, 0xFFFFFFFF).strCapacity);
+    EXPECT_EQ(L"4294967295 bytes", RecordOf(0x8000000000000000, 0xFFFFFFFF).strBlockSize);
 }
 
 // --- Mapping
@@ -251,9 +251,9 @@ TEST_F(LunCapacity, MegabytesBeyond64BitsAreTheSmallestNumber) {
 TEST_F(LunMapping, NothingMappedGivesAMappingWithCountZero) {
     CAllocatorWatch allocator;
     EXPECT_TRUE(Read());
-    ASSERT_NE(mapping, nullptr);
+    ASSERT_NE(nullptr, mapping);
     const HBA_FCPTARGETMAPPING zeros{};
-    EXPECT_EQ(std::memcmp(mapping, &zeros, sizeof zeros), 0);
+    EXPECT_EQ(0, std::memcmp(mapping, &zeros, sizeof zeros));
     EXPECT_THAT(allocator.Sizes(), ElementsAre(312u));
     EXPECT_THAT(Messages(), ElementsAre("GetTargetsInfo() succeeded, dwNoOfTargets = 0",
                                         "Looks like there are no targets found on this HBA"));
@@ -265,9 +265,9 @@ TEST_F(LunMapping, OneEntry) {
     fake.mappings = {LunEntry(0x1234, 9)};
     CAllocatorWatch allocator;
     EXPECT_TRUE(Read());
-    ASSERT_NE(mapping, nullptr);
-    EXPECT_EQ(mapping->NumberOfEntries, 1u);
-    EXPECT_EQ(std::memcmp(mapping->entry, fake.mappings.data(), 304), 0);
+    ASSERT_NE(nullptr, mapping);
+    EXPECT_EQ(1u, mapping->NumberOfEntries);
+    EXPECT_EQ(0, std::memcmp(mapping->entry, fake.mappings.data(), 304));
     EXPECT_THAT(allocator.Sizes(), ElementsAre(312u));
     EXPECT_THAT(Messages(),
                 ElementsAre("GetTargetsInfo() succeeded, dwNoOfTargets = 1", "Looks like there is only 1 target"));
@@ -279,7 +279,7 @@ TEST_F(LunMapping, FailedAllocationOfOneEntry) {
     CAllocatorWatch allocator;
     allocator.Fail(312);
     EXPECT_FALSE(Read());
-    EXPECT_EQ(mapping, nullptr);
+    EXPECT_EQ(nullptr, mapping);
     EXPECT_THAT(Messages(),
                 ElementsAre("GetTargetsInfo() succeeded, dwNoOfTargets = 1", "Looks like there is only 1 target",
                             "Memory Allocation failed - m_pTargetsInfo"));
@@ -291,9 +291,9 @@ TEST_F(LunMapping, MoreEntriesAreReadWithTheReportedCount) {
         fake.mappings.push_back(LunEntry(0x1234, lun));
     CAllocatorWatch allocator;
     EXPECT_TRUE(Read());
-    ASSERT_NE(mapping, nullptr);
-    EXPECT_EQ(mapping->NumberOfEntries, 4u);
-    EXPECT_EQ(std::memcmp(mapping->entry, fake.mappings.data(), 4 * 304), 0);
+    ASSERT_NE(nullptr, mapping);
+    EXPECT_EQ(4u, mapping->NumberOfEntries);
+    EXPECT_EQ(0, std::memcmp(mapping->entry, fake.mappings.data(), 4 * 304));
     EXPECT_THAT(fake.calls, ElementsAre("GetFcpTargetMapping 7 1", "GetFcpTargetMapping 7 4"));
     EXPECT_THAT(allocator.Sizes(), ElementsAre(304u * 3 + 312));
     EXPECT_THAT(Messages(), ElementsAre("GetLUNSList_HBA() failed Inout No of targets = 4, dwNoOfTargets = 4"));
@@ -305,7 +305,7 @@ TEST_F(LunMapping, FailedAllocationForMoreEntries) {
     CAllocatorWatch allocator;
     allocator.Fail(304 * 3 + 312);
     EXPECT_FALSE(Read());
-    EXPECT_EQ(mapping, nullptr);
+    EXPECT_EQ(nullptr, mapping);
     EXPECT_THAT(Messages(), ElementsAre("GetLUNSList_HBA() failed Inout No of targets = 4, dwNoOfTargets = 4",
                                         "Memory Allocation failed - pTargetsInfo."));
 }
@@ -317,7 +317,7 @@ TEST_F(LunMapping, FailedRetryIsTrueWithoutMapping) {
         return HBA_STATUS_ERROR_MORE_DATA;
     };
     EXPECT_TRUE(Read());
-    EXPECT_EQ(mapping, nullptr);
+    EXPECT_EQ(nullptr, mapping);
     EXPECT_THAT(Messages(), ElementsAre("GetLUNSList_HBA() failed Inout No of targets = 3, dwNoOfTargets = 3",
                                         "GetTargetsInfo() failed Inout No of targets = 6, dwNoOfTargets = 6"));
 }
@@ -325,7 +325,7 @@ TEST_F(LunMapping, FailedRetryIsTrueWithoutMapping) {
 TEST_F(LunMapping, FailureIsTrueWithoutMapping) {
     fake.GetFcpTargetMapping = [](auto...) -> HBA_STATUS { return HBA_STATUS_ERROR; };
     EXPECT_TRUE(Read());
-    EXPECT_EQ(mapping, nullptr);
+    EXPECT_EQ(nullptr, mapping);
     EXPECT_THAT(Messages(), ElementsAre("GetLUNSList_HBA() failed Inout No of targets = 1, dwNoOfTargets = 0"));
     EXPECT_TRUE(Traced("CQelFcoeLUN::GetLUNSList_HBA", ", bReturn=true"));
 }
@@ -336,7 +336,7 @@ TEST_F(LunMapping, SuccessOfTheProbeWithSeveralEntriesGivesNoMapping) {
         return HBA_STATUS_OK;
     };
     EXPECT_TRUE(Read());
-    EXPECT_EQ(mapping, nullptr);
+    EXPECT_EQ(nullptr, mapping);
     EXPECT_THAT(Messages(), ElementsAre("GetTargetsInfo() succeeded, dwNoOfTargets = 2"));
 }
 
@@ -345,8 +345,8 @@ TEST_F(LunMapping, MappingPassedInIsFreedFirst) {
     CAllocatorWatch allocator;
     mapping = static_cast<HBA_FCPTARGETMAPPING*>(std::malloc(312));
     EXPECT_TRUE(Read());
-    EXPECT_EQ(mapping, nullptr);
-    EXPECT_EQ(allocator.Live(), 0u);
+    EXPECT_EQ(nullptr, mapping);
+    EXPECT_EQ(0u, allocator.Live());
     EXPECT_THAT(Messages(), ElementsAre("CQelFcoeLUN::GetLUNSList_HBA() Deleting pLunList",
                                         "GetLUNSList_HBA() failed Inout No of targets = 1, dwNoOfTargets = 0"));
 }

@@ -77,24 +77,24 @@ class PortList : public TreeTest {
 
 TEST_F(PortRecord, HasAllItsFields) {
     const QEL_FCOE_PORT record = Record();
-    EXPECT_EQ(record.strNodeWWN, L"10:00:00:11:22:33:44:55");
-    EXPECT_EQ(record.strPortWWN, L"20:00:00:11:22:33:44:55");
-    EXPECT_EQ(record.ulPortType, 0u);
-    EXPECT_EQ(record.strKind, L"Physical port");
-    EXPECT_EQ(record.ulWordA, 0xAAAAAAAAu);
-    EXPECT_EQ(record.ulWordB, 0xBBBBBBBBu);
-    EXPECT_EQ(record.strDeviceId, L"{name}");
-    EXPECT_EQ(record.strSecondId, L"second");
-    EXPECT_EQ(record.strWWN3, L"30:00:00:11:22:33:44:55");
-    EXPECT_EQ(record.strFabricName, L"Fabric 1");
+    EXPECT_EQ(L"10:00:00:11:22:33:44:55", record.strNodeWWN);
+    EXPECT_EQ(L"20:00:00:11:22:33:44:55", record.strPortWWN);
+    EXPECT_EQ(0u, record.ulPortType);
+    EXPECT_EQ(L"Physical port", record.strKind);
+    EXPECT_EQ(0xAAAAAAAAu, record.ulWordA);
+    EXPECT_EQ(0xBBBBBBBBu, record.ulWordB);
+    EXPECT_EQ(L"{name}", record.strDeviceId);
+    EXPECT_EQ(L"second", record.strSecondId);
+    EXPECT_EQ(L"30:00:00:11:22:33:44:55", record.strWWN3);
+    EXPECT_EQ(L"Fabric 1", record.strFabricName);
     EXPECT_TRUE(fake.calls.empty());
 }
 
 TEST_F(PortRecord, OnlyTypeZeroShowsAsPhysical) {
     for (const HBA_UINT8 type : {1, 2, 3, 255}) {
         entry.PortType = type;
-        EXPECT_EQ(Record().strKind, L"Virtual port");
-        EXPECT_EQ(Record().ulPortType, type);
+        EXPECT_EQ(L"Virtual port", Record().strKind);
+        EXPECT_EQ(type, Record().ulPortType);
     }
 }
 
@@ -155,13 +155,13 @@ TEST_F(PortTargets, WithIdentifierZero) {
 
 TEST_F(PortTargets, CarryWhatThePortHandsDown) {
     fake.targets = {Target(1, 0, PORT)};
-    ASSERT_EQ(TargetNumbers().size(), 1u);
+    ASSERT_EQ(1u, TargetNumbers().size());
     QEL_FCOE_TARGET record;
     targets[0]->Get(record);
-    EXPECT_EQ(record.strFabricName, L"Fabric 1");
-    EXPECT_EQ(record.strOwningPortWWN, L"30:00:00:11:22:33:44:55");
-    EXPECT_EQ(record.strDeviceId, L"{name}");
-    EXPECT_EQ(record.strSecondId, L"second");
+    EXPECT_EQ(L"Fabric 1", record.strFabricName);
+    EXPECT_EQ(L"30:00:00:11:22:33:44:55", record.strOwningPortWWN);
+    EXPECT_EQ(L"{name}", record.strDeviceId);
+    EXPECT_EQ(L"second", record.strSecondId);
     EXPECT_TRUE(fake.calls.back().starts_with("ScsiInquiry 7 "));
 }
 
@@ -171,7 +171,7 @@ TEST_F(PortTargets, NoneIsTrueAndCached) {
     EXPECT_TRUE(port->GetTargets(targets));
     EXPECT_TRUE(port->GetTargets(targets));
     EXPECT_THAT(targets, IsEmpty());
-    EXPECT_EQ(fake.CallsOf("GetTargetList"), 1);
+    EXPECT_EQ(1, fake.CallsOf("GetTargetList"));
     EXPECT_TRUE(Traced("CQelFcoePort::GetTargets", ", bReturn=true"));
     EXPECT_FALSE(log.Has("ENTRY:  CQelFcoePort::Get")) << "without targets the record is not looked at";
 }
@@ -212,7 +212,7 @@ TEST_F(PortTargets, ListThatClaimsMoreThanItsBufferIsReadToItsEnd) {
     const auto port = Make();
     CAllocatorWatch allocator; // expects no live block at its end
     EXPECT_TRUE(port->GetTargets(targets));
-    EXPECT_EQ(targets.size(), 3u);
+    EXPECT_EQ(3u, targets.size());
 }
 
 TEST_F(PortTargets, AreReadAgainWhenOlderThanTenMilliseconds) {
@@ -222,13 +222,13 @@ TEST_F(PortTargets, AreReadAgainWhenOlderThanTenMilliseconds) {
     port->GetTargets(targets);
     clock.Advance(10);
     port->GetTargets(targets);
-    ASSERT_EQ(targets.size(), 2u);
+    ASSERT_EQ(2u, targets.size());
     EXPECT_EQ(targets[0], targets[1]) << "shared with the cache";
     clock.Advance(1);
     port->GetTargets(targets);
-    ASSERT_EQ(targets.size(), 3u) << "appended";
+    ASSERT_EQ(3u, targets.size()) << "appended";
     EXPECT_NE(targets[1], targets[2]);
-    EXPECT_EQ(fake.CallsOf("ScsiInquiry"), 4) << "new targets are asked again";
+    EXPECT_EQ(4, fake.CallsOf("ScsiInquiry")) << "new targets are asked again";
 }
 
 // --- List
@@ -236,28 +236,28 @@ TEST_F(PortTargets, AreReadAgainWhenOlderThanTenMilliseconds) {
 TEST_F(PortList, NoPortsGiveNoList) {
     ORVAN_FC_PORT_LIST local{};
     list = &local;
-    EXPECT_EQ(Read(), 0);
-    EXPECT_EQ(list, nullptr);
-    EXPECT_EQ(fake.CallsOf("GetFCPortList"), 1);
+    EXPECT_EQ(0, Read());
+    EXPECT_EQ(nullptr, list);
+    EXPECT_EQ(1, fake.CallsOf("GetFCPortList"));
     EXPECT_TRUE(Traced("CQelFcoePort::GetPortsList_HBA", ", nReturn=0"));
 }
 
 TEST_F(PortList, NegativeCountGivesNoList) {
     Answer(0x80000000, HBA_STATUS_OK, 1);
-    EXPECT_EQ(Read(), INT32_MIN);
-    EXPECT_EQ(list, nullptr);
-    EXPECT_EQ(fake.CallsOf("GetFCPortList"), 1);
+    EXPECT_EQ(INT32_MIN, Read());
+    EXPECT_EQ(nullptr, list);
+    EXPECT_EQ(1, fake.CallsOf("GetFCPortList"));
 }
 
 TEST_F(PortList, IsReadWithTheCountedPorts) {
     fake.ports = {FcPort(0, 1), FcPort(2, 2), FcPort(3, 3)};
     CAllocatorWatch allocator;
-    EXPECT_EQ(Read(), 3);
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->NumberOfEntries, 3u);
-    EXPECT_EQ(std::memcmp(list->entry, fake.ports.data(), 3 * 64), 0);
+    EXPECT_EQ(3, Read());
+    ASSERT_NE(nullptr, list);
+    EXPECT_EQ(3u, list->NumberOfEntries);
+    EXPECT_EQ(0, std::memcmp(list->entry, fake.ports.data(), 3 * 64));
     EXPECT_THAT(fake.calls, ElementsAre("GetFCPortList 7 1", "GetFCPortList 7 3"));
-    EXPECT_EQ(allocator.Sizes().back(), 64u * 2 + 68);
+    EXPECT_EQ(64u * 2 + 68, allocator.Sizes().back());
     EXPECT_TRUE(Traced("CQelFcoePort::GetPortsList_HBA", ", nReturn=3"));
     std::free(std::exchange(list, nullptr));
 }
@@ -266,17 +266,17 @@ TEST_F(PortList, IsReadWithTheCountedPorts) {
 TEST_F(PortList, EntriesThatTheLibraryDoesNotFillInAreNoPorts) {
     Answer(2, HBA_STATUS_OK, 2);
     Read();
-    EXPECT_EQ(list->entry[0].PortType, 0xFF);
-    EXPECT_EQ(list->entry[1].PortType, 0xFF);
+    EXPECT_EQ(0xFF, list->entry[0].PortType);
+    EXPECT_EQ(0xFF, list->entry[1].PortType);
 }
 
 TEST_F(PortList, FailedAllocationKeepsTheCount) {
     fake.ports.resize(3);
     CAllocatorWatch allocator;
     allocator.Fail(64 * 2 + 68);
-    EXPECT_EQ(Read(), 3);
-    EXPECT_EQ(list, nullptr);
-    EXPECT_EQ(fake.CallsOf("GetFCPortList"), 1);
+    EXPECT_EQ(3, Read());
+    EXPECT_EQ(nullptr, list);
+    EXPECT_EQ(1, fake.CallsOf("GetFCPortList"));
 }
 
 TEST_F(PortList, SizeBeyond32BitsIsAFailedAllocation) {
@@ -284,40 +284,40 @@ TEST_F(PortList, SizeBeyond32BitsIsAFailedAllocation) {
     for (const HBA_UINT32 count : {0x04000000u, 0x7FFFFFFFu}) {
         fake.ClearCalls();
         Answer(count, HBA_STATUS_OK, count);
-        EXPECT_EQ(Read(), static_cast<LONG>(count));
-        EXPECT_EQ(list, nullptr);
-        EXPECT_EQ(fake.CallsOf("GetFCPortList"), 1);
+        EXPECT_EQ(static_cast<LONG>(count), Read());
+        EXPECT_EQ(nullptr, list);
+        EXPECT_EQ(1, fake.CallsOf("GetFCPortList"));
     }
 }
 
 TEST_F(PortList, ReportedCountIsReturned) {
     Answer(3, HBA_STATUS_OK, 2);
-    EXPECT_EQ(Read(), 2);
-    EXPECT_EQ(list->NumberOfEntries, 2u);
+    EXPECT_EQ(2, Read());
+    EXPECT_EQ(2u, list->NumberOfEntries);
 }
 
 TEST_F(PortList, ReportedCountBeyondTheBufferIsCut) {
     for (const HBA_UINT32 claimed : {4u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
         std::free(std::exchange(list, nullptr));
         Answer(3, HBA_STATUS_OK, claimed);
-        EXPECT_EQ(Read(), 3);
-        EXPECT_EQ(list->NumberOfEntries, 3u);
+        EXPECT_EQ(3, Read());
+        EXPECT_EQ(3u, list->NumberOfEntries);
     }
 }
 
 TEST_F(PortList, FailureKeepsTheFirstCountAndTheList) {
     Answer(3, HBA_STATUS_ERROR, 3);
-    EXPECT_EQ(Read(), 3);
-    EXPECT_NE(list, nullptr);
+    EXPECT_EQ(3, Read());
+    EXPECT_NE(nullptr, list);
 }
 
 // Such as one whose handle another thread is reopening.
 TEST_F(PortList, ThatCouldNotBeReadHoldsNoPorts) {
     Answer(2, HBA_STATUS_ERROR_INVALID_HANDLE, 2);
-    EXPECT_EQ(Read(), 2);
-    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(2, Read());
+    ASSERT_NE(nullptr, list);
     for (ULONG i = 0; i < 2; ++i)
-        EXPECT_EQ(list->entry[i].PortType, 0xFF);
+        EXPECT_EQ(0xFF, list->entry[i].PortType);
 }
 
 TEST_F(PortList, KeepsWhatAFailedReadFilledIn) {
@@ -326,10 +326,10 @@ TEST_F(PortList, KeepsWhatAFailedReadFilledIn) {
         return fake.CallsOf("GetFCPortList") == 1 ? HBA_STATUS_ERROR_MORE_DATA : HBA_STATUS_ERROR;
     };
     fake.ports = {FcPort(0, 1), FcPort(3, 2)};
-    EXPECT_EQ(Read(), 2);
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->entry[0].PortType, 0);
-    EXPECT_EQ(list->entry[1].PortType, 3);
+    EXPECT_EQ(2, Read());
+    ASSERT_NE(nullptr, list);
+    EXPECT_EQ(0, list->entry[0].PortType);
+    EXPECT_EQ(3, list->entry[1].PortType);
 }
 
 TEST_F(PortList, ThatHasGrownKeepsThePortsThatCouldBeRead) {
@@ -338,15 +338,15 @@ TEST_F(PortList, ThatHasGrownKeepsThePortsThatCouldBeRead) {
         return FakeHbaLibrary::FillList(ports, fake.ports);
     };
     fake.ports = {FcPort(0, 1)};
-    EXPECT_EQ(Read(), 2);
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->entry[0].PortType, 0);
-    EXPECT_EQ(list->entry[1].PortType, 3);
+    EXPECT_EQ(2, Read());
+    ASSERT_NE(nullptr, list);
+    EXPECT_EQ(0, list->entry[0].PortType);
+    EXPECT_EQ(3, list->entry[1].PortType);
 }
 
 TEST_F(PortList, PortsAddedSinceTheCountAreNotLookedFor) {
     Answer(3, HBA_STATUS_ERROR_MORE_DATA, 9);
-    EXPECT_EQ(Read(), 3);
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->NumberOfEntries, 3u) << "who walks by the list's count stays in the buffer, too";
+    EXPECT_EQ(3, Read());
+    ASSERT_NE(nullptr, list);
+    EXPECT_EQ(3u, list->NumberOfEntries) << "who walks by the list's count stays in the buffer, too";
 }

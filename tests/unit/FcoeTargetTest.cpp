@@ -90,21 +90,21 @@ class TargetList : public TreeTest {
 
 TEST_F(TargetRecord, HasAllItsFields) {
     const QEL_FCOE_TARGET record = Record();
-    EXPECT_EQ(record.strNodeWWN, L"50:06:01:60:BC:E0:A1:B2");
-    EXPECT_EQ(record.strPortWWN, L"50:06:01:60:3C:E0:A1:B2");
-    EXPECT_EQ(record.ulScsiBus, 4u);
-    EXPECT_EQ(record.ulScsiTarget, 6u);
-    EXPECT_EQ(record.ulFcId, 0x010203u);
-    EXPECT_EQ(record.ulNumber, 0xFEDCu);
-    EXPECT_EQ(record.strVendor, L"ORVAN   ");
-    EXPECT_EQ(record.strSerial, L"SERIAL01");
-    EXPECT_EQ(record.strInitiatorPortWWN, L"20:00:00:11:22:33:44:55");
-    EXPECT_EQ(record.strOwningPortWWN, L"owning");
-    EXPECT_EQ(record.strFabricName, L"Fabric 1");
-    EXPECT_EQ(record.strDeviceId, L"{name}");
-    EXPECT_EQ(record.strSecondId, L"second");
-    EXPECT_EQ(std::memcmp(record.byInitiatorPortWWN, Wwn(INITIATOR).wwn, 8), 0);
-    EXPECT_EQ(record.ulPortType, 2u);
+    EXPECT_EQ(L"50:06:01:60:BC:E0:A1:B2", record.strNodeWWN);
+    EXPECT_EQ(L"50:06:01:60:3C:E0:A1:B2", record.strPortWWN);
+    EXPECT_EQ(4u, record.ulScsiBus);
+    EXPECT_EQ(6u, record.ulScsiTarget);
+    EXPECT_EQ(0x010203u, record.ulFcId);
+    EXPECT_EQ(0xFEDCu, record.ulNumber);
+    EXPECT_EQ(L"ORVAN   ", record.strVendor);
+    EXPECT_EQ(L"SERIAL01", record.strSerial);
+    EXPECT_EQ(L"20:00:00:11:22:33:44:55", record.strInitiatorPortWWN);
+    EXPECT_EQ(L"owning", record.strOwningPortWWN);
+    EXPECT_EQ(L"Fabric 1", record.strFabricName);
+    EXPECT_EQ(L"{name}", record.strDeviceId);
+    EXPECT_EQ(L"second", record.strSecondId);
+    EXPECT_EQ(0, std::memcmp(record.byInitiatorPortWWN, Wwn(INITIATOR).wwn, 8));
+    EXPECT_EQ(2u, record.ulPortType);
 }
 
 TEST_F(TargetRecord, DoesNotKeepTheEntry) {
@@ -112,7 +112,7 @@ TEST_F(TargetRecord, DoesNotKeepTheEntry) {
     std::memset(&entry, 0xFF, sizeof entry);
     QEL_FCOE_TARGET record;
     EXPECT_TRUE(target->Get(record));
-    EXPECT_EQ(record.strPortWWN, L"50:06:01:60:3C:E0:A1:B2");
+    EXPECT_EQ(L"50:06:01:60:3C:E0:A1:B2", record.strPortWWN);
 }
 
 TEST_F(TargetRecord, OperationsAreTraced) {
@@ -136,7 +136,7 @@ TEST_F(TargetInquiry, IsSentOncePerTarget) {
     QEL_FCOE_TARGET record;
     target->Get(record);
     target->Get(record);
-    EXPECT_EQ(fake.CallsOf("ScsiInquiry"), 2);
+    EXPECT_EQ(2, fake.CallsOf("ScsiInquiry"));
 }
 
 TEST_F(TargetInquiry, BuffersAreClearedForEachCommand) {
@@ -150,36 +150,36 @@ TEST_F(TargetInquiry, BuffersAreClearedForEachCommand) {
         return HBA_STATUS_OK;
     };
     Make();
-    EXPECT_EQ(clear, 2);
+    EXPECT_EQ(2, clear);
 }
 
 TEST_F(TargetInquiry, StaleTailOfTheFirstResponseIsNoVendor) {
     SetSerial("0123456789");
     standard = {0, 0, 0, 0, 0, 0, 0, 0, 'A', 'B'}; // the second response ends within the vendor
-    EXPECT_EQ(Record().strVendor, std::wstring(L"AB\0\0\0\0\0\0", 8));
+    EXPECT_EQ(std::wstring(L"AB\0\0\0\0\0\0", 8), Record().strVendor);
 }
 
 TEST_F(TargetInquiry, FailuresLeaveTheTextsEmpty) {
     serialStatus = HBA_STATUS_SCSI_CHECK_CONDITION;
     QEL_FCOE_TARGET record = Record();
-    EXPECT_EQ(record.strSerial, L"");
-    EXPECT_EQ(record.strVendor, L"ORVAN   ") << "one command does not depend on the other";
+    EXPECT_EQ(L"", record.strSerial);
+    EXPECT_EQ(L"ORVAN   ", record.strVendor) << "one command does not depend on the other";
 
     serialStatus = HBA_STATUS_OK;
     standardStatus = HBA_STATUS_ERROR;
     record = Record();
-    EXPECT_EQ(record.strSerial, L"SERIAL01");
-    EXPECT_EQ(record.strVendor, L"");
-    EXPECT_EQ(record.ulNumber, 0xFEDCu) << "the rest of the record stands";
+    EXPECT_EQ(L"SERIAL01", record.strSerial);
+    EXPECT_EQ(L"", record.strVendor);
+    EXPECT_EQ(0xFEDCu, record.ulNumber) << "the rest of the record stands";
 }
 
 // The library access layer answers TRUE without a call then.
 TEST_F(TargetInquiry, UnboundLibraryGivesZeroedResponses) {
     library.DeInitHBAAPIMod();
     const QEL_FCOE_TARGET record = Record();
-    EXPECT_EQ(record.strSerial, L"");
-    EXPECT_EQ(record.strVendor, std::wstring(8, L'\0'));
-    EXPECT_EQ(fake.CallsOf("ScsiInquiry"), 0);
+    EXPECT_EQ(L"", record.strSerial);
+    EXPECT_EQ(std::wstring(8, L'\0'), record.strVendor);
+    EXPECT_EQ(0, fake.CallsOf("ScsiInquiry"));
 }
 
 // --- Unit serial number
@@ -187,36 +187,36 @@ TEST_F(TargetInquiry, UnboundLibraryGivesZeroedResponses) {
 TEST_F(TargetSerial, LengthByteZeroIsEmpty) {
     SetSerial("");
     serialPage.push_back('X');
-    EXPECT_EQ(Record().strSerial, L"");
+    EXPECT_EQ(L"", Record().strSerial);
 }
 
 TEST_F(TargetSerial, KeepsLeadingAndTrailingBlanks) {
     SetSerial("   12 34  ");
-    EXPECT_EQ(Record().strSerial, L"   12 34  ");
+    EXPECT_EQ(L"   12 34  ", Record().strSerial);
 }
 
 TEST_F(TargetSerial, EndsWithItsLengthNotWithTheResponse) {
     SetSerial("1234");
     serialPage.insert(serialPage.end(), {'5', '6'});
-    EXPECT_EQ(Record().strSerial, L"1234");
+    EXPECT_EQ(L"1234", Record().strSerial);
 }
 
 TEST_F(TargetSerial, ThirtySevenBytes) {
     const std::string serial = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789!";
     SetSerial(serial);
-    EXPECT_EQ(Record().strSerial, std::wstring(serial.begin(), serial.end()));
+    EXPECT_EQ(std::wstring(serial.begin(), serial.end()), Record().strSerial);
 }
 
 TEST_F(TargetSerial, LongestPageStaysInsideTheBuffer) {
     SetSerial(std::string(255, 'z'));
-    EXPECT_EQ(Record().strSerial, std::wstring(255, L'z'));
+    EXPECT_EQ(std::wstring(255, L'z'), Record().strSerial);
 }
 
 TEST_F(TargetSerial, NullBytesAreSkipped) {
     SetSerial(std::string("12\0\0"
                           "34\0",
                           7));
-    EXPECT_EQ(Record().strSerial, L"1234");
+    EXPECT_EQ(L"1234", Record().strSerial);
 }
 
 TEST_F(TargetSerial, BytesAreInTheSystemsCodePage) {
@@ -227,7 +227,7 @@ TEST_F(TargetSerial, BytesAreInTheSystemsCodePage) {
                         "\xC4"
                         "1",
                         2, expected, 4);
-    EXPECT_EQ(Record().strSerial, expected);
+    EXPECT_EQ(expected, Record().strSerial);
 }
 
 namespace {
@@ -251,26 +251,26 @@ TEST_F(TargetSerial, BytesThatDoNotConvertAreSkipped) {
     SetSerial("1\x81"
               "2\xFF\xFE"
               "3");
-    EXPECT_EQ(Record().strSerial, L"123");
+    EXPECT_EQ(L"123", Record().strSerial);
 }
 
 // --- Vendor identification
 
 TEST_F(TargetVendor, EightCharactersWithTheirBlanks) {
     SetVendor("  AB C  Product");
-    EXPECT_EQ(Record().strVendor, L"  AB C  ");
+    EXPECT_EQ(L"  AB C  ", Record().strVendor);
 }
 
 TEST_F(TargetVendor, BytesAreCharactersOfTheirValue) {
     SetVendor("\xE9\x80\xFF"
               "     ");
-    EXPECT_EQ(Record().strVendor, L"\u00E9\u0080\u00FF     ");
+    EXPECT_EQ(L"\u00E9\u0080\u00FF     ", Record().strVendor);
 }
 
 // The text always has eight characters, and null is one of them.
 TEST_F(TargetVendor, NullBytesAreCharacters) {
     SetVendor(std::string("A\0B\0\0\0\0\0", 8));
-    EXPECT_EQ(Record().strVendor, std::wstring(L"A\0B\0\0\0\0\0", 8));
+    EXPECT_EQ(std::wstring(L"A\0B\0\0\0\0\0", 8), Record().strVendor);
 }
 
 // --- Logical units
@@ -290,16 +290,16 @@ TEST_F(TargetLuns, AreThoseOfTheTargetInTheirOrder) {
 TEST_F(TargetLuns, CarryWhatTheTargetHandsDown) {
     fake.mappings = {Own(1)};
     ASSERT_TRUE(Make()->GetLUNs(luns));
-    ASSERT_EQ(luns.size(), 1u);
+    ASSERT_EQ(1u, luns.size());
     QEL_FCOE_LUN lun;
     luns[0]->Get(lun);
-    EXPECT_EQ(lun.strTargetPortWWN, L"50:06:01:60:3C:E0:A1:B2");
-    EXPECT_EQ(lun.strOwningPortWWN, L"owning");
-    EXPECT_EQ(lun.strInitiatorPortWWN, L"20:00:00:11:22:33:44:55");
-    EXPECT_EQ(lun.strFabricName, L"Fabric 1");
-    EXPECT_EQ(lun.strDeviceId, L"{name}");
-    EXPECT_EQ(lun.strSecondId, L"second");
-    EXPECT_EQ(fake.calls.back(), "ScsiReadCapacityV2 7 2000001122334455 500601603CE0A1B2 0");
+    EXPECT_EQ(L"50:06:01:60:3C:E0:A1:B2", lun.strTargetPortWWN);
+    EXPECT_EQ(L"owning", lun.strOwningPortWWN);
+    EXPECT_EQ(L"20:00:00:11:22:33:44:55", lun.strInitiatorPortWWN);
+    EXPECT_EQ(L"Fabric 1", lun.strFabricName);
+    EXPECT_EQ(L"{name}", lun.strDeviceId);
+    EXPECT_EQ(L"second", lun.strSecondId);
+    EXPECT_EQ("ScsiReadCapacityV2 7 2000001122334455 500601603CE0A1B2 0", fake.calls.back());
 }
 
 TEST_F(TargetLuns, AreAppended) {
@@ -307,7 +307,7 @@ TEST_F(TargetLuns, AreAppended) {
     const auto target = Make();
     EXPECT_TRUE(target->GetLUNs(luns));
     EXPECT_TRUE(target->GetLUNs(luns));
-    EXPECT_EQ(luns.size(), 2u);
+    EXPECT_EQ(2u, luns.size());
     EXPECT_EQ(luns[0], luns[1]) << "shared with the cache";
 }
 
@@ -318,12 +318,12 @@ TEST_F(TargetLuns, AreReadAgainWhenOlderThanTenMilliseconds) {
     target->GetLUNs(luns);
     clock.Advance(10);
     target->GetLUNs(luns);
-    EXPECT_EQ(fake.CallsOf("GetFcpTargetMapping"), 1);
+    EXPECT_EQ(1, fake.CallsOf("GetFcpTargetMapping"));
     clock.Advance(1);
     luns.clear();
     fake.mappings = {Own(8), Own(9)};
     target->GetLUNs(luns);
-    EXPECT_EQ(fake.CallsOf("GetFcpTargetMapping"), 3) << "probe and retry";
+    EXPECT_EQ(3, fake.CallsOf("GetFcpTargetMapping")) << "probe and retry";
     EXPECT_THAT(OsLuns(luns), ElementsAre(8u, 9u));
     EXPECT_TRUE(Traced("CQelFcoeTarget::GetLUNs", ", bReturn=true"));
     EXPECT_TRUE(Traced("CQelFcoeTarget::GetLUNs_Cache", ", bReturn=true"));
@@ -343,7 +343,7 @@ TEST_F(TargetLuns, NoMemoryForTheMappingIsTrueWithNone) {
     allocator.Fail(312);
     EXPECT_TRUE(target->GetLUNs(luns));
     EXPECT_THAT(luns, IsEmpty());
-    EXPECT_EQ(log.Messages().back(), "Unable to retrieve the LUNs List");
+    EXPECT_EQ("Unable to retrieve the LUNs List", log.Messages().back());
 }
 
 TEST_F(TargetLuns, MappingIsFreed) {
@@ -352,7 +352,7 @@ TEST_F(TargetLuns, MappingIsFreed) {
     CAllocatorWatch allocator; // expects no live block at its end
     target->GetLUNs(luns);
     EXPECT_THAT(allocator.Sizes(), ElementsAre(304u + 312));
-    EXPECT_EQ(luns.size(), 2u);
+    EXPECT_EQ(2u, luns.size());
 }
 
 TEST_F(TargetLuns, MappingThatClaimsMoreThanItsBufferIsReadToItsEnd) {
@@ -380,9 +380,9 @@ TEST_F(TargetLuns, OutliveTheTarget) {
 TEST_F(TargetList, NoTargetsGiveAListWithCountZeroAndTwoLines) {
     CAllocatorWatch allocator;
     EXPECT_TRUE(Read());
-    ASSERT_NE(list, nullptr);
+    ASSERT_NE(nullptr, list);
     const ORVAN_TARGET_LIST zeros{};
-    EXPECT_EQ(std::memcmp(list, &zeros, 48), 0);
+    EXPECT_EQ(0, std::memcmp(list, &zeros, 48));
     EXPECT_THAT(allocator.Sizes(), ElementsAre(48u));
     EXPECT_THAT(Messages(), ElementsAre("GetTargetList() succeeded, dwNoOfTargets = 0",
                                         "Looks like there are no targets found on this HBA",
@@ -395,9 +395,9 @@ TEST_F(TargetList, OneTarget) {
     fake.targets = {TargetEntry(1, 2, 3)};
     CAllocatorWatch allocator;
     EXPECT_TRUE(Read());
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->NumberOfEntries, 1u);
-    EXPECT_EQ(std::memcmp(list->entry, fake.targets.data(), 44), 0);
+    ASSERT_NE(nullptr, list);
+    EXPECT_EQ(1u, list->NumberOfEntries);
+    EXPECT_EQ(0, std::memcmp(list->entry, fake.targets.data(), 44));
     EXPECT_THAT(allocator.Sizes(), ElementsAre(48u));
     EXPECT_THAT(Messages(),
                 ElementsAre("GetTargetList() succeeded, dwNoOfTargets = 1", "Looks like there is only 1 target"));
@@ -409,7 +409,7 @@ TEST_F(TargetList, FailedAllocationOfOneTarget) {
     CAllocatorWatch allocator;
     allocator.Fail(48);
     EXPECT_FALSE(Read());
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(nullptr, list);
     EXPECT_THAT(Messages(),
                 ElementsAre("GetTargetList() succeeded, dwNoOfTargets = 1", "Looks like there is only 1 target",
                             "Memory Allocation failed - m_pTargetList"));
@@ -421,9 +421,9 @@ TEST_F(TargetList, MoreTargetsAreReadWithTheReportedCount) {
         fake.targets.push_back(TargetEntry(0, i, i));
     CAllocatorWatch allocator;
     EXPECT_TRUE(Read());
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->NumberOfEntries, 5u);
-    EXPECT_EQ(std::memcmp(list->entry, fake.targets.data(), 5 * 44), 0);
+    ASSERT_NE(nullptr, list);
+    EXPECT_EQ(5u, list->NumberOfEntries);
+    EXPECT_EQ(0, std::memcmp(list->entry, fake.targets.data(), 5 * 44));
     EXPECT_THAT(fake.calls, ElementsAre("GetTargetList 7 1", "GetTargetList 7 5"));
     EXPECT_THAT(allocator.Sizes(), ElementsAre(44u * 4 + 48));
     EXPECT_THAT(Messages(), ElementsAre("GetTargetList() failed Inout No of targets = 5, dwNoOfTargets = 5"));
@@ -435,7 +435,7 @@ TEST_F(TargetList, FailedAllocationForMoreTargets) {
     CAllocatorWatch allocator;
     allocator.Fail(44 * 4 + 48);
     EXPECT_FALSE(Read());
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(nullptr, list);
     EXPECT_THAT(Messages(), ElementsAre("GetTargetList() failed Inout No of targets = 5, dwNoOfTargets = 5",
                                         "Memory Allocation failed - pTargetList."));
 }
@@ -447,7 +447,7 @@ TEST_F(TargetList, FailedRetryIsTrueWithoutList) {
         return HBA_STATUS_ERROR_MORE_DATA;
     };
     EXPECT_TRUE(Read());
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(nullptr, list);
     EXPECT_THAT(Messages(), ElementsAre("GetTargetList() failed Inout No of targets = 3, dwNoOfTargets = 3",
                                         "GetTargetList() failed Inout No of targets = 6, dwNoOfTargets = 6"));
 }
@@ -455,7 +455,7 @@ TEST_F(TargetList, FailedRetryIsTrueWithoutList) {
 TEST_F(TargetList, FailureIsTrueWithoutList) {
     fake.GetTargetList = [](auto...) -> HBA_STATUS { return HBA_STATUS_ERROR; };
     EXPECT_TRUE(Read());
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(nullptr, list);
     EXPECT_THAT(Messages(), ElementsAre("GetTargetList() failed Inout No of targets = 1, dwNoOfTargets = 0"));
 }
 
@@ -465,7 +465,7 @@ TEST_F(TargetList, SuccessOfTheProbeWithSeveralTargetsGivesNoList) {
         return HBA_STATUS_OK;
     };
     EXPECT_TRUE(Read());
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(nullptr, list);
     EXPECT_THAT(Messages(), ElementsAre("GetTargetList() succeeded, dwNoOfTargets = 2"));
 }
 
@@ -473,7 +473,7 @@ TEST_F(TargetList, ListPassedInIsFreedFirst) {
     CAllocatorWatch allocator;
     list = static_cast<ORVAN_TARGET_LIST*>(std::malloc(48));
     EXPECT_TRUE(Read());
-    EXPECT_EQ(allocator.Live(), 1u);
-    EXPECT_EQ(Messages().front(), "CFabricView::GetLUNList() Deleting m_pTargetInfo");
+    EXPECT_EQ(1u, allocator.Live());
+    EXPECT_EQ("CFabricView::GetLUNList() Deleting m_pTargetInfo", Messages().front());
     std::free(std::exchange(list, nullptr));
 }

@@ -37,26 +37,26 @@ class VlanList : public TreeTest {
 
 TEST_F(VlanRecord, ActiveVlan) {
     const QEL_FCOE_VLAN record = Record(*Make(0x00010064));
-    EXPECT_EQ(record.strName, L"VLAN 100");
-    EXPECT_EQ(record.ulVlanId, 100u);
-    EXPECT_EQ(record.ulState, 1u);
-    EXPECT_EQ(record.strState, L"Active");
-    EXPECT_EQ(record.strDeviceId, L"{name}");
-    EXPECT_EQ(record.strSecondId, L"second");
+    EXPECT_EQ(L"VLAN 100", record.strName);
+    EXPECT_EQ(100u, record.ulVlanId);
+    EXPECT_EQ(1u, record.ulState);
+    EXPECT_EQ(L"Active", record.strState);
+    EXPECT_EQ(L"{name}", record.strDeviceId);
+    EXPECT_EQ(L"second", record.strSecondId);
 }
 
 TEST_F(VlanRecord, EveryOtherStateIsInactive) {
-    EXPECT_EQ(Record(*Make(0x00020064)).ulState, 2u);
-    EXPECT_EQ(Record(*Make(0x00020064)).strState, L"Inactive");
-    EXPECT_EQ(Record(*Make(0x00000064)).strState, L"Inactive");
-    EXPECT_EQ(Record(*Make(0xFFFF0064)).strState, L"Inactive");
-    EXPECT_EQ(Record(*Make(0xFFFF0064)).ulState, 0xFFFFu);
+    EXPECT_EQ(2u, Record(*Make(0x00020064)).ulState);
+    EXPECT_EQ(L"Inactive", Record(*Make(0x00020064)).strState);
+    EXPECT_EQ(L"Inactive", Record(*Make(0x00000064)).strState);
+    EXPECT_EQ(L"Inactive", Record(*Make(0xFFFF0064)).strState);
+    EXPECT_EQ(0xFFFFu, Record(*Make(0xFFFF0064)).ulState);
 }
 
 TEST_F(VlanRecord, IdentifierHas16Bits) {
     const QEL_FCOE_VLAN record = Record(*Make(0x0001FFFF));
-    EXPECT_EQ(record.strName, L"VLAN 65535");
-    EXPECT_EQ(record.ulVlanId, 65535u);
+    EXPECT_EQ(L"VLAN 65535", record.strName);
+    EXPECT_EQ(65535u, record.ulVlanId);
 }
 
 TEST_F(VlanRecord, ComesFromTheEntryWithoutALibraryCall) {
@@ -78,7 +78,7 @@ TEST_F(VlanRecord, NeverAgesAfterConstruction) {
     const auto vlan = Make(0x00010064);
     clock.Advance(1000000);
     fake.vlans = {0x00020064};
-    EXPECT_EQ(Record(*vlan).ulState, 1u);
+    EXPECT_EQ(1u, Record(*vlan).ulState);
     EXPECT_TRUE(fake.calls.empty());
 }
 
@@ -89,12 +89,12 @@ TEST_F(VlanRefresh, RereadsTheEntryWithTheSameIdentifier) {
     fake.vlans = {0x00010063, 0x00020064, 0x00030064};
     vlan->SetupCache();
     const QEL_FCOE_VLAN record = Record(*vlan);
-    EXPECT_EQ(record.ulVlanId, 100u);
-    EXPECT_EQ(record.ulState, 2u) << "the first of two with the same identifier";
-    EXPECT_EQ(record.strName, L"VLAN 100");
-    EXPECT_EQ(record.strState, L"Inactive");
-    EXPECT_EQ(record.strDeviceId, L"{name}");
-    EXPECT_EQ(record.strSecondId, L"second");
+    EXPECT_EQ(100u, record.ulVlanId);
+    EXPECT_EQ(2u, record.ulState) << "the first of two with the same identifier";
+    EXPECT_EQ(L"VLAN 100", record.strName);
+    EXPECT_EQ(L"Inactive", record.strState);
+    EXPECT_EQ(L"{name}", record.strDeviceId);
+    EXPECT_EQ(L"second", record.strSecondId);
 }
 
 TEST_F(VlanRefresh, FoundVlanIsFixedAgain) {
@@ -106,8 +106,8 @@ TEST_F(VlanRefresh, FoundVlanIsFixedAgain) {
     const auto calls = fake.calls.size();
     clock.Advance(1000000);
     fake.vlans.clear();
-    EXPECT_EQ(Record(*vlan).ulState, 2u);
-    EXPECT_EQ(fake.calls.size(), calls);
+    EXPECT_EQ(2u, Record(*vlan).ulState);
+    EXPECT_EQ(calls, fake.calls.size());
 }
 
 TEST_F(VlanRefresh, VlanThatIsGoneReadsEmptyUntilItIsBack) {
@@ -116,14 +116,14 @@ TEST_F(VlanRefresh, VlanThatIsGoneReadsEmptyUntilItIsBack) {
     fake.vlans = {0x00010063, 0x00010065};
     vlan->SetupCache();
     QEL_FCOE_VLAN record = Record(*vlan);
-    EXPECT_EQ(record.strName, L"");
-    EXPECT_EQ(record.strDeviceId, L"");
-    EXPECT_EQ(record.ulVlanId, 0u);
+    EXPECT_EQ(L"", record.strName);
+    EXPECT_EQ(L"", record.strDeviceId);
+    EXPECT_EQ(0u, record.ulVlanId);
     fake.vlans = {0x00010064};
     clock.Advance(10000);
-    EXPECT_EQ(Record(*vlan).strName, L"") << "not older than its period yet";
+    EXPECT_EQ(L"", Record(*vlan).strName) << "not older than its period yet";
     clock.Advance(1);
-    EXPECT_EQ(Record(*vlan).strName, L"VLAN 100");
+    EXPECT_EQ(L"VLAN 100", Record(*vlan).strName);
 }
 
 TEST_F(VlanRefresh, SuccessOfTheProbeWithSeveralVlansReadsEmpty) {
@@ -134,14 +134,14 @@ TEST_F(VlanRefresh, SuccessOfTheProbeWithSeveralVlansReadsEmpty) {
         return HBA_STATUS_OK;
     };
     vlan->SetupCache();
-    EXPECT_EQ(Record(*vlan).strName, L"");
+    EXPECT_EQ(L"", Record(*vlan).strName);
 }
 
 TEST_F(VlanRefresh, FailedReadReadsEmpty) {
     const auto vlan = Make(0x00010064);
     fake.GetVlanIdList = [](auto...) -> HBA_STATUS { return HBA_STATUS_ERROR; };
     vlan->SetupCache();
-    EXPECT_EQ(Record(*vlan).strName, L"");
+    EXPECT_EQ(L"", Record(*vlan).strName);
 }
 
 TEST_F(VlanRefresh, ListIsFreed) {
@@ -149,7 +149,7 @@ TEST_F(VlanRefresh, ListIsFreed) {
     fake.vlans = {0x00010063, 0x00020064};
     CAllocatorWatch allocator; // expects no live block at its end
     vlan->SetupCache();
-    EXPECT_EQ(Record(*vlan).ulState, 2u);
+    EXPECT_EQ(2u, Record(*vlan).ulState);
     EXPECT_THAT(allocator.Sizes(), ElementsAre(16u));
 }
 
@@ -157,8 +157,8 @@ TEST_F(VlanRefresh, ListIsFreed) {
 
 TEST_F(VlanList, NoVlansGiveNoList) {
     CAllocatorWatch allocator;
-    EXPECT_EQ(Read(), 0u);
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(0u, Read());
+    EXPECT_EQ(nullptr, list);
     EXPECT_TRUE(allocator.Sizes().empty());
     EXPECT_THAT(fake.calls, ElementsAre("GetVlanIdList 7 1"));
     EXPECT_THAT(Messages(), ElementsAre("GetVLANList() succeeded, dwNoOfVlans = 0",
@@ -169,10 +169,10 @@ TEST_F(VlanList, NoVlansGiveNoList) {
 TEST_F(VlanList, OneVlan) {
     fake.vlans = {0x00010064};
     CAllocatorWatch allocator;
-    EXPECT_EQ(Read(), 1u);
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->NumberOfEntries, 1u);
-    EXPECT_EQ(list->entry[0], 0x00010064u);
+    EXPECT_EQ(1u, Read());
+    ASSERT_NE(nullptr, list);
+    EXPECT_EQ(1u, list->NumberOfEntries);
+    EXPECT_EQ(0x00010064u, list->entry[0]);
     EXPECT_THAT(allocator.Sizes(), ElementsAre(8u));
     EXPECT_THAT(Messages(), ElementsAre("GetVLANList() succeeded, dwNoOfVlans = 1", "Looks like there is only 1 Vlan"));
     EXPECT_TRUE(Traced("CQelFcoeVLAN::GetVlansList_HBA", ", nReturn=1"));
@@ -183,8 +183,8 @@ TEST_F(VlanList, FailedAllocationOfOneVlanKeepsTheCount) {
     fake.vlans = {0x00010064};
     CAllocatorWatch allocator;
     allocator.Fail(8);
-    EXPECT_EQ(Read(), 1u);
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(1u, Read());
+    EXPECT_EQ(nullptr, list);
     EXPECT_THAT(Messages(), ElementsAre("GetVLANList() succeeded, dwNoOfVlans = 1", "Looks like there is only 1 Vlan",
                                         "Memory Allocation failed - m_pVlanList"));
 }
@@ -192,10 +192,10 @@ TEST_F(VlanList, FailedAllocationOfOneVlanKeepsTheCount) {
 TEST_F(VlanList, ThreeVlansTake24BytesAndCarryCountThree) {
     fake.vlans = {0x00010001, 0x00010002, 0x00020003};
     CAllocatorWatch allocator;
-    EXPECT_EQ(Read(), 3u);
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->NumberOfEntries, 3u);
-    EXPECT_EQ(std::memcmp(list->entry, fake.vlans.data(), 12), 0);
+    EXPECT_EQ(3u, Read());
+    ASSERT_NE(nullptr, list);
+    EXPECT_EQ(3u, list->NumberOfEntries);
+    EXPECT_EQ(0, std::memcmp(list->entry, fake.vlans.data(), 12));
     EXPECT_THAT(allocator.Sizes(), ElementsAre(24u));
     EXPECT_THAT(fake.calls, ElementsAre("GetVlanIdList 7 1", "GetVlanIdList 7 3"));
     EXPECT_THAT(Messages(), ElementsAre("GetVLANList() failed Input No of vlans = 3, dwNoOfVlans = 3"));
@@ -206,8 +206,8 @@ TEST_F(VlanList, FailedAllocationForMoreVlansKeepsTheCount) {
     fake.vlans.resize(3);
     CAllocatorWatch allocator;
     allocator.Fail(24);
-    EXPECT_EQ(Read(), 3u);
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(3u, Read());
+    EXPECT_EQ(nullptr, list);
     EXPECT_THAT(Messages(), ElementsAre("GetVLANList() failed Input No of vlans = 3, dwNoOfVlans = 3",
                                         "Memory Allocation failed - pVlanList."));
 }
@@ -218,8 +218,8 @@ TEST_F(VlanList, FailedRetryGivesTheLastCountWithoutList) {
         vlans->NumberOfEntries = probe ? 3 : 5;
         return HBA_STATUS_ERROR_MORE_DATA;
     };
-    EXPECT_EQ(Read(), 5u);
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(5u, Read());
+    EXPECT_EQ(nullptr, list);
     EXPECT_THAT(Messages(), ElementsAre("GetVLANList() failed Input No of vlans = 3, dwNoOfVlans = 3",
                                         "GetVLANList() failed Inout No of Vlans = 5, dwNoOfVlans = 5"));
 }
@@ -231,14 +231,14 @@ TEST_F(VlanList, RetryThatFailsOtherwiseCountsNothing) {
         vlans->NumberOfEntries = 3;
         return HBA_STATUS_ERROR_MORE_DATA;
     };
-    EXPECT_EQ(Read(), 0u);
+    EXPECT_EQ(0u, Read());
     EXPECT_TRUE(log.Has("GetVLANList() failed Inout No of Vlans = 3, dwNoOfVlans = 0"));
 }
 
 TEST_F(VlanList, FailureGivesNothing) {
     fake.GetVlanIdList = [](auto...) -> HBA_STATUS { return HBA_STATUS_ERROR; };
-    EXPECT_EQ(Read(), 0u);
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(0u, Read());
+    EXPECT_EQ(nullptr, list);
     EXPECT_THAT(Messages(), ElementsAre("GetVLANList() failed Input No of vlans = 1, dwNoOfVlans = 0"));
 }
 
@@ -247,8 +247,8 @@ TEST_F(VlanList, SuccessOfTheProbeWithSeveralVlansGivesTheCountWithoutList) {
         vlans->NumberOfEntries = 2;
         return HBA_STATUS_OK;
     };
-    EXPECT_EQ(Read(), 2u);
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(2u, Read());
+    EXPECT_EQ(nullptr, list);
     EXPECT_THAT(Messages(), ElementsAre("GetVLANList() succeeded, dwNoOfVlans = 2"));
 }
 
@@ -259,8 +259,8 @@ TEST_F(VlanList, CountBeyondTheBufferIsCut) {
         return probe ? HBA_STATUS_ERROR_MORE_DATA : HBA_STATUS_OK;
     };
     CAllocatorWatch allocator;
-    EXPECT_EQ(Read(), 3u);
-    EXPECT_EQ(list->NumberOfEntries, 3u);
+    EXPECT_EQ(3u, Read());
+    EXPECT_EQ(3u, list->NumberOfEntries);
     std::free(std::exchange(list, nullptr));
 }
 
@@ -269,5 +269,5 @@ TEST_F(VlanList, PointerPassedInIsNeitherReadNorFreed) {
     list = &local;
     CAllocatorWatch allocator;
     Read();
-    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(nullptr, list);
 }

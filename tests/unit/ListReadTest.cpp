@@ -49,8 +49,8 @@ TEST_F(ListRead, RetriesOnceWithRoomForAll) {
     const auto result = ReadList(&library, HANDLE_7, KIND);
     EXPECT_THAT(fake.calls, ElementsAre("GetTargetList 7 1", "GetTargetList 7 5"));
     EXPECT_THAT(allocator.Sizes(), ElementsAre(44u * 4 + 48));
-    EXPECT_EQ(result.ulCount, 5u);
-    EXPECT_EQ(ListEntries(result.list.Get()).size(), 5u);
+    EXPECT_EQ(5u, result.ulCount);
+    EXPECT_EQ(5u, ListEntries(result.list.Get()).size());
     EXPECT_THAT(Messages(), ElementsAre("probe 5 5"));
 }
 
@@ -63,7 +63,7 @@ TEST_F(ListRead, EveryEntryArrives) {
     const auto result = ReadList(&library, HANDLE_7, KIND);
     HBA_UINT32 expected = 1000;
     for (const auto& entry : ListEntries(result.list.Get()))
-        EXPECT_EQ(entry.FcId, expected++);
+        EXPECT_EQ(expected++, entry.FcId);
     EXPECT_EQ(expected, 1100u);
 }
 
@@ -80,7 +80,7 @@ TEST_F(ListRead, RetryBufferIsClearedAndCarriesTheCount) {
     ReadList(&library, HANDLE_7, KIND);
     std::vector<BYTE> expected(44 * 2 + 48);
     expected[0] = 3;
-    EXPECT_EQ(seen, expected);
+    EXPECT_EQ(expected, seen);
 }
 
 TEST_F(ListRead, ProbeFailureWithoutMoreDataIsFinal) {
@@ -91,8 +91,8 @@ TEST_F(ListRead, ProbeFailureWithoutMoreDataIsFinal) {
     const auto result = ReadList(&library, HANDLE_7, KIND);
     EXPECT_FALSE(result.list);
     EXPECT_TRUE(result.bMemory);
-    EXPECT_EQ(result.ulCount, 0u);
-    EXPECT_EQ(fake.CallsOf("GetTargetList"), 1);
+    EXPECT_EQ(0u, result.ulCount);
+    EXPECT_EQ(1, fake.CallsOf("GetTargetList"));
     EXPECT_THAT(Messages(), ElementsAre("probe 9 0"));
 }
 
@@ -100,7 +100,7 @@ TEST_F(ListRead, MoreDataWithoutACountIsFinal) {
     fake.GetTargetList = Answers(0, HBA_STATUS_OK, 0);
     const auto result = ReadList(&library, HANDLE_7, KIND);
     EXPECT_FALSE(result.list);
-    EXPECT_EQ(fake.CallsOf("GetTargetList"), 1);
+    EXPECT_EQ(1, fake.CallsOf("GetTargetList"));
 }
 
 TEST_F(ListRead, SuccessOfTheProbeWithMoreThanOneEntryGivesNoList) {
@@ -111,8 +111,8 @@ TEST_F(ListRead, SuccessOfTheProbeWithMoreThanOneEntryGivesNoList) {
     const auto result = ReadList(&library, HANDLE_7, KIND);
     EXPECT_FALSE(result.list);
     EXPECT_TRUE(result.bMemory);
-    EXPECT_EQ(result.ulCount, 2u);
-    EXPECT_EQ(fake.CallsOf("GetTargetList"), 1);
+    EXPECT_EQ(2u, result.ulCount);
+    EXPECT_EQ(1, fake.CallsOf("GetTargetList"));
     EXPECT_THAT(Messages(), ElementsAre("succeeded 2"));
 }
 
@@ -120,7 +120,7 @@ TEST_F(ListRead, NoEntriesGiveAnEmptyListWhenTheKindSaysSo) {
     CAllocatorWatch allocator;
     const auto result = ReadList(&library, HANDLE_7, KIND);
     ASSERT_TRUE(result.list);
-    EXPECT_EQ(result.list.Get()->NumberOfEntries, 0u);
+    EXPECT_EQ(0u, result.list.Get()->NumberOfEntries);
     EXPECT_THAT(allocator.Sizes(), ElementsAre(48u));
     EXPECT_THAT(Messages(), ElementsAre("succeeded 0", "none", "none", "none"));
 }
@@ -138,8 +138,8 @@ TEST_F(ListRead, TheOneEntryIsCopied) {
     fake.targets = {TargetEntry(2, 0x11, 0x22)};
     CAllocatorWatch allocator;
     const auto result = ReadList(&library, HANDLE_7, KIND);
-    ASSERT_EQ(ListEntries(result.list.Get()).size(), 1u);
-    EXPECT_EQ(std::memcmp(&ListEntries(result.list.Get())[0], &fake.targets[0], 44), 0);
+    ASSERT_EQ(1u, ListEntries(result.list.Get()).size());
+    EXPECT_EQ(0, std::memcmp(&ListEntries(result.list.Get())[0], &fake.targets[0], 44));
     EXPECT_THAT(Messages(), ElementsAre("succeeded 1", "one"));
 }
 
@@ -148,23 +148,23 @@ TEST_F(ListRead, CountThatGrewBetweenProbeAndRetryIsFinal) {
     const auto result = ReadList(&library, HANDLE_7, KIND);
     EXPECT_FALSE(result.list);
     EXPECT_TRUE(result.bMemory);
-    EXPECT_EQ(result.ulCount, 8u);
-    EXPECT_EQ(fake.CallsOf("GetTargetList"), 2);
+    EXPECT_EQ(8u, result.ulCount);
+    EXPECT_EQ(2, fake.CallsOf("GetTargetList"));
     EXPECT_THAT(Messages(), ElementsAre("probe 3 3", "retry 8 8"));
 }
 
 TEST_F(ListRead, CountThatShrankIsTheCount) {
     fake.GetTargetList = Answers(3, HBA_STATUS_OK, 2);
     const auto result = ReadList(&library, HANDLE_7, KIND);
-    EXPECT_EQ(result.ulCount, 2u);
-    EXPECT_EQ(ListEntries(result.list.Get()).size(), 2u);
+    EXPECT_EQ(2u, result.ulCount);
+    EXPECT_EQ(2u, ListEntries(result.list.Get()).size());
 }
 
 TEST_F(ListRead, RetryThatFindsNothingGivesAListWithoutEntries) {
     fake.GetTargetList = Answers(3, HBA_STATUS_OK, 0);
     const auto result = ReadList(&library, HANDLE_7, KIND);
     EXPECT_TRUE(result.list);
-    EXPECT_EQ(result.ulCount, 0u);
+    EXPECT_EQ(0u, result.ulCount);
     EXPECT_THAT(Messages(), ElementsAre("probe 3 3"));
 }
 
@@ -173,11 +173,11 @@ TEST_F(ListRead, CountBeyondTheBufferIsCutToTheBuffer) {
     for (const HBA_UINT32 claimed : {4u, 100000u, 0xFFFFFFFFu}) {
         fake.GetTargetList = Answers(3, HBA_STATUS_OK, claimed);
         const auto result = ReadList(&library, HANDLE_7, KIND);
-        EXPECT_EQ(result.ulCount, 3u);
+        EXPECT_EQ(3u, result.ulCount);
         unsigned sum = 0;
         for (const auto& entry : ListEntries(result.list.Get()))
             sum += entry.FcId + 1;
-        EXPECT_EQ(sum, 3u);
+        EXPECT_EQ(3u, sum);
     }
 }
 
@@ -188,8 +188,8 @@ TEST_F(ListRead, FailedAllocationForTheRetry) {
     const auto result = ReadList(&library, HANDLE_7, KIND);
     EXPECT_FALSE(result.list);
     EXPECT_FALSE(result.bMemory);
-    EXPECT_EQ(result.ulCount, 3u);
-    EXPECT_EQ(fake.CallsOf("GetTargetList"), 1);
+    EXPECT_EQ(3u, result.ulCount);
+    EXPECT_EQ(1, fake.CallsOf("GetTargetList"));
     EXPECT_THAT(Messages(), ElementsAre("probe 3 3", "no memory for all"));
 }
 
@@ -203,8 +203,8 @@ TEST_F(ListRead, SizeBeyond32BitsIsAFailedAllocation) {
         EXPECT_FALSE(result.bMemory);
     }
     EXPECT_TRUE(allocator.Sizes().empty());
-    EXPECT_EQ(fake.CallsOf("GetTargetList"), 2);
-    EXPECT_EQ(log.Count("no memory for all"), 2);
+    EXPECT_EQ(2, fake.CallsOf("GetTargetList"));
+    EXPECT_EQ(2, log.Count("no memory for all"));
 }
 
 TEST(ListSize, LargestSizeIsTheLargestThatFits32Bits) {
@@ -213,7 +213,7 @@ TEST(ListSize, LargestSizeIsTheLargestThatFits32Bits) {
     AllocateList<ORVAN_VLAN_LIST>(0x1FFFFFFF, 8); // 8 * 0x1FFFFFFF
     EXPECT_THAT(allocator.Sizes(), ElementsAre(0xFFFFFFF8));
     EXPECT_FALSE(AllocateList<ORVAN_VLAN_LIST>(0x20000000, 8));
-    EXPECT_EQ(allocator.Sizes().size(), 1u);
+    EXPECT_EQ(1u, allocator.Sizes().size());
 }
 
 TEST(ListEntries, NoListHasNone) {

@@ -93,6 +93,14 @@ TEST_F(CacheObjectTest, ElapsedAcrossTheWrapOfTheTickCounterIs21) {
     EXPECT_EQ(1, source.calls);
 }
 
+TEST_F(CacheObjectTest, AgeIsANumberWithoutSign) {
+    CacheObject object(&source, 10, &Fill);
+    EXPECT_TRUE(object.Get(out));
+    clock.Advance(0x80000010);
+    EXPECT_TRUE(object.Get(out));
+    EXPECT_EQ(2, source.calls);
+}
+
 TEST_F(CacheObjectTest, FailureOfTheFirstFillIsRetriedOnEveryRead) {
     source.succeeds = false;
     CacheObject object(&source, 10, &Fill);

@@ -113,6 +113,46 @@ TEST_F(FcoeHBA, DeviceNameThatFillsTheBufferIsNoAdapter) {
     EXPECT_EQ(1, fake.CallsOf("GetFCoEControllerInfo"));
 }
 
+namespace {
+
+// Whether another thread holds the lock.
+bool IsHeld(CQelLock& lock) {
+    bool held = true;
+    std::thread([&] {
+        if (lock.TryEnter()) {
+            held = false;
+            lock.Leave();
+        }
+    }).join();
+    return held;
+}
+
+struct LockOf : CQelFcoeHBA {
+    static CQelLock& Get(CQelFcoeHBA& hba) { return hba.*(&LockOf::m_csLock); }
+};
+
+} // namespace
+
+TEST_F(FcoeHBA, HandleIsReopenedAndClosedUnderTheLock) {
+    Make();
+    CQelLock& lock = LockOf::Get(*hba);
+    EXPECT_FALSE(IsHeld(lock));
+    std::vector<bool> held;
+    const auto info = std::exchange(fake.GetFCoEControllerInfo, nullptr);
+    fake.GetFCoEControllerInfo = [&](const wchar_t* device, HBA_UINT32* controller, char* name) {
+        held.push_back(IsHeld(lock));
+        return info(device, controller, name);
+    };
+    const auto close = std::exchange(fake.CloseAdapter, nullptr);
+    fake.CloseAdapter = [&](HBA_HANDLE handle) {
+        held.push_back(IsHeld(lock));
+        close(handle);
+    };
+    Record();
+    hba.reset();
+    EXPECT_THAT(held, ElementsAre(true, true, true, true, true)) << "the record opens twice, the end closes";
+}
+
 TEST_F(FcoeHBA, DestructionClosesTheHandle) {
     Make();
     hba.reset();

@@ -216,6 +216,13 @@ TEST_F(FcoeHBAVports, RefusedDeletionOfAnUnknownPortIsError207) {
     EXPECT_TRUE(Invalidated());
 }
 
+TEST_F(FcoeHBAVports, RefusedDeletionLooksAmongThePortsAsTheyWereRead) {
+    removeStatus = 1;
+    hba->DeleteVPort(NEW_WWPN, errors);
+    EXPECT_EQ(0, fake.CallsOf("GetFCPortList"));
+    EXPECT_TRUE(Invalidated());
+}
+
 TEST_F(FcoeHBAVports, FirstPortOfTheNameDecides) {
     removeStatus = 1;
     const HBA_WWN shared{{0x30, 0, 0, 0, 0, 0, 0, 1}};

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "Common/Src/ModuleFunction.h"
 #include "FcoeAgent/QelString.h"
 
 std::shared_ptr<const VendorLibrary> VendorLibrary::Reloaded(std::shared_ptr<const CQelModule> pNewModule) const {
@@ -11,13 +12,13 @@ std::shared_ptr<const VendorLibrary> VendorLibrary::Reloaded(std::shared_ptr<con
         VendorLibrary{std::move(pNewModule), bSame ? entryPoints : HBA_ENTRYPOINTSV2{}});
 }
 
-FunctionState VendorBinding::FindFunction(const wchar_t* pszName, void*& pFunction) const {
+FunctionState VendorBinding::LookUp(const wchar_t* pszName, void*& pFunction) const {
     char szName[ORVAN_NAME_SIZE];
     if (!ConvertTCHARToChar(pszName, szName))
         return FunctionState::NotConverted;
     if (!IsLoaded())
         return FunctionState::Missing;
-    pFunction = reinterpret_cast<void*>(GetProcAddress(pLibrary->pModule->Get(), szName));
+    pFunction = FindFunction<void*>(pLibrary->pModule->Get(), szName);
     return pFunction ? FunctionState::There : FunctionState::Missing;
 }
 

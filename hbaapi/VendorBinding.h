@@ -45,7 +45,7 @@ struct VendorBinding {
     // An export, looked up afresh at every call. When the module lacks it GetLastError tells the reason.
     template <class F> [[nodiscard]] FoundFunction<F> FindExport(const VendorExport<F>& wanted) const {
         void* pFunction = nullptr;
-        const FunctionState eState = FindFunction(wanted.pszName, pFunction);
+        const FunctionState eState = LookUp(wanted.pszName, pFunction);
         return {eState, reinterpret_cast<F>(pFunction)};
     }
     // The same, but a library that is not ready is not asked: it lacks every export, whatever the name.
@@ -53,7 +53,7 @@ struct VendorBinding {
         return IsReady() ? FindExport(wanted) : FoundFunction<F>{};
     }
     // What is behind FindExport. pFunction is written when the function is there.
-    [[nodiscard]] FunctionState FindFunction(const wchar_t* pszName, void*& pFunction) const;
+    [[nodiscard]] FunctionState LookUp(const wchar_t* pszName, void*& pFunction) const;
 };
 
 // The 8-bit (ANSI) text of a name that crosses the library's boundary; false when it does not fit or cannot be

@@ -1,7 +1,8 @@
 #include "model/NumberFormat.h"
 
-#include <cwchar>
 #include <iterator>
+
+#include "Common/Src/NumberText.h"
 
 CQelNumberFormat::CQelNumberFormat(const CQelString& strFormat) : m_strFormat(strFormat), m_bUsual(false) {
     constexpr wchar_t CONVERSION[] = L"%I64d";
@@ -16,11 +17,10 @@ CQelNumberFormat::CQelNumberFormat(const CQelString& strFormat) : m_strFormat(st
 CQelString CQelNumberFormat::Text(LONG64 llValue) const {
     CQelString strText;
     if (m_bUsual) {
-        wchar_t szDigits[24];
-        _i64tow(llValue, szDigits, 10);
-        const std::size_t nDigits = wcslen(szDigits);
-        strText.reserve(m_strBefore.size() + nDigits + m_strAfter.size());
-        strText.append(m_strBefore).append(szDigits, nDigits).append(m_strAfter);
+        NumberRoom szRoom;
+        const std::wstring_view digits = DecimalText(szRoom, llValue);
+        strText.reserve(m_strBefore.size() + digits.size() + m_strAfter.size());
+        strText.append(m_strBefore).append(digits).append(m_strAfter);
     } else {
         strText.FormatString(m_strFormat, llValue);
     }

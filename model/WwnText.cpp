@@ -4,6 +4,7 @@
 #include <iterator>
 #include <vector>
 
+#include "Common/Src/NumberText.h"
 #include "FcoeAgent/QelResource.h"
 #include "model/ResourceText.h"
 
@@ -16,11 +17,10 @@ bool IsHexDigit(wchar_t ch) {
 // What the usual format makes of the eight bytes. An adapter's tree holds some of these texts for every unit, and
 // formatting them was most of what its texts cost.
 void AssignUsualText(CQelString& strText, const HBA_UINT8* pbyWwn) {
-    constexpr wchar_t DIGITS[] = L"0123456789ABCDEF";
     wchar_t szText[3 * 8];
     for (std::size_t i = 0; i < 8; ++i) {
-        szText[3 * i] = DIGITS[pbyWwn[i] >> 4];
-        szText[3 * i + 1] = DIGITS[pbyWwn[i] & 15];
+        szText[3 * i] = HexadecimalDigit(pbyWwn[i] >> 4, Case::Upper);
+        szText[3 * i + 1] = HexadecimalDigit(pbyWwn[i], Case::Upper);
         szText[3 * i + 2] = L':';
     }
     strText.assign(szText, std::size(szText) - 1);

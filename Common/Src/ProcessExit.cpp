@@ -4,22 +4,18 @@
 
 #include <windows.h>
 
+#include "Common/Src/ModuleFunction.h"
+
 namespace {
 
 std::atomic<bool> g_bTerminating;
 
 using PFN_RtlDllShutdownInProgress = BOOLEAN(NTAPI*)();
 
-PFN_RtlDllShutdownInProgress FindShutdownTest() noexcept {
-    const HMODULE hNtdll = GetModuleHandleW(L"ntdll.dll");
-    return hNtdll ? reinterpret_cast<PFN_RtlDllShutdownInProgress>(
-                        reinterpret_cast<void*>(GetProcAddress(hNtdll, "RtlDllShutdownInProgress")))
-                  : nullptr;
-}
-
 // Looked up while the module is loaded: the first to ask may be the end of the process, and the test of a local
 // static's first use is a lock.
-const PFN_RtlDllShutdownInProgress g_pfnShutdownInProgress = FindShutdownTest();
+const auto g_pfnShutdownInProgress =
+    FindFunction<PFN_RtlDllShutdownInProgress>(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress");
 
 } // namespace
 

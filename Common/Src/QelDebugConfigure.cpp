@@ -10,18 +10,18 @@
 #include "Common/Src/LogGuard.h"
 #include "Common/Src/Owner.h"
 #include "Common/Src/QelSecure.h"
+#include "Common/Src/SuiteKeys.h"
 
 namespace {
 
 constexpr wchar_t SOURCE_FILE[] = L"Common\\Src\\QelDebugConfigure";
-constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\ORVAN\\NETWORK_SERVICES\\QEL2";
 constexpr std::size_t PATH_CAPACITY = 1024;
 constexpr std::size_t TEMP_CAPACITY = 260;
 constexpr std::size_t FILE_NAME_LIMIT = 246;
 
 CQelKeyHandle OpenSuiteKey() {
     CQelKeyHandle key;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, SUITE_KEY, 0, KEY_READ, key.Put()) != ERROR_SUCCESS)
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, LOG_SETTINGS_KEY, 0, KEY_READ, key.Put()) != ERROR_SUCCESS)
         key.Release();
     return key;
 }

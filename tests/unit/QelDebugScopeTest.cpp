@@ -1,7 +1,6 @@
 // The scope tracer and the traced result, which write to the program's log.
 #include "FcoeAgent/QelDebug.h"
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -105,25 +104,6 @@ TEST(QelDebugScope, PrintArgumentsAreEvaluatedOnlyWhenTheLogIsOn) {
     const LogCapture log;
     QEL_PRINT(L"%d", ++evaluated);
     EXPECT_EQ(1, evaluated);
-}
-
-LONG Traced(LONG result, bool fails) {
-    CQelTracedResult traced(L"Class::Operation", LONG{-3});
-    if (fails)
-        throw std::runtime_error("on the way");
-    return traced(result);
-}
-
-TEST(QelTracedResult, IsWhatTheExitShows) {
-    const LogCapture log;
-    EXPECT_EQ(7, Traced(7, false));
-    EXPECT_EQ((Texts{"ENTRY:  Class::Operation", "EXIT:  Class::Operation, nReturn=7"}), log.Lines());
-}
-
-TEST(QelTracedResult, ShowsItsFirstValueWhenAnExceptionPasses) {
-    const LogCapture log;
-    EXPECT_THROW(Traced(7, true), std::runtime_error);
-    EXPECT_EQ((Texts{"ENTRY:  Class::Operation", "EXIT:  Class::Operation, nReturn=-3"}), log.Lines());
 }
 
 // In child processes, whose log is configured otherwise.

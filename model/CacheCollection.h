@@ -64,6 +64,6 @@ class CacheCollection {
 
     void* m_pOwner;
     std::shared_ptr<const CQelString> m_pName; // the owner's, for the reader of a dump
-    // A key stands once. An ordered map would cost each of thousands of units, which have one entry, 64 bytes more.
+    // A key stands once. An ordered map would cost each of thousands of units, which have one entry, 56 bytes more.
     std::vector<Entry> m_vecEntries;
 };

@@ -22,7 +22,7 @@ class CQelFcoeFabric : public CQelFcoeBase {
                    const ORVAN_FC_PORT_LIST* pPorts, ULONG ulKind);
     ~CQelFcoeFabric();
 
-    BOOL Get(QEL_FCOE_FABRIC& fabric) const;
+    [[nodiscard]] BOOL Get(QEL_FCOE_FABRIC& fabric) const;
     // Each appends in the order of the ports, never clears. FALSE when a level above failed or any one of its objects
     // did; what the others gave is appended all the same.
     BOOL GetPorts(std::vector<std::shared_ptr<CQelFcoePort>>& vecPorts) const;

@@ -22,15 +22,15 @@ struct PciSlot;
 // Public readers answer from the cache; the ..._HBA readers ask the library and fill it. Lists are appended to, never
 // cleared. What the library refuses gives TRUE with an empty record or list, or with what could be read.
 // Threading: any operation may be called from any thread. Each reader that asks the library reopens the adapter's
-// handle first, under which another thread may be reading: what the library then refuses that thread is missing in its
-// answer.
+// handle first. Meanwhile the library may refuse another thread, which still reads by the old one: what it refused is
+// missing in that thread's answer.
 class CQelFcoeHBA : public CQelFcoeBase {
   public:
     CQelFcoeHBA(CHBAAPIInt* pLibrary, const CQelString& strName, const CQelString& strSecondName);
     ~CQelFcoeHBA();
 
     // The adapter's record; untouched when FALSE, empty when the library refused.
-    BOOL Get(QEL_FCOE_HBA& record);
+    [[nodiscard]] BOOL Get(QEL_FCOE_HBA& record);
     BOOL GetFabrics(std::vector<std::shared_ptr<CQelFcoeFabric>>& vecFabrics);
     BOOL GetVLANs(std::vector<std::shared_ptr<CQelFcoeVLAN>>& vecVLANs);
     BOOL GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs);

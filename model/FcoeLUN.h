@@ -23,11 +23,12 @@ class CQelFcoeLUN : public CQelFcoeBase {
                 std::shared_ptr<const TargetPath> pPath, const HBA_FCPSCSIENTRY& entry);
     ~CQelFcoeLUN();
 
-    BOOL Get(QEL_FCOE_LUN& lun) const;
+    [[nodiscard]] BOOL Get(QEL_FCOE_LUN& lun) const;
 
     // The adapter's logical units, of all targets. A mapping passed in is freed first; the caller frees the one handed
     // out with the C allocator. FALSE when memory ran out. TRUE can come without a mapping.
-    static BOOL GetLUNSList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, HBA_FCPTARGETMAPPING*& pMapping);
+    [[nodiscard]] static BOOL GetLUNSList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter,
+                                              HBA_FCPTARGETMAPPING*& pMapping);
 
   private:
     void SetupLUN(HBA_HANDLE hAdapter, const HBA_FCPSCSIENTRY& entry);

@@ -24,7 +24,7 @@ class CQelFcoePort : public CQelFcoeBase {
     void SetupCache();
     void SetupPort(const CQelString& strFabricName, const ORVAN_FC_PORT& entry);
 
-    BOOL Get(QEL_FCOE_PORT& port) const;
+    [[nodiscard]] BOOL Get(QEL_FCOE_PORT& port) const;
     // Appends the targets that the port reaches.
     BOOL GetTargets(std::vector<std::shared_ptr<CQelFcoeTarget>>& vecTargets) const;
     // The reader behind the cached list. TRUE with nothing appended when the adapter's targets cannot be read.
@@ -33,7 +33,7 @@ class CQelFcoePort : public CQelFcoeBase {
     // The adapter's ports. Returns their number, and not whether there is a list: test both. The list's own count and
     // the returned one never exceed the entries that it holds. The caller frees the list with the C allocator; the
     // pointer passed in is overwritten unseen.
-    static LONG GetPortsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_FC_PORT_LIST*& pList);
+    [[nodiscard]] static LONG GetPortsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_FC_PORT_LIST*& pList);
 
   private:
     const CQelString m_strFabricName; // empty while the fabric had no name

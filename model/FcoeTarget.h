@@ -25,7 +25,7 @@ class CQelFcoeTarget : public CQelFcoeBase {
 
     void SetupCache();
 
-    BOOL Get(QEL_FCOE_TARGET& target) const;
+    [[nodiscard]] BOOL Get(QEL_FCOE_TARGET& target) const;
     // Appends the target's logical units.
     BOOL GetLUNs(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const;
     BOOL GetLUNs_Cache(std::vector<std::shared_ptr<CQelFcoeLUN>>& vecLUNs) const;
@@ -34,7 +34,7 @@ class CQelFcoeTarget : public CQelFcoeBase {
 
     // The adapter's targets, of all ports. A list passed in is freed first; the caller frees the one handed out with
     // the C allocator. FALSE when memory ran out. TRUE can come without a list.
-    static BOOL GetTargetsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_TARGET_LIST*& pList);
+    [[nodiscard]] static BOOL GetTargetsList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_TARGET_LIST*& pList);
 
   private:
     void SetupTarget(HBA_HANDLE hAdapter, const ORVAN_TARGET_ENTRY& entry);

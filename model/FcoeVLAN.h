@@ -16,14 +16,14 @@ class CQelFcoeVLAN : public CQelFcoeBase {
     // place for good, so a record is read again only after another call.
     void SetupCache();
 
-    BOOL Get(QEL_FCOE_VLAN& vlan) const;
+    [[nodiscard]] BOOL Get(QEL_FCOE_VLAN& vlan) const;
     // The reader behind the registered record. When the adapter has lost the VLAN or could not be asked, vlan stays as
     // it is; the record that is registered then reads empty until it has aged and the VLAN is back.
     void GetVLAN_HBA(QEL_FCOE_VLAN& vlan);
 
     // The adapter's VLANs. Returns their number as last known, and not whether there is a list: test both. The caller
     // frees the list with the C allocator; the pointer passed in is overwritten unseen.
-    static ULONG GetVlansList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_VLAN_LIST*& pList);
+    [[nodiscard]] static ULONG GetVlansList_HBA(CHBAAPIInt* pLibrary, HBA_HANDLE hAdapter, ORVAN_VLAN_LIST*& pList);
 
   private:
     void SetupVLAN(ULONG ulEntry, QEL_FCOE_VLAN& vlan);

@@ -130,7 +130,7 @@ TEST_F(FormatLunData, TenByteResponse) {
 }
 
 TEST_F(FormatLunData, TenByteMessages) {
-    util.FormatLUNData(TEN, 0, capacity, blockSize);
+    EXPECT_EQ(0, util.FormatLUNData(TEN, 0, capacity, blockSize));
     EXPECT_THAT(log.Messages(),
                 ElementsAre("DeriveCorrectBufSz LBA nRspBufMSB = 3, NoOfIterations = 4", "dwBuf = 0", "dwBuf = 4096",
                             "dwBuf = 4096", "dwBuf = 4096", "dwLUNBuf = 1000",

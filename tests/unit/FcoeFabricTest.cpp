@@ -56,7 +56,7 @@ class FcoeFabricTest : public TreeTest {
         std::vector<ULONG> numbers;
         for (const auto& target : targets) {
             QEL_FCOE_TARGET record;
-            target->Get(record);
+            EXPECT_TRUE(target->Get(record));
             numbers.push_back(record.ulNumber);
         }
         return numbers;
@@ -65,7 +65,7 @@ class FcoeFabricTest : public TreeTest {
         std::vector<ULONG> numbers;
         for (const auto& lun : luns) {
             QEL_FCOE_LUN record;
-            lun->Get(record);
+            EXPECT_TRUE(lun->Get(record));
             numbers.push_back(record.ulOsLun);
         }
         return numbers;

@@ -157,7 +157,7 @@ TEST_F(PortTargets, CarryWhatThePortHandsDown) {
     fake.targets = {Target(1, 0, PORT)};
     ASSERT_EQ(1u, TargetNumbers().size());
     QEL_FCOE_TARGET record;
-    targets[0]->Get(record);
+    EXPECT_TRUE(targets[0]->Get(record));
     EXPECT_EQ(L"Fabric 1", record.strFabricName);
     EXPECT_EQ(L"30:00:00:11:22:33:44:55", record.strOwningPortWWN);
     EXPECT_EQ(L"{name}", record.strDeviceId);

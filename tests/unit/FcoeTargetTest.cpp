@@ -134,8 +134,8 @@ TEST_F(TargetInquiry, SerialNumberPageFirstThenStandardToLunZero) {
 TEST_F(TargetInquiry, IsSentOncePerTarget) {
     const auto target = Make();
     QEL_FCOE_TARGET record;
-    target->Get(record);
-    target->Get(record);
+    EXPECT_TRUE(target->Get(record));
+    EXPECT_TRUE(target->Get(record));
     EXPECT_EQ(2, fake.CallsOf("ScsiInquiry"));
 }
 
@@ -292,7 +292,7 @@ TEST_F(TargetLuns, CarryWhatTheTargetHandsDown) {
     ASSERT_TRUE(Make()->GetLUNs(luns));
     ASSERT_EQ(1u, luns.size());
     QEL_FCOE_LUN lun;
-    luns[0]->Get(lun);
+    EXPECT_TRUE(luns[0]->Get(lun));
     EXPECT_EQ(L"50:06:01:60:3C:E0:A1:B2", lun.strTargetPortWWN);
     EXPECT_EQ(L"owning", lun.strOwningPortWWN);
     EXPECT_EQ(L"20:00:00:11:22:33:44:55", lun.strInitiatorPortWWN);

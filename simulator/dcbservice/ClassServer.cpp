@@ -1,16 +1,12 @@
 #include "simulator/dcbservice/ClassServer.h"
 
-#include <cstdlib>
-
 #include <objidl.h>
 
 #include "Common/Src/ComOwner.h"
+#include "simulator/dcbservice/Crash.h"
 #include "simulator/dcbservice/DcbIoControl.h"
-#include "simulator/dcbservice/ServiceHost.h"
 
 namespace {
-
-constexpr UINT EXIT_CRASHED = 3;
 
 // Has the interface stay marshalled until the process ends. Wine takes an interface back when the last object that
 // clients have of it goes, waits for the calls of it that are under way, and may miss that one has just ended: it then
@@ -41,6 +37,8 @@ HRESULT ClassServer::Offer(void (*onIdle)()) {
     ComObjectCount::Remove();
     ComObjectCount::OnLast(onIdle);
     if (SUCCEEDED(result)) {
+        // Clients would still be sent here.
+        AtCrash([] { CoRevokeClassObject(s_registration); });
         DWORD registration = 0;
         result = CoRegisterClassObject(__uuidof(OrvanDcbIoControl), factory.Get(), CLSCTX_LOCAL_SERVER,
                                        REGCLS_MULTIPLEUSE, &registration);
@@ -54,12 +52,4 @@ ClassServer::~ClassServer() {
     ComObjectCount::OnLast(nullptr);
     if (SUCCEEDED(m_result))
         CoRevokeClassObject(s_registration);
-}
-
-void ClassServer::Crash() {
-    // The system does these two for a process that died. Wine's does neither, and would go on sending clients here.
-    CoRevokeClassObject(s_registration);
-    ReportAbortedService();
-    TerminateProcess(GetCurrentProcess(), EXIT_CRASHED);
-    std::abort();
 }

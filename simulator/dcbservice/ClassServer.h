@@ -16,9 +16,6 @@ class ClassServer {
 
     HRESULT Result() const { return m_result; }
 
-    // Ends the process as a crash would, in the middle of whatever it does.
-    [[noreturn]] static void Crash();
-
   private:
     HRESULT Offer(void (*onIdle)());
 

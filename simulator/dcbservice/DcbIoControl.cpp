@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "simulator/control/Call.h"
-#include "simulator/dcbservice/ClassServer.h"
+#include "simulator/dcbservice/Crash.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ template <class Work> HRESULT Run(sim::Function function, const sim::Adapter* ad
         const auto status = call.Status();
         return static_cast<HRESULT>(call.Done(status ? *status : static_cast<std::uint32_t>(work(call))));
     } catch (const std::runtime_error&) {
-        ClassServer::Crash();
+        Crash();
     }
 }
 

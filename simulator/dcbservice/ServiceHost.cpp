@@ -1,6 +1,7 @@
 #include "simulator/dcbservice/ServiceHost.h"
 
 #include "simulator/dcbservice/ClassServer.h"
+#include "simulator/dcbservice/Crash.h"
 
 namespace {
 
@@ -42,6 +43,7 @@ void WINAPI Serve(DWORD, wchar_t**) {
     if (!g_status)
         return;
     Report(SERVICE_START_PENDING);
+    AtCrash([] { Report(SERVICE_STOPPED, ERROR_PROCESS_ABORTED); });
     HRESULT result;
     {
         const ClassServer server;
@@ -67,9 +69,4 @@ DWORD RunService() {
     const DWORD error = StartServiceCtrlDispatcherW(services) ? NO_ERROR : GetLastError();
     CloseHandle(g_stop);
     return error;
-}
-
-void ReportAbortedService() {
-    if (g_status)
-        Report(SERVICE_STOPPED, ERROR_PROCESS_ABORTED);
 }

@@ -9,6 +9,3 @@ inline constexpr wchar_t SERVICE_DISPLAY_NAME[] = L"ORVAN DCB Service";
 // Serves as the service until the service manager stops it. Returns a Win32 error;
 // ERROR_FAILED_SERVICE_CONTROLLER_CONNECT when the service manager did not start this process.
 DWORD RunService();
-
-// Tells the service manager that the service is gone without having stopped, if this process is the service.
-void ReportAbortedService();

@@ -155,7 +155,7 @@ void FaultHost::Arm(bool armed) {
 
 std::string FaultHost::Run(const Operation& operation, Outcome& outcome, bool memory) {
     try {
-        operation.run(*this, outcome);
+        operation.run(Operated(), outcome);
         const BOOL result = outcome.result;
         return result == TRUE || result == FALSE ? std::string() : fmt::format("returned {}", result);
     } catch (const std::bad_alloc&) {
@@ -169,7 +169,7 @@ std::string FaultHost::Run(const Operation& operation, Outcome& outcome, bool me
 
 void FaultHost::Prepare(const Operation& operation, bool cold) {
     if (operation.prepare)
-        operation.prepare(*this);
+        operation.prepare(Operated());
     if (cold)
         Restart();
     m_clock->Advance(EVERYTHING_IS_OLD);
@@ -182,7 +182,7 @@ void FaultHost::CleanUp(const Operation& operation) {
     std::vector<QEL_FCOE_STATISTIC> ignored;
     CQelString adapter(FAULT_ADAPTER);
     m_agent->EnumerateStatistics(adapter, ignored, 7); // opens the adapter, which virtual ports need
-    DeleteVirtualPort(*this);
+    DeleteVirtualPort(Operated());
 }
 
 template <class Work>
@@ -390,7 +390,7 @@ std::string FaultHost::CheckHealth(bool locks) {
     return InOtherThread(m_otherThread, [&]() -> std::string {
         if (const auto problem = CheckMutex(); !problem.empty())
             return problem;
-        if (locks && (!CreateVirtualPort(*this) || !DeleteVirtualPort(*this)))
+        if (locks && (!CreateVirtualPort(Operated()) || !DeleteVirtualPort(Operated())))
             return "afterwards a virtual port cannot be made or deleted";
         return CompareAnswers();
     });

@@ -78,6 +78,7 @@ class FaultHost {
     std::string CheckHealth(bool locks);
 
   private:
+    Asked Operated() { return {m_suite, *m_agent, m_healthy}; }
     void Declare(Neighbour neighbour, const std::string& faults);
     void Arm(bool armed);
     // Runs the operation; what went wrong.

@@ -6,7 +6,6 @@
 
 #include <fmt/format.h>
 
-#include "tests/faults/FaultHost.h"
 #include "tools/fcoectl/Records.h"
 
 namespace {
@@ -47,12 +46,12 @@ std::string Compare(const char* what, const std::vector<Record>& expected, const
 
 template <class Record, class Id, BOOL (CQelFcoeAgentIntf::*pfnOperation)(Id&, std::vector<Record>&, ULONG64),
           std::vector<Record> Answers::*pAnswer>
-void Enumerate(FaultHost& host, Outcome& outcome) {
+void Enumerate(const Asked& asked, Outcome& outcome) {
     CQelString all;
     std::vector<Record> records;
-    outcome.result = (host.Agent().*pfnOperation)(all, records, 7);
+    outcome.result = (asked.agent.*pfnOperation)(all, records, 7);
     outcome.records = records.size();
-    outcome.whole = Same(host.HealthyAnswers().*pAnswer, records);
+    outcome.whole = Same(asked.healthy.*pAnswer, records);
 }
 
 // VirtualPortOperation(adapter, name, errors) -> BOOL
@@ -65,50 +64,50 @@ template <class VirtualPortOperation> void RunOnVirtualPort(Outcome& outcome, Vi
     outcome.error = errors.empty() ? 0 : errors.back().ulCode;
 }
 
-void Create(FaultHost& host, Outcome& outcome) {
+void Create(const Asked& asked, Outcome& outcome) {
     RunOnVirtualPort(outcome, [&](auto& adapter, auto& name, auto& errors) {
         ULONG owner = FAULT_LOCK_OWNER.ulOwner;
-        return host.Agent().CreateVPort(adapter, name, errors, owner);
+        return asked.agent.CreateVPort(adapter, name, errors, owner);
     });
 }
 
-void Delete(FaultHost& host, Outcome& outcome) {
+void Delete(const Asked& asked, Outcome& outcome) {
     RunOnVirtualPort(outcome, [&](auto& adapter, auto& name, auto& errors) {
-        return host.Agent().DeleteVPort(adapter, name, errors, FAULT_LOCK_OWNER);
+        return asked.agent.DeleteVPort(adapter, name, errors, FAULT_LOCK_OWNER);
     });
 }
 
-void Generate(FaultHost& host, Outcome& outcome) {
+void Generate(const Asked& asked, Outcome& outcome) {
     CQelString adapter(FAULT_ADAPTER), name(L"none");
     std::vector<QEL_ERROR_ENTRY> errors;
-    outcome.result = host.Agent().GenerateVPortWWPN(adapter, name, errors, 7);
+    outcome.result = asked.agent.GenerateVPortWWPN(adapter, name, errors, 7);
     outcome.errors = errors.size();
     outcome.whole = outcome.result && name.size() == WWN_LENGTH;
 }
 
-void Rescan(FaultHost& host, Outcome& outcome) {
+void Rescan(const Asked& asked, Outcome& outcome) {
     CQelString adapter(FAULT_ADAPTER);
-    outcome.result = host.Agent().RefreshTargets(adapter, 7);
+    outcome.result = asked.agent.RefreshTargets(adapter, 7);
     outcome.whole = outcome.result;
 }
 
 // With the start that follows it, which asks the neighbours.
-void Uninstall(FaultHost& host, Outcome& outcome) {
-    outcome.result = host.Agent().Uninstall(7);
-    outcome.whole = host.Suite().GetAgent() != nullptr;
+void Uninstall(const Asked& asked, Outcome& outcome) {
+    outcome.result = asked.agent.Uninstall(7);
+    outcome.whole = asked.suite.GetAgent() != nullptr;
 }
 
 } // namespace
 
-BOOL CreateVirtualPort(FaultHost& host) {
+BOOL CreateVirtualPort(const Asked& asked) {
     Outcome outcome;
-    Create(host, outcome);
+    Create(asked, outcome);
     return outcome.result;
 }
 
-BOOL DeleteVirtualPort(FaultHost& host) {
+BOOL DeleteVirtualPort(const Asked& asked) {
     Outcome outcome;
-    Delete(host, outcome);
+    Delete(asked, outcome);
     return outcome.result;
 }
 
@@ -128,8 +127,8 @@ const std::vector<Operation>& Operations() {
         {"EnumerateStatistics", FABRICS, false,
          Enumerate<QEL_FCOE_STATISTIC, CQelString, &I::EnumerateStatistics, &A::statistics>},
         {"Uninstall", nullptr, false, Uninstall},
-        {"CreateVPort", nullptr, true, Create, [](FaultHost& host) { DeleteVirtualPort(host); }},
-        {"DeleteVPort", nullptr, true, Delete, [](FaultHost& host) { CreateVirtualPort(host); }},
+        {"CreateVPort", nullptr, true, Create, [](const Asked& asked) { DeleteVirtualPort(asked); }},
+        {"DeleteVPort", nullptr, true, Delete, [](const Asked& asked) { CreateVirtualPort(asked); }},
         {"GenerateVPortWWPN", nullptr, false, Generate},
         {"RefreshTargets", nullptr, false, Rescan},
     };

@@ -7,8 +7,7 @@
 
 #include "FcoeAgent/FcoeAgentIntf.h"
 #include "FcoeAgent/FcoeRecords.h"
-
-class FaultHost;
+#include "tests/kit/SuiteHost.h"
 
 // All that the enumerations answer.
 struct Answers {
@@ -30,12 +29,19 @@ struct Outcome {
     ULONG error = 0;         // code of the last
 };
 
+// Whom an operation is asked of.
+struct Asked {
+    SuiteHost& suite;
+    CQelFcoeAgentIntf& agent;
+    const Answers& healthy;
+};
+
 struct Operation {
     const char* name;
     const char* failure; // what an enumeration logs for an adapter that fails; null: it is none
     bool locks;          // works inside the core agent's configuration lock
-    void (*run)(FaultHost& host, Outcome& outcome);
-    void (*prepare)(FaultHost& host) = nullptr; // what it needs to have something to do
+    void (*run)(const Asked& asked, Outcome& outcome);
+    void (*prepare)(const Asked& asked) = nullptr; // what it needs to have something to do
 
     bool Is(std::string_view wanted) const { return wanted == name; }
 };
@@ -45,8 +51,8 @@ const std::vector<Operation>& Operations();
 inline constexpr wchar_t FAULT_ADAPTER[] = L"{11111111-2222-4333-8444-555555555501}";
 inline constexpr QEL_LOCK_REQUEST FAULT_LOCK_OWNER = {5, 0, 0};
 
-BOOL CreateVirtualPort(FaultHost& host);
-BOOL DeleteVirtualPort(FaultHost& host);
+BOOL CreateVirtualPort(const Asked& asked);
+BOOL DeleteVirtualPort(const Asked& asked);
 
 // Runs all enumerations; whether all succeeded.
 bool Ask(CQelFcoeAgentIntf& agent, Answers& answers);

@@ -36,7 +36,7 @@ CAllocatorWatch::CAllocatorWatch()
 }
 
 CAllocatorWatch::~CAllocatorWatch() {
-    EXPECT_EQ(Live(), 0u) << "blocks were not freed";
+    EXPECT_EQ(0u, Live()) << "blocks were not freed";
     EXPECT_TRUE(m_failing.empty()) << "an allocation that was to fail was not made";
     g_watch = nullptr;
 }

@@ -68,13 +68,13 @@ TEST_F(LunRecord, HasAllItsFields) {
 
 TEST_F(LunRecord, IsReadOnceAtConstruction) {
     const auto lun = Make();
-    EXPECT_EQ(fake.calls.size(), 1u);
+    EXPECT_EQ(1u, fake.calls.size());
     fake.capacityResponse = Capacity16(8192, 512);
     QEL_FCOE_LUN record;
     EXPECT_TRUE(lun->Get(record));
     EXPECT_TRUE(lun->Get(record));
     EXPECT_EQ(L"2 MB", record.strCapacity);
-    EXPECT_EQ(fake.calls.size(), 1u);
+    EXPECT_EQ(1u, fake.calls.size());
 }
 
 TEST_F(LunRecord, OperationsAreTraced) {

@@ -64,7 +64,7 @@ TEST_F(ListRead, EveryEntryArrives) {
     HBA_UINT32 expected = 1000;
     for (const auto& entry : ListEntries(result.list.Get()))
         EXPECT_EQ(expected++, entry.FcId);
-    EXPECT_EQ(expected, 1100u);
+    EXPECT_EQ(1100u, expected);
 }
 
 TEST_F(ListRead, RetryBufferIsClearedAndCarriesTheCount) {

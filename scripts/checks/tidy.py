@@ -1,6 +1,10 @@
 """clang-tidy over every source that the build knows, as many at once as there are processors. A file that was clean is not
 read again while it, all that it includes, its .clang-tidy files and its command are the same: build/lint keeps what was.
 
+Most of the time of a test's source goes to the headers of gtest and Windows. Those of one program are therefore read in
+batches: one source that includes all headers once and then each file in a namespace of its own. A batch that does not
+compile is read file by file.
+
 usage: tidy.py --build DIR [--fresh] [FOLDER ...]
 
 Findings go to standard output, each once; exit status 1 when there is one. --fresh forgets what was clean.
@@ -14,11 +18,12 @@ import subprocess
 import sys
 import time
 from collections import defaultdict
-from concurrent.futures import ThreadPoolExecutor
+from concurrent.futures import ThreadPoolExecutor, as_completed
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent.parent
 FINDING = re.compile(r"^(\S+?):\d+:\d+: (?:warning|error): ")
+BATCH = 8
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 
 
@@ -51,14 +56,58 @@ class Inputs:
         return text.hexdigest()
 
 
-def tidy(file: Path, build: Path) -> tuple[list[str], bool]:
-    """The findings in a file and its headers, and whether clang-tidy came to its end."""
-    done = subprocess.run(["clang-tidy", "-p", build, "--quiet", file], capture_output=True, text=True, errors="replace")
-    found = []
-    for line in done.stdout.splitlines():
-        if FINDING.match(line):
-            found.append(line.replace(str(ROOT) + "/", "").replace(",-warnings-as-errors", ""))
+def clang_tidy(file: Path, database: Path, *arguments: str) -> tuple[list[str], bool]:
+    """The findings in a file and what it includes, and whether clang-tidy came to its end."""
+    done = subprocess.run(["clang-tidy", "-p", database, "--quiet", *arguments, file], capture_output=True, text=True,
+                          errors="replace")
+    found = [line.replace(str(ROOT) + "/", "").replace(",-warnings-as-errors", "")
+             for line in done.stdout.splitlines() if FINDING.match(line)]
     return found, done.returncode == 0 or bool(found)
+
+
+class Batch:
+    """Sources of one program that are read together."""
+
+    def __init__(self, number: int, files: list[Path], command: str, build: Path):
+        self.number, self.files, self.command, self.build = number, files, command, build
+
+    def tidy(self) -> tuple[list[str], bool]:
+        if len(self.files) > 1:
+            found, ended = self.together()
+            if ended and not any("[clang-diagnostic-error]" in line for line in found):
+                return found, ended
+        results = [clang_tidy(file, self.build) for file in self.files]
+        return [line for found, _ in results for line in found], all(ended for _, ended in results)
+
+    def together(self) -> tuple[list[str], bool]:
+        folder = ROOT / f"build/lint/batch{self.number}"
+        folder.mkdir(parents=True, exist_ok=True)
+        headers = dict.fromkeys(line for file in self.files for line in re.findall(r"^#include .*", file.read_text(), re.M))
+        parts = [f'namespace batch{i} {{\n#include "{file}"\n}}\n' for i, file in enumerate(self.files)]
+        source = folder / "batch.cpp"
+        source.write_text("\n".join([*headers, *parts]))
+        (folder / ".clang-tidy").write_text((ROOT / "tests/.clang-tidy").read_text())
+        command = self.command.replace(str(self.files[0]), str(source))
+        (folder / "compile_commands.json").write_text(
+            json.dumps([{"directory": str(self.build), "command": command, "file": str(source)}]))
+        return clang_tidy(source, folder, r"--header-filter=tests/.*\.(h|cpp)$")
+
+
+def batches(files: list[Path], commands: dict[Path, str], build: Path) -> list[Batch]:
+    """The files, those of a test program together; the longest first."""
+    alike = defaultdict(list)
+    for file in files:
+        # What has a header of its own defines what that declares, outside of any other namespace.
+        alone = not file.is_relative_to(ROOT / "tests") or file.with_suffix(".h").exists()
+        program = commands[file].split(" -o ")[0]
+        alike[file if alone else (program, file.parent)].append(file)
+    made = []
+    for together in alike.values():
+        together.sort()
+        for at in range(0, len(together), BATCH):
+            part = together[at:at + BATCH]
+            made.append(Batch(len(made), part, commands[part[0]], build))
+    return sorted(made, key=lambda batch: -sum(file.stat().st_size for file in batch.files))
 
 
 def main() -> int:
@@ -81,37 +130,26 @@ def main() -> int:
     chosen = {file: str(file.relative_to(ROOT)) for file in commands
               if not options.folders or str(file.relative_to(ROOT)).startswith(tuple(options.folders))}
     digests = {file: inputs.digest(file, commands[file]) for file in chosen}
-    waiting = sorted((file for file, name in chosen.items() if clean.get(name) != digests[file]),
-                     key=lambda file: -file.stat().st_size)
+    waiting = [file for file, name in chosen.items() if clean.get(name) != digests[file]]
     begin = time.monotonic()
     findings: dict[str, None] = {}
-    seconds: dict[str, float] = defaultdict(float)
-
-    def one(file: Path):
-        start = time.monotonic()
-        result = tidy(file, options.build)
-        return file, result, time.monotonic() - start
-
     clean_file.parent.mkdir(parents=True, exist_ok=True)
     with ThreadPoolExecutor(os.cpu_count()) as pool:
-        for file, (found, ended), took in pool.map(one, waiting):
-            name = chosen[file]
-            seconds[name.split("/")[0]] += took
+        running = {pool.submit(batch.tidy): batch for batch in batches(waiting, commands, options.build)}
+        for done in as_completed(running):
+            found, ended = done.result()
+            names = [chosen[file] for file in running[done].files]
             if not ended:
-                findings[f"{name}: clang-tidy did not come to its end"] = None
+                found.append(f"{', '.join(names)}: clang-tidy did not come to its end")
             for line in found:
                 if line not in findings:
                     print(line, flush=True)
                 findings[line] = None
-            if ended and not found:
-                clean[name] = digests[file]
+            if not found:
+                clean.update((chosen[file], digests[file]) for file in running[done].files)
                 clean_file.write_text(json.dumps(clean, indent=1))
     print(f"{len(chosen)} files, {len(chosen) - len(waiting)} of them unchanged, {len(findings)} findings, "
-          f"{time.monotonic() - begin:.0f} s ({', '.join(f'{f} {s:.0f} s' for f, s in sorted(seconds.items()))})",
-          file=sys.stderr)
-    for line in findings:
-        if line.endswith("its end"):
-            print(line)
+          f"{time.monotonic() - begin:.0f} s", file=sys.stderr)
     return 1 if findings else 0
 
 

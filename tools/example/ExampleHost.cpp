@@ -1,7 +1,7 @@
 // The smallest host: finds the agent, asks for the FCoE adapters and prints their names and World Wide Names.
 //
 // Build: include on the include path, Common/Src/QelString.cpp compiled in, QelColib linked.
-// Run: QelColib.dll and the C++ run time beside the program, the agent registered by its installer.
+// Run: QelColib.dll and the C++ run time beside the program, the agent registered, see docs/registry.md.
 #include <cstdio>
 #include <iterator>
 

@@ -138,16 +138,16 @@ BOOL CHBAAPIInt::GetAdapterHandle(const wchar_t* pszAdapterName, HBA_HANDLE& hAd
     const VendorBinding binding = GetBinding();
     if (!binding.IsReady())
         return traced(FALSE);
-    const auto getHandle = binding.FindExport(VendorExports::ORVAN_GetFCoEControllerHandle);
-    if (!CanCall(getHandle, {.pszNotConverted = NOT_CONVERTED,
-                             .pszMissing = L"GetProcAddress of ORVAN_GetControllerHandle failed with error %d"}))
+    const auto found = binding.FindExport(VendorExports::ORVAN_GetFCoEControllerHandle);
+    if (!CanCall(found, {.pszNotConverted = NOT_CONVERTED,
+                         .pszMissing = L"GetProcAddress of ORVAN_GetControllerHandle failed with error %d"}))
         return traced(FALSE);
     char szName[ORVAN_NAME_SIZE];
     if (!ConvertTCHARToChar(pszAdapterName, szName)) {
         QEL_PRINT(NOT_CONVERTED);
         return traced(FALSE);
     }
-    const HBA_HANDLE hOpened = getHandle.pfn(szName);
+    const HBA_HANDLE hOpened = found.pfn(szName);
     if (hOpened == HBA_HANDLE_INVALID) {
         QEL_PRINT(L"Error Getting Handle");
         return traced(FALSE);

@@ -94,10 +94,10 @@ BOOL CHBAAPIInt::GetFCEthernetProperties(HBA_HANDLE hAdapter, ORVAN_FC_NIC_PROPE
         return traced(FALSE);
     const VendorBinding binding = GetBinding();
     // Also of a library that is not ready.
-    const auto getProperties = binding.FindExport(VendorExports::ORVAN_GetFCAndNICProperties);
-    if (getProperties.eState == FunctionState::NotConverted)
+    const auto found = binding.FindExport(VendorExports::ORVAN_GetFCAndNICProperties);
+    if (found.eState == FunctionState::NotConverted)
         return traced(FALSE); // nothing is forced then
-    BOOL bDone = traced(CallVendor(getProperties,
+    BOOL bDone = traced(CallVendor(found,
                                    {.pszMissing = L"GetFCEthernetProperties GetProcAddress failed",
                                     .pszFailed = L"GetFCEthernetProperties failed",
                                     .pszSucceeded = L"GetFCEthernetProperties Succeeded",

@@ -93,8 +93,8 @@ LONG CHBAAPIInt::GetPortsCount(HBA_HANDLE hAdapter) {
     if (!lock.IsAcquired())
         return traced(0);
     const VendorBinding binding = GetBinding();
-    const auto getPorts = binding.FindExport(VendorExports::ORVAN_GetFCPortList);
-    if (!CanCall(getPorts, {.pszNotConverted = L"CHBAAPIInt::GetVportCount ConvertTCHARToChar failed"}))
+    const auto found = binding.FindExport(VendorExports::ORVAN_GetFCPortList);
+    if (!CanCall(found, {.pszNotConverted = L"CHBAAPIInt::GetVportCount ConvertTCHARToChar failed"}))
         return traced(0);
     // The call is made for the count alone: one entry is room enough, and too little room is as good an answer.
     const CQelAllocation<ORVAN_FC_PORT_LIST> list(
@@ -102,7 +102,7 @@ LONG CHBAAPIInt::GetPortsCount(HBA_HANDLE hAdapter) {
     if (!list)
         return traced(0);
     list.Get()->NumberOfEntries = 1;
-    const HBA_STATUS ulStatus = getPorts.pfn(hAdapter, list.Get());
+    const HBA_STATUS ulStatus = found.pfn(hAdapter, list.Get());
     const bool bCounted = ulStatus == HBA_STATUS_OK || ulStatus == HBA_STATUS_ERROR_MORE_DATA;
     return traced(bCounted ? static_cast<LONG>(list.Get()->NumberOfEntries) : 0);
 }

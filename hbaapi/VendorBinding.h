@@ -39,8 +39,8 @@ struct VendorBinding {
 
     // A handler of version 1; missing unless the table is registered.
     template <class F> [[nodiscard]] FoundFunction<F> FindHandler(F HBA_ENTRYPOINTSV2::*pHandler) const {
-        const F pfn = bEntryPtsInited ? pLibrary->entryPoints.*pHandler : nullptr;
-        return {pfn ? FunctionState::There : FunctionState::Missing, pfn};
+        const F pfnHandler = bEntryPtsInited ? pLibrary->entryPoints.*pHandler : nullptr;
+        return {pfnHandler ? FunctionState::There : FunctionState::Missing, pfnHandler};
     }
     // An export, looked up afresh at every call. When the module lacks it GetLastError tells the reason.
     template <class F> [[nodiscard]] FoundFunction<F> FindExport(const VendorExport<F>& wanted) const {

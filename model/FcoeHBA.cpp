@@ -196,19 +196,19 @@ void CQelFcoeHBA::GetFabrics_HBA(std::vector<std::shared_ptr<CQelFcoeFabric>>& v
     const LONG lCount = CQelFcoePort::GetPortsList_HBA(m_pLibrary, hAdapter, *list.Put());
     if (lCount < 1 || !list)
         return;
-    std::shared_ptr<CQelFcoeFabric> apFabrics[2]; // by their kind
+    std::shared_ptr<CQelFcoeFabric> arrFabrics[2]; // by their kind
     // As many ports as were reported. A fabric takes its own from the list, by the list's count: after a read that
     // failed in part that can be another one.
     for (const ORVAN_FC_PORT& port : std::span(list.Get()->entry, static_cast<std::size_t>(lCount))) {
         const auto kind = CQelFcoeFabric::KindOf(port);
         // A port of type 1 belongs to the physical fabric, but makes none.
-        if (!kind || port.PortType == CQelFcoePort::TYPE_PHYSICAL_1 || apFabrics[*kind])
+        if (!kind || port.PortType == CQelFcoePort::TYPE_PHYSICAL_1 || arrFabrics[*kind])
             continue;
-        apFabrics[*kind] = std::make_shared<CQelFcoeFabric>(m_pLibrary, m_pNames, hAdapter, list.Get(), *kind);
-        if (apFabrics[0] && apFabrics[1])
+        arrFabrics[*kind] = std::make_shared<CQelFcoeFabric>(m_pLibrary, m_pNames, hAdapter, list.Get(), *kind);
+        if (arrFabrics[0] && arrFabrics[1])
             break;
     }
-    for (auto& pFabric : apFabrics)
+    for (auto& pFabric : arrFabrics)
         if (pFabric)
             vecFabrics.push_back(std::move(pFabric));
 }

@@ -42,17 +42,17 @@ int CQelString::FormatString(const wchar_t* pszFormat, va_list args) {
         return -1;
     // Formatted aside: an argument may be this string's own text. Most texts are short: they are not measured first.
     wchar_t szShort[256];
-    va_list again;
-    va_copy(again, args);
-    const int nShort = _vsnwprintf(szShort, std::size(szShort), pszFormat, again);
-    va_end(again);
+    va_list argsAgain;
+    va_copy(argsAgain, args);
+    const int nShort = _vsnwprintf(szShort, std::size(szShort), pszFormat, argsAgain);
+    va_end(argsAgain);
     if (nShort >= 0) {
         std::wstring(szShort, nShort).swap(*this);
         return nShort;
     }
-    va_copy(again, args);
-    const int nLength = _vscwprintf(pszFormat, again);
-    va_end(again);
+    va_copy(argsAgain, args);
+    const int nLength = _vscwprintf(pszFormat, argsAgain);
+    va_end(argsAgain);
     if (nLength < 0)
         return nLength;
     std::wstring strText(nLength, L'\0');

@@ -29,7 +29,7 @@ constexpr const wchar_t* SYSTEM_MODULES[] = {L"QelColib", L"QelNetLib", L"QelXml
 
 // Modules that share a directory.
 struct ModuleDirectory {
-    std::span<const wchar_t* const> spanModules;
+    std::span<const wchar_t* const> modules;
     const wchar_t* pszKey; // null: the system directory
     const wchar_t* pszValue;
     const wchar_t* pszSubfolder; // null: the directory itself
@@ -42,8 +42,8 @@ constexpr ModuleDirectory MODULE_DIRECTORIES[] = {
     {SYSTEM_MODULES, nullptr, nullptr, nullptr},
 };
 
-bool Contains(std::span<const wchar_t* const> spanModules, const CQelString& strBaseName) {
-    return std::ranges::any_of(spanModules,
+bool Contains(std::span<const wchar_t* const> modules, const CQelString& strBaseName) {
+    return std::ranges::any_of(modules,
                                [&](const wchar_t* pszModule) { return _wcsicmp(pszModule, strBaseName.c_str()) == 0; });
 }
 
@@ -72,7 +72,7 @@ bool FindModule(CHelper& helper, const CQelString& strBaseName, CQelString& strP
     if (Contains(AGENT_MODULES, strBaseName))
         return helper.GetAgentModuleLocation(strBaseName, strPath);
     for (const ModuleDirectory& directory : MODULE_DIRECTORIES) {
-        if (!Contains(directory.spanModules, strBaseName))
+        if (!Contains(directory.modules, strBaseName))
             continue;
         const bool bFound = directory.pszKey ? helper.GetPathFromRegistry(directory.pszKey, directory.pszValue, strPath)
                                              : GetSystemDirectoryPath(strPath);

@@ -41,10 +41,10 @@ bool CQelLogLine::AppendPlain(const wchar_t* pszFormat, va_list args) {
 void CQelLogLine::AppendFormatV(const wchar_t* pszFormat, va_list args) {
     if (!pszFormat)
         return;
-    va_list again;
-    va_copy(again, args);
-    const bool bDone = AppendPlain(pszFormat, again);
-    va_end(again);
+    va_list argsAgain;
+    va_copy(argsAgain, args);
+    const bool bDone = AppendPlain(pszFormat, argsAgain);
+    va_end(argsAgain);
     if (bDone)
         return;
     CQelString strText;

@@ -58,8 +58,8 @@ CQelDebug& CQelDebug::Instance() {
         }
         CQelLeftAtProcessEnd<CQelDebug> m_log;
     };
-    static ModuleLog moduleLog;
-    return moduleLog.m_log.Get();
+    static ModuleLog log;
+    return log.m_log.Get();
 }
 
 void CQelDebug::Print(const wchar_t* pszFormat, ...) {
@@ -107,8 +107,8 @@ void CQelDebug::WriteLineV(const wchar_t* pszFormat, va_list args) {
         TryWriteLine(pszFormat, args);
     } catch (...) {
         try {
-            va_list none = {};
-            TryWriteLine(L"CQelDebug::Error - EXCEPTION DURING DEBUG PRINT.", none);
+            va_list argsNone = {};
+            TryWriteLine(L"CQelDebug::Error - EXCEPTION DURING DEBUG PRINT.", argsNone);
         } catch (...) {
             // Not even that: the line is lost.
         }

@@ -20,7 +20,7 @@ struct RootName {
 
 // The prefix of a predefined key; null for any other.
 const wchar_t* RootPrefix(HKEY hRoot) {
-    static const RootName rootNames[] = {
+    static const RootName arrRootNames[] = {
         {HKEY_LOCAL_MACHINE, L"HKEY_LOCAL_MACHINE\\"},
         {HKEY_CLASSES_ROOT, L"HKEY_CLASSES_ROOT\\"},
         {HKEY_CURRENT_USER, L"HKEY_CURRENT_USER\\"},
@@ -29,9 +29,9 @@ const wchar_t* RootPrefix(HKEY hRoot) {
         {HKEY_CURRENT_CONFIG, L"HKEY_CURRENT_CONFIG\\"},
         {HKEY_DYN_DATA, L"HKEY_DYN_DATA\\"},
     };
-    for (const RootName& rootName : rootNames)
-        if (rootName.hRoot == hRoot)
-            return rootName.pszPrefix;
+    for (const RootName& root : arrRootNames)
+        if (root.hRoot == hRoot)
+            return root.pszPrefix;
     return nullptr;
 }
 

@@ -18,7 +18,7 @@ constexpr unsigned NAME_IN_USE = 16;
 constexpr unsigned TOO_MANY_PORTS = 17;
 
 // A line of a simulated neighbour's call log: "FUNCTION name=value ... -> RESULT count=N", "FUNCTION throws".
-struct NEIGHBOUR_CALL {
+struct NeighbourCall {
     std::string_view function;
     bool throws = false;
     unsigned long long result = 0;
@@ -31,8 +31,8 @@ unsigned long long Number(std::string_view text) {
     return value;
 }
 
-NEIGHBOUR_CALL Parse(std::string_view line) {
-    NEIGHBOUR_CALL call;
+NeighbourCall Parse(std::string_view line) {
+    NeighbourCall call;
     call.function = line.substr(0, line.find(' '));
     call.throws = line.ends_with(" throws");
     const std::size_t arrow = line.find(" -> ");
@@ -45,8 +45,8 @@ NEIGHBOUR_CALL Parse(std::string_view line) {
     return call;
 }
 
-std::vector<NEIGHBOUR_CALL> ParseAll(const std::vector<std::string>& lines) {
-    std::vector<NEIGHBOUR_CALL> calls;
+std::vector<NeighbourCall> ParseAll(const std::vector<std::string>& lines) {
+    std::vector<NeighbourCall> calls;
     for (const std::string& line : lines)
         calls.push_back(Parse(line));
     return calls;
@@ -54,7 +54,7 @@ std::vector<NEIGHBOUR_CALL> ParseAll(const std::vector<std::string>& lines) {
 
 // What the agent logs of a call's status: each line stands for one call. A "%" ends what is compared, and stands for
 // the status where "%d" does.
-struct STATUS_LINES {
+struct StatusLines {
     const char* function;
     const char* success;
     const char* failure;
@@ -62,7 +62,7 @@ struct STATUS_LINES {
     const char* missing = nullptr;  // the function is not there
 };
 
-constexpr STATUS_LINES STATUS[] = {
+constexpr StatusLines STATUS[] = {
     {"ORVAN_InitializeLibrary", nullptr, "InitializeLibrary failed - Status - %d"},
     {"ORVAN_GetFCoEControllerInfo", nullptr, "Error Getting Handle", nullptr,
      "GetProcAddress of ORVAN_GetControllerHandle failed with error %"},
@@ -89,11 +89,11 @@ constexpr STATUS_LINES STATUS[] = {
     {"ORVAN_RemoveVPort", "RemoveVport Succeeded", "RemoveVport failed - status - %d"},
 };
 // Of the port list's two calls only the second is told of.
-constexpr STATUS_LINES PORT_LIST = {"ORVAN_GetFCPortList", "GetVports Succeeded", "GetVports failed - status - %d"};
+constexpr StatusLines PORT_LIST = {"ORVAN_GetFCPortList", "GetVports Succeeded", "GetVports failed - status - %d"};
 // Yields a handle instead of a status.
-constexpr STATUS_LINES OPEN_ADAPTER = {"ORVAN_GetFCoEControllerHandle", "Succeeded getting Adapter Handle - %d",
-                                       "Error Getting Handle", nullptr,
-                                       "GetProcAddress of ORVAN_GetControllerHandle failed with error %"};
+constexpr StatusLines OPEN_ADAPTER = {"ORVAN_GetFCoEControllerHandle", "Succeeded getting Adapter Handle - %d",
+                                      "Error Getting Handle", nullptr,
+                                      "GetProcAddress of ORVAN_GetControllerHandle failed with error %"};
 
 // The text up to its "%".
 std::string_view Fixed(const char* text) {
@@ -120,7 +120,7 @@ std::string StatusLine(const std::string& message) {
             return message.size() == at + fixed.size() ? std::string(fixed) : std::string();
         return std::strstr(text, "%d") ? message.substr(at) : std::string(fixed);
     };
-    const auto MatchAny = [&](const STATUS_LINES& lines) {
+    const auto MatchAny = [&](const StatusLines& lines) {
         std::string found;
         for (const char* text : {lines.success, lines.failure, lines.moreData})
             if (found.empty())
@@ -130,17 +130,17 @@ std::string StatusLine(const std::string& message) {
     std::string found = MatchAny(PORT_LIST);
     if (found.empty())
         found = MatchAny(OPEN_ADAPTER);
-    for (const STATUS_LINES& lines : STATUS)
+    for (const StatusLines& lines : STATUS)
         if (found.empty())
             found = MatchAny(lines);
     return found;
 }
 
 // The status lines that these calls have to leave, in their order.
-std::vector<std::string> ExpectedStatusLines(const std::vector<NEIGHBOUR_CALL>& calls) {
+std::vector<std::string> ExpectedStatusLines(const std::vector<NeighbourCall>& calls) {
     std::vector<std::string> expected;
     bool portsCounted = false; // the port list is asked for its count first
-    for (const NEIGHBOUR_CALL& call : calls) {
+    for (const NeighbourCall& call : calls) {
         if (call.throws) {
             portsCounted = false;
             continue;
@@ -157,7 +157,7 @@ std::vector<std::string> ExpectedStatusLines(const std::vector<NEIGHBOUR_CALL>& 
             expected.push_back(Filled(call.result ? OPEN_ADAPTER.success : OPEN_ADAPTER.failure, call.result));
             continue;
         }
-        const auto* lines = std::ranges::find(STATUS, call.function, &STATUS_LINES::function);
+        const auto* lines = std::ranges::find(STATUS, call.function, &StatusLines::function);
         if (lines == std::end(STATUS))
             continue; // its status is not looked at
         const char* text = call.result == OK                             ? lines->success
@@ -169,7 +169,7 @@ std::vector<std::string> ExpectedStatusLines(const std::vector<NEIGHBOUR_CALL>& 
     return expected;
 }
 
-std::string CheckStatusLines(const std::vector<NEIGHBOUR_CALL>& calls, const std::vector<std::string>& messages) {
+std::string CheckStatusLines(const std::vector<NeighbourCall>& calls, const std::vector<std::string>& messages) {
     const auto expected = ExpectedStatusLines(calls);
     std::vector<std::string> found;
     for (const std::string& message : messages)
@@ -194,28 +194,28 @@ bool Logged(const std::vector<std::string>& messages, const std::string& message
     return std::ranges::find(messages, message) != messages.end();
 }
 
-std::size_t CountThrows(const std::vector<NEIGHBOUR_CALL>& calls) {
-    return static_cast<std::size_t>(std::ranges::count_if(calls, &NEIGHBOUR_CALL::throws));
+std::size_t CountThrows(const std::vector<NeighbourCall>& calls) {
+    return static_cast<std::size_t>(std::ranges::count_if(calls, &NeighbourCall::throws));
 }
 
 // The last call of that function; null: none.
-const NEIGHBOUR_CALL* Last(const std::vector<NEIGHBOUR_CALL>& calls, std::string_view function) {
-    const NEIGHBOUR_CALL* last = nullptr;
-    for (const NEIGHBOUR_CALL& call : calls)
+const NeighbourCall* Last(const std::vector<NeighbourCall>& calls, std::string_view function) {
+    const NeighbourCall* last = nullptr;
+    for (const NeighbourCall& call : calls)
         if (call.function == function)
             last = &call;
     return last;
 }
 
-bool Succeeded(const NEIGHBOUR_CALL* call) {
+bool Succeeded(const NeighbourCall* call) {
     return call && !call->throws && call->result == OK;
 }
 
 // FALSE, and a line for each, when an adapter's work was ended; whatever statuses the library answers, the adapter's
 // list is what could be read.
 std::string CheckEnumeration(const Operation& operation, const Outcome& outcome,
-                             const std::vector<std::string>& messages, const std::vector<NEIGHBOUR_CALL>& library,
-                             const std::vector<NEIGHBOUR_CALL>& core) {
+                             const std::vector<std::string>& messages, const std::vector<NeighbourCall>& library,
+                             const std::vector<NeighbourCall>& core) {
     const std::size_t ended =
         Count(messages, [&](const std::string& message) { return message.starts_with(operation.failure); });
     if (outcome.result != (ended == 0))
@@ -224,13 +224,13 @@ std::string CheckEnumeration(const Operation& operation, const Outcome& outcome,
         return fmt::format("logged {} adapters as failed after {} exceptions", ended, CountThrows(library));
     // An exception ends the work of its adapter.
     const bool ends = std::ranges::any_of(
-        library, [](const NEIGHBOUR_CALL& call) { return call.throws && call.function != "CloseAdapter"; });
+        library, [](const NeighbourCall& call) { return call.throws && call.function != "CloseAdapter"; });
     if (ends && ended == 0)
         return "succeeded though the library threw";
     if (Logged(messages, "Unable to retrieve adapter list!"))
         return "logged that there is no adapter list";
 
-    const NEIGHBOUR_CALL* adapters = Last(core, "EnumerateAdapters");
+    const NeighbourCall* adapters = Last(core, "EnumerateAdapters");
     if (!Succeeded(adapters)) {
         if (!Logged(messages, "CQelFcoeAgentWin::GetAdaptersThatSupportFCOE - EnumerateAdapters failed!"))
             return "did not log that the core agent has no adapter list";
@@ -241,15 +241,15 @@ std::string CheckEnumeration(const Operation& operation, const Outcome& outcome,
 
 // One entry for each refusal that got as far as the library.
 std::string CheckVirtualPort(const Operation& operation, const std::string& work, const Outcome& outcome,
-                             const std::vector<std::string>& messages, const std::vector<NEIGHBOUR_CALL>& library,
-                             const std::vector<NEIGHBOUR_CALL>& core) {
-    const NEIGHBOUR_CALL* lock = Last(core, "StartLock");
+                             const std::vector<std::string>& messages, const std::vector<NeighbourCall>& library,
+                             const std::vector<NeighbourCall>& core) {
+    const NeighbourCall* lock = Last(core, "StartLock");
     const std::string refused = fmt::format("CQelFcoeAgentWin::{} - StartLock failed", operation.name);
     if (Logged(messages, refused) == Succeeded(lock))
         return "logged the configuration lock wrongly";
     if (!Succeeded(lock))
         return outcome.result || outcome.errors || !library.empty() ? "worked without the configuration lock" : "";
-    const NEIGHBOUR_CALL* call = Last(library, work);
+    const NeighbourCall* call = Last(library, work);
     if (outcome.result != Succeeded(call))
         return fmt::format("returned {}, unlike the library", outcome.result);
     if (outcome.result || CountThrows(library))
@@ -265,8 +265,8 @@ std::string CheckVirtualPort(const Operation& operation, const std::string& work
 }
 
 std::string CheckResult(const Operation& operation, Harm harm, const Outcome& outcome,
-                        const std::vector<std::string>& messages, const std::vector<NEIGHBOUR_CALL>& library,
-                        const std::vector<NEIGHBOUR_CALL>& core) {
+                        const std::vector<std::string>& messages, const std::vector<NeighbourCall>& library,
+                        const std::vector<NeighbourCall>& core) {
     if (operation.failure)
         return CheckEnumeration(operation, outcome, messages, library, core);
     if (operation.Is("CreateVPort"))
@@ -276,7 +276,7 @@ std::string CheckResult(const Operation& operation, Harm harm, const Outcome& ou
     if (operation.Is("Uninstall"))
         return outcome.result ? "" : "failed";
     const bool rescans = operation.Is("RefreshTargets");
-    const NEIGHBOUR_CALL* call = Last(library, rescans ? "ORVAN_RescanScsiBus" : "ORVAN_GeneratePortWWN");
+    const NeighbourCall* call = Last(library, rescans ? "ORVAN_RescanScsiBus" : "ORVAN_GeneratePortWWN");
     const bool nothingToAsk = rescans && !call && harm == Harm::Missing;
     if (outcome.result != (nothingToAsk || Succeeded(call)))
         return fmt::format("returned {}, unlike the library", outcome.result);

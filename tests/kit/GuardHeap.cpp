@@ -189,7 +189,7 @@ void PatchModules() {
     HMODULE modules[1024];
     DWORD size = 0;
     K32EnumProcessModules(GetCurrentProcess(), modules, sizeof modules, &size);
-    for (DWORD i = 0; i < std::min<DWORD>(size, sizeof modules) / sizeof *modules; ++i)
+    for (DWORD i = 0; i < std::min<DWORD>(size, sizeof modules) / sizeof(HMODULE); ++i)
         if (_wcsicmp(Folder(modules[i]).c_str(), g_folder) == 0)
             Patch(modules[i]);
 

@@ -14,6 +14,7 @@ import hashlib
 import json
 import os
 import re
+import shutil
 import subprocess
 import sys
 import time
@@ -24,6 +25,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent.parent
 FINDING = re.compile(r"^(\S+?):\d+:\d+: (?:warning|error): ")
 BATCH = 8
+BATCHES = ROOT / "build/lint/batches"
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 
 
@@ -56,13 +58,16 @@ class Inputs:
         return text.hexdigest()
 
 
-def clang_tidy(file: Path, database: Path, *arguments: str) -> tuple[list[str], bool]:
-    """The findings in a file and what it includes, and whether clang-tidy came to its end."""
+def clang_tidy(file: Path, database: Path, *arguments: str) -> list[str]:
+    """The findings in a file and what it includes; one of its own when clang-tidy itself came to grief."""
     done = subprocess.run(["clang-tidy", "-p", database, "--quiet", *arguments, file], capture_output=True, text=True,
                           errors="replace")
     found = [line.replace(str(ROOT) + "/", "").replace(",-warnings-as-errors", "")
              for line in done.stdout.splitlines() if FINDING.match(line)]
-    return found, done.returncode == 0 or bool(found)
+    if done.returncode and not found:
+        said = done.stderr.strip().splitlines()[-1:] or [""]
+        found.append(f"{file.relative_to(ROOT)}: clang-tidy ended with {done.returncode}: {said[0]}")
+    return found
 
 
 class Batch:
@@ -71,16 +76,15 @@ class Batch:
     def __init__(self, number: int, files: list[Path], command: str, build: Path):
         self.number, self.files, self.command, self.build = number, files, command, build
 
-    def tidy(self) -> tuple[list[str], bool]:
+    def tidy(self) -> list[str]:
         if len(self.files) > 1:
-            found, ended = self.together()
-            if ended and not any("[clang-diagnostic-error]" in line for line in found):
-                return found, ended
-        results = [clang_tidy(file, self.build) for file in self.files]
-        return [line for found, _ in results for line in found], all(ended for _, ended in results)
+            found = self.together()
+            if not any("[clang-diagnostic-error]" in line or "clang-tidy ended" in line for line in found):
+                return found
+        return [line for file in self.files for line in clang_tidy(file, self.build)]
 
-    def together(self) -> tuple[list[str], bool]:
-        folder = ROOT / f"build/lint/batch{self.number}"
+    def together(self) -> list[str]:
+        folder = BATCHES / str(self.number)
         folder.mkdir(parents=True, exist_ok=True)
         headers = dict.fromkeys(line for file in self.files for line in re.findall(r"^#include .*", file.read_text(), re.M))
         parts = [f'namespace batch{i} {{\n#include "{file}"\n}}\n' for i, file in enumerate(self.files)]
@@ -134,13 +138,11 @@ def main() -> int:
     begin = time.monotonic()
     findings: dict[str, None] = {}
     clean_file.parent.mkdir(parents=True, exist_ok=True)
+    shutil.rmtree(BATCHES, ignore_errors=True)
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         running = {pool.submit(batch.tidy): batch for batch in batches(waiting, commands, options.build)}
         for done in as_completed(running):
-            found, ended = done.result()
-            names = [chosen[file] for file in running[done].files]
-            if not ended:
-                found.append(f"{', '.join(names)}: clang-tidy did not come to its end")
+            found = done.result()
             for line in found:
                 if line not in findings:
                     print(line, flush=True)

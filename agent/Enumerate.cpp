@@ -1,4 +1,5 @@
 // The seven enumerations: one walk over the adapters, and what each asks of an adapter.
+#include <algorithm>
 #include <utility>
 
 #include "Common/Src/Containment.h"
@@ -13,6 +14,14 @@
 namespace {
 
 constexpr wchar_t SOURCE_FILE[] = L"agent\\Enumerate";
+
+// So that records are not moved again and again while the host's vector grows; at least doubled, so that one adapter
+// after the other does not move them again either.
+template <class Record> void MakeRoom(std::vector<Record>& vecRecords, std::size_t nMore) {
+    const std::size_t nNeeded = vecRecords.size() + nMore;
+    if (nNeeded > vecRecords.capacity())
+        vecRecords.reserve(vecRecords.empty() ? nNeeded : std::max(nNeeded, 2 * vecRecords.capacity()));
+}
 
 } // namespace
 
@@ -56,6 +65,7 @@ BOOL CQelFcoeAgentWin::EnumerateList(const wchar_t* pszOperation, const wchar_t*
         std::vector<std::shared_ptr<Object>> vecObjects;
         if (!(hba.*pfnGetObjects)(vecObjects))
             return FALSE;
+        MakeRoom(vecRecords, vecObjects.size());
         for (const auto& pObject : vecObjects) {
             Record record;
             if (pObject->Get(record))

@@ -136,6 +136,10 @@ bool CQelNetAgentPvt::HadCoreAgent() {
     return m_pCoreAgent != nullptr;
 }
 
+// The lines and places that an exception leaves in the log are searched for as they stand:
+//   267  "CQelNetAgentPvt::WaitForApplyDone() - Exception caught"
+//   352  "CQelNetAgentPvt::StartLock() - Exception caught"
+//   380  "CQelNetAgentPvt::DoneLock() - Exception caught"
 void CQelNetAgentPvt::WaitForApplyDone(ULONG64 ullContext) {
     const CQelDebugScope trace(L"CQelNetAgentPvt::WaitForApplyDone");
     CallCoreAgent(SOURCE_FILE, 267, L"CQelNetAgentPvt::WaitForApplyDone", MemoryExhaustion::Contained,

@@ -66,9 +66,13 @@ void PrintNames(const std::vector<DWORD64>& frames) {
 }
 
 void Die(const CONTEXT& context) {
-    static volatile LONG again; // dbghelp may fault itself: the raw frames come first
-    if (InterlockedExchange(&again, 1))
+    static volatile LONG reporting;
+    const LONG self = static_cast<LONG>(GetCurrentThreadId());
+    const LONG first = InterlockedCompareExchange(&reporting, self, 0);
+    if (first == self) // dbghelp may fault itself: the raw frames come first
         TerminateProcess(GetCurrentProcess(), EXIT_CRASHED);
+    if (first) // the process ends with the first thread's report
+        Sleep(INFINITE);
     const auto frames = Walk(context);
     std::fprintf(stderr, "CRASH\n");
     PrintFrames(frames);

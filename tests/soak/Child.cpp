@@ -43,6 +43,20 @@ Footprint Measure() {
     return {static_cast<long long>(BusyHeapBytes()), static_cast<long long>(CountHandles()), CountThreads()};
 }
 
+// Wine 8 destroys the proxies that the clients in a process share when the last of them leaves, even while the next one
+// takes them up, and crashes: a client that holds this stays.
+class HeldDcbClass {
+  public:
+    void Hold() {
+        CoGetClassObject(__uuidof(OrvanDcbIoControl), CLSCTX_LOCAL_SERVER, nullptr, __uuidof(IClassFactory),
+                         reinterpret_cast<void**>(m_factory.Put()));
+    }
+    void Release() { m_factory.Reset(); }
+
+  private:
+    CQelComPointer<IClassFactory> m_factory;
+};
+
 // The first connection after a start of the service may be one that the system kept from before.
 bool DcbAnswers() {
     CQelComPointer<IOrvanDcbIoControl> control;
@@ -75,6 +89,8 @@ class Child {
     // The system keeps connections to its COM services: it gets to as many here as it will need.
     static void ConnectAtOnce() {
         CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+        HeldDcbClass held;
+        held.Hold();
         std::vector<std::thread> threads;
         for (unsigned t = 0; t < 2 * WORKERS; ++t)
             threads.emplace_back([] {
@@ -83,12 +99,15 @@ class Child {
             });
         for (auto& thread : threads)
             thread.join();
+        held.Release();
         CoUninitialize();
     }
 
     bool Work() {
         // COM ends with each load of the agent: it may keep something for every service that went away during a call.
         CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+        if (m_dcbSettled && DcbOf(m_dcbStep) == Dcb::Running)
+            m_dcbClass.Hold();
         m_history.AgentLoaded();
         CQelFcoeAgentIntf* const agent = m_host.GetAgent();
         if (!agent) {
@@ -104,6 +123,7 @@ class Child {
         while (!m_crew.IsResting())
             Watch();
         m_host.Unload();
+        m_dcbClass.Release();
         CoUninitialize();
         return true;
     }
@@ -156,12 +176,14 @@ class Child {
             if (!m_dcbHeld)
                 m_crew.HoldDcbCalls();
             m_dcbHeld = true;
+            m_dcbClass.Release();
             m_history.DcbIs(state == Dcb::Running ? Dcb::Starting : state);
             m_dcbSettled = state != Dcb::Running;
             m_dcbStep = step;
             m_figures.dcbStep = step;
         }
         if (state == Dcb::Running && DcbAnswers()) {
+            m_dcbClass.Hold();
             m_history.DcbIs(Dcb::Running);
             m_dcbSettled = true;
         }
@@ -211,7 +233,8 @@ class Child {
     long long m_generation = -1;
     long m_dcbStep = -1;
     bool m_dcbSettled = true;
-    bool m_dcbHeld = false;
+    bool m_dcbHeld = false; // the workers' calls that ask the service wait
+    HeldDcbClass m_dcbClass;
 };
 
 } // namespace

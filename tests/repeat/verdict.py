@@ -2,7 +2,8 @@
 
 Wine loses a process now and then: its output, or its exit code. Output and exit code then contradict each other (no closing
 line and exit code 0, or all passed and another exit code), or there is no output at all. Only such a run is lost; whatever
-says that it failed, crashed, hung or ran out of time has failed. A program that Wine does not run cannot be lost by it.
+says that it failed, crashed or hung has failed. So has what ran out of time, but for a program of gtest cases that never said a
+word: it did not get to its main, where its watchdog starts. A program that Wine does not run cannot be lost by it.
 """
 import json
 import re
@@ -83,6 +84,8 @@ def judge(program: Program, text: str, exit_code: int | None) -> Outcome:
         if re.search(forbidden, text):
             return Outcome(FAILED, done, failures or [f"{program.name} said {forbidden!r}"])
     if exit_code is None:
+        if program.wine and program.gtest and not text:
+            return Outcome(LOST, done, [f"{program.name} (never started)"])
         return Outcome(FAILED, done, failures + [f"{name} (ran for {program.seconds_allowed:.0f} s)" for name in here])
     # A crash before the closing line is one of a process that a case started to see it crash.
     if failures or CRASHED.search(text, whole.end() if program.gtest and whole else 0):

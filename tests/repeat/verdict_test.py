@@ -58,8 +58,12 @@ class Judge(unittest.TestCase):
         self.assertEqual(PASSED, self.verdict(gtest(), CUT + "CRASH c0000005\n" + GOOD, 0))
 
     def test_out_of_time_has_failed(self):
-        self.assertEqual(FAILED, self.verdict(gtest(), "", None))
+        self.assertEqual(FAILED, self.verdict(gtest(), CUT, None))
         self.assertEqual(FAILED, self.verdict(gtest(), GOOD, None))
+        self.assertEqual(FAILED, self.verdict(closing_line_counts(), "", None))
+
+    def test_out_of_time_before_its_first_word_is_lost(self):
+        self.assertEqual(LOST, self.verdict(gtest(), "", None))
 
     def test_forbidden_text_has_failed(self):
         self.assertEqual(FAILED, self.verdict(gtest(must_not_say=[":err:heap:"]), "x:err:heap: y\n" + GOOD, 0))
@@ -108,6 +112,8 @@ plant(Planted.failsOnce "test -f once && exec ${good}; touch once; ${bad}; exit 
 plant(Planted.crashes "echo CRASH; exit 86")
 plant(Planted.tooLong "${good}; sleep 9")
 set_tests_properties(Planted.tooLong PROPERTIES TIMEOUT 1)
+plant(Planted.neverStartedOnce "test -f lost3 && exec ${good}; touch lost3; sleep 9")
+set_tests_properties(Planted.neverStartedOnce PROPERTIES TIMEOUT 1)
 plant(Planted.heapError "echo :err:heap: broken; ${good}")
 add_test(NAME native.silent COMMAND false)
 add_test(NAME disabled COMMAND false)
@@ -141,15 +147,15 @@ class Runner(unittest.TestCase):
 
     def test_only_what_was_lost_is_run_again(self):
         exit_code, said = self.run_tests()
-        self.assertEqual("27% tests passed, 8 tests failed out of 11, 3 lost by Wine and run again", said[-1])
+        self.assertEqual("33% tests passed, 8 tests failed out of 12, 4 lost by Wine and run again", said[-1])
         self.assertEqual(1, exit_code)
         failed = [line.split()[1] for line in said if line.startswith("FAILED: ")]
         self.assertCountEqual(["Planted.lostTwice", "Planted.fails", "Planted.failsWithoutItsExitCode",
                                "Planted.failsOnce", "Planted.crashes", "Planted.tooLong", "Planted.heapError",
                                "native.silent"], failed)
         self.assertEqual(["4:Planted.lostTwice", "5:Planted.fails", "6:Planted.failsWithoutItsExitCode",
-                          "7:Planted.failsOnce", "8:Planted.crashes", "9:Planted.tooLong", "10:Planted.heapError",
-                          "11:native.silent"], self.failed_by_number())
+                          "7:Planted.failsOnce", "8:Planted.crashes", "9:Planted.tooLong", "11:Planted.heapError",
+                          "12:native.silent"], self.failed_by_number())
 
     def test_all_passed(self):
         self.assertEqual((0, "100% tests passed, 0 tests failed out of 1, 0 lost by Wine and run again"),
@@ -158,7 +164,7 @@ class Runner(unittest.TestCase):
 
     def test_what_was_lost_once_has_passed_and_is_counted(self):
         exit_code, said = self.run_tests("-R", "Once$", "-E", "fails")
-        self.assertEqual("100% tests passed, 0 tests failed out of 2, 2 lost by Wine and run again", said[-1])
+        self.assertEqual("100% tests passed, 0 tests failed out of 3, 3 lost by Wine and run again", said[-1])
         self.assertEqual(0, exit_code)
 
     def test_one_failure_among_many_is_no_hundred_percent(self):

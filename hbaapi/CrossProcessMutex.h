@@ -16,7 +16,8 @@ struct CQelMutexTraits {
     }
 };
 
-// Opens and takes the mutex, and gives it back at scope end. The handle is never kept beyond the scope.
+// Opens and takes the mutex, and gives it back at scope end. The handle is never kept beyond the scope. One that
+// another account made is opened as far as that account lets others wait for it.
 class CQelCrossProcessMutex {
   public:
     // Waits at most 10 s. An abandoned mutex counts as not acquired; it is given back at once, so the next one gets it.

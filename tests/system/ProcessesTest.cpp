@@ -1,4 +1,5 @@
 // The agent in processes of its own: how they end, and several at once.
+#include <algorithm>
 #include <deque>
 #include <set>
 #include <string>
@@ -6,11 +7,15 @@
 #include <gtest/gtest.h>
 
 #include "tests/kit/CrashReport.h"
+#include "tests/kit/MovedClock.h"
 #include "tests/kit/ProgramFolder.h"
 #include "tests/kit/StartProcess.h"
 #include "tests/kit/SuiteHost.h"
+#include "tests/system/PromiseSuite.h"
 
 namespace {
+
+const std::string NO_MUTEX = "CHBAAPIInt::InitHBAAPIMod failed to acquire Mutex";
 
 HANDLE Start(const std::wstring& mode) {
     const std::wstring command = L"\"" + (ProgramFolder() / L"exit_child.exe").wstring() + L"\" " + mode;
@@ -66,6 +71,27 @@ TEST(ProcessExit, WhileAThreadIsInsideAnEnumerationComesToItsEnd) {
 
 TEST(ProcessExit, WhileAThreadHoldsTheMutexInsideTheLibraryComesToItsEnd) {
     EndManyTimes(L"in-library");
+}
+
+// The mutex by its real name: a process that dies inside the library costs the others one call.
+TEST(ProcessExit, InsideTheLibraryRefusesOneCallOfAnotherProcess) {
+    PromiseSuite suite;
+    MovedClock clock(1000, suite.host.Module());
+    const auto countVlans = [&] {
+        clock.Advance(11);
+        return suite.Count(&CQelFcoeAgentIntf::EnumerateVLANs, FIRST);
+    };
+    // Somebody keeps it in existence, as any third process inside a call does.
+    const HANDLE mutex = CreateMutexW(nullptr, FALSE, L"Global\\CHBAAPINTMUT");
+    EXPECT_EQ(2u, countVlans());
+    EXPECT_FALSE(suite.host.Logged(NO_MUTEX));
+
+    EXPECT_EQ(0u, Finish(Start(L"in-library")));
+    EXPECT_EQ(0u, countVlans());
+    EXPECT_TRUE(suite.host.Logged(NO_MUTEX));
+    EXPECT_EQ(2u, countVlans());
+    EXPECT_EQ(1, std::ranges::count(suite.host.LogMessages(), NO_MUTEX));
+    CloseHandle(mutex);
 }
 
 TEST(Processes, TwoAtOnceBothGetTheirAnswers) {

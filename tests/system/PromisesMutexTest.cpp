@@ -135,10 +135,29 @@ HANDLE WINAPI RefuseMutex(SECURITY_ATTRIBUTES*, BOOL, const wchar_t*) {
     return nullptr;
 }
 
-// As that of another account is.
+HANDLE WINAPI RefuseToOpenMutex(DWORD, BOOL, const wchar_t*) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return nullptr;
+}
+
+TEST_F(PromiseMutex, OfAnotherAccountIsWaitedForAsOften) {
+    const HANDLE mutex = CreateMutexW(nullptr, FALSE, L"Global\\CHBAAPINTMUT"); // there is one to open
+    {
+        const ImportPatch create(suite.host.Module(), "KERNEL32.dll", "CreateMutexW",
+                                 reinterpret_cast<void*>(&RefuseMutex));
+        MakeKnown();
+        EXPECT_EQ(2u, Waits(true, [&] { EXPECT_EQ(2u, suite.Count(VLANS, FIRST)); }));
+        EXPECT_EQ(1u, Waits(true, [&] { EXPECT_TRUE(suite.Create(L"20:02:00:1b:21:00:00:0a")); }));
+    }
+    CloseHandle(mutex);
+}
+
+// As that of SYSTEM is to a standard user.
 TEST_F(PromiseMutex, ThatMayNotBeOpenedIsNotWaitedForAndLogsTheSame) {
     const ImportPatch create(suite.host.Module(), "KERNEL32.dll", "CreateMutexW",
                              reinterpret_cast<void*>(&RefuseMutex));
+    const ImportPatch open(suite.host.Module(), "KERNEL32.dll", "OpenMutexW",
+                           reinterpret_cast<void*>(&RefuseToOpenMutex));
     EXPECT_EQ(0u, Waits(true, [&] { EXPECT_EQ(0u, suite.Count(VLANS, FIRST)); }));
     EXPECT_TRUE(suite.host.Logged("CHBAAPIInt::InitHBAAPIMod failed to acquire Mutex"));
 }

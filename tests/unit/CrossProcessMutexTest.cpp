@@ -66,8 +66,39 @@ TEST_F(CrossProcessMutex, AbandonedIsNotAcquiredButGivenBackForTheNextOne) {
     EXPECT_TRUE(next.IsAcquired());
 }
 
+TEST_F(CrossProcessMutex, OfAnotherAccountIsOpenedForWaitingAndWaitedForAsUsual) {
+    probe.createError = ERROR_ACCESS_DENIED;
+    {
+        const CQelCrossProcessMutex mutex;
+        EXPECT_TRUE(mutex.IsAcquired());
+        EXPECT_TRUE(probe.IsHeld());
+    }
+    EXPECT_FALSE(probe.IsHeld());
+    EXPECT_THAT(probe.Events(), ElementsAre("create Global\\CHBAAPINTMUT", "open Global\\CHBAAPINTMUT SYNCHRONIZE",
+                                            "wait 10000", "release", "close"));
+}
+
+TEST_F(CrossProcessMutex, OfAnotherAccountThatHoldsItIsNotAcquiredAndItsHandleClosedAtOnce) {
+    const MutexHolder holder;
+    probe.createError = ERROR_ACCESS_DENIED;
+    probe.waitLimit = 5;
+    const CQelCrossProcessMutex mutex;
+    EXPECT_FALSE(mutex.IsAcquired());
+    EXPECT_THAT(probe.Events(), ElementsAre("create Global\\CHBAAPINTMUT", "open Global\\CHBAAPINTMUT SYNCHRONIZE",
+                                            "wait 10000", "release", "close"));
+}
+
+TEST_F(CrossProcessMutex, OfAnotherAccountThatLetsNobodyWaitIsNotAcquired) {
+    probe.createError = ERROR_ACCESS_DENIED;
+    probe.openError = ERROR_ACCESS_DENIED;
+    { EXPECT_FALSE(CQelCrossProcessMutex().IsAcquired()); }
+    EXPECT_THAT(probe.Events(), ElementsAre("create Global\\CHBAAPINTMUT", "open Global\\CHBAAPINTMUT SYNCHRONIZE"))
+        << "there is nothing to give back";
+}
+
+// A name that an object of another kind has, for one: what cannot be created for another reason is not opened.
 TEST_F(CrossProcessMutex, ThatCannotBeCreatedIsNotAcquired) {
-    probe.cannotCreate = true;
+    probe.createError = ERROR_INVALID_HANDLE;
     { EXPECT_FALSE(CQelCrossProcessMutex().IsAcquired()); }
     EXPECT_THAT(probe.Events(), ElementsAre("create Global\\CHBAAPINTMUT")) << "there is nothing to give back";
 }

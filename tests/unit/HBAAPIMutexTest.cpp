@@ -159,8 +159,23 @@ TEST_P(HBAAPIMutex, AbandonedRefusesOnceAndThenServes) {
 }
 
 TEST_P(HBAAPIMutex, ThatCannotBeCreatedRefuses) {
-    library.mutex.cannotCreate = true;
+    library.mutex.createError = ERROR_INVALID_HANDLE;
     ExpectRefused({"create Global\\CHBAAPINTMUT"});
+}
+
+TEST_P(HBAAPIMutex, OfAnotherAccountIsOpenedAndServes) {
+    library.mutex.createError = ERROR_ACCESS_DENIED;
+    EXPECT_TRUE(Run());
+    EXPECT_EQ((Texts{"create Global\\CHBAAPINTMUT", "open Global\\CHBAAPINTMUT SYNCHRONIZE", "wait 10000", "release",
+                     "close"}),
+              library.mutex.Events());
+    EXPECT_FALSE(log.Has(GetParam().lockMessage));
+}
+
+TEST_P(HBAAPIMutex, OfAnotherAccountThatLetsNobodyWaitRefuses) {
+    library.mutex.createError = ERROR_ACCESS_DENIED;
+    library.mutex.openError = ERROR_ACCESS_DENIED;
+    ExpectRefused({"create Global\\CHBAAPINTMUT", "open Global\\CHBAAPINTMUT SYNCHRONIZE"});
 }
 
 TEST_P(HBAAPIMutex, ThatCannotBeWaitedForRefuses) {

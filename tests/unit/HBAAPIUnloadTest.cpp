@@ -99,7 +99,7 @@ TEST_F(HBAAPIUnload, DeInitNeedsNoMemory) {
 
 TEST_F(HBAAPIUnload, DeInitWithoutTheMutexNeedsNoMemory) {
     Bind();
-    library.mutex.cannotCreate = true;
+    library.mutex.createError = ERROR_INVALID_HANDLE;
     int refused = 0;
     {
         const FailingMemory noMemory;

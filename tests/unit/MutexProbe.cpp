@@ -11,11 +11,13 @@ namespace {
 MutexProbe* g_probe;
 
 using PFN_CreateMutexW = HANDLE(WINAPI*)(SECURITY_ATTRIBUTES*, BOOL, const wchar_t*);
+using PFN_OpenMutexW = HANDLE(WINAPI*)(DWORD, BOOL, const wchar_t*);
 using PFN_WaitForSingleObject = DWORD(WINAPI*)(HANDLE, DWORD);
 using PFN_HandleFunction = BOOL(WINAPI*)(HANDLE);
 
 // Never reset: another thread may be on its way through an import when the object goes.
 PFN_CreateMutexW g_createMutex;
+PFN_OpenMutexW g_openMutex;
 PFN_WaitForSingleObject g_waitForSingleObject;
 PFN_HandleFunction g_releaseMutex, g_closeHandle;
 
@@ -23,15 +25,24 @@ std::wstring PrivateName() {
     return L"Local\\FcoeTestMutex" + std::to_wstring(GetCurrentProcessId());
 }
 
+std::string Narrow(const wchar_t* text) {
+    std::string narrow;
+    for (; *text; ++text)
+        narrow += static_cast<char>(*text);
+    return narrow;
+}
+
 } // namespace
 
 MutexProbe::MutexProbe()
     : m_create(nullptr, "KERNEL32.dll", "CreateMutexW", reinterpret_cast<void*>(&OnCreate)),
+      m_open(nullptr, "KERNEL32.dll", "OpenMutexW", reinterpret_cast<void*>(&OnOpen)),
       m_wait(nullptr, "KERNEL32.dll", "WaitForSingleObject", reinterpret_cast<void*>(&OnWait)),
       m_release(nullptr, "KERNEL32.dll", "ReleaseMutex", reinterpret_cast<void*>(&OnRelease)),
       m_close(nullptr, "KERNEL32.dll", "CloseHandle", reinterpret_cast<void*>(&OnClose)) {
     EXPECT_EQ(nullptr, g_probe) << "one probe at a time";
     g_createMutex = m_create.Original<PFN_CreateMutexW>();
+    g_openMutex = m_open.Original<PFN_OpenMutexW>();
     g_waitForSingleObject = m_wait.Original<PFN_WaitForSingleObject>();
     g_releaseMutex = m_release.Original<PFN_HandleFunction>();
     g_closeHandle = m_close.Original<PFN_HandleFunction>();
@@ -43,8 +54,13 @@ MutexProbe::~MutexProbe() {
     g_probe = nullptr;
 }
 
-HANDLE MutexProbe::Open() {
-    return g_createMutex(nullptr, FALSE, PrivateName().c_str());
+HANDLE MutexProbe::Open(DWORD access) {
+    const HANDLE mutex = g_createMutex(nullptr, FALSE, PrivateName().c_str());
+    if (access == MUTEX_ALL_ACCESS)
+        return mutex;
+    const HANDLE limited = g_openMutex(access, FALSE, PrivateName().c_str());
+    g_closeHandle(mutex);
+    return limited;
 }
 
 std::vector<std::string> MutexProbe::Events() const {
@@ -74,6 +90,12 @@ void MutexProbe::Note(std::string event) {
     m_events.push_back(std::move(event));
 }
 
+HANDLE MutexProbe::Remember(HANDLE handle) {
+    const std::lock_guard lock(m_lock);
+    m_handles.insert(handle);
+    return handle;
+}
+
 bool MutexProbe::IsMutex(HANDLE handle) const {
     const std::lock_guard lock(m_lock);
     return m_handles.contains(handle);
@@ -83,18 +105,25 @@ HANDLE WINAPI MutexProbe::OnCreate(SECURITY_ATTRIBUTES* attributes, BOOL owned, 
     const FailingMemory::Pause pause;
     if (!g_probe || !name)
         return g_createMutex(attributes, owned, name);
-    std::string event = "create ";
-    for (; *name; ++name)
-        event += static_cast<char>(*name);
-    g_probe->Note(event + (owned ? " owned" : "") + (attributes ? " secured" : ""));
-    if (g_probe->cannotCreate) {
-        SetLastError(ERROR_ACCESS_DENIED);
+    g_probe->Note("create " + Narrow(name) + (owned ? " owned" : "") + (attributes ? " secured" : ""));
+    if (const DWORD error = g_probe->createError) {
+        SetLastError(error);
         return nullptr;
     }
-    const HANDLE handle = Open();
-    const std::lock_guard lock(g_probe->m_lock);
-    g_probe->m_handles.insert(handle);
-    return handle;
+    return g_probe->Remember(Open());
+}
+
+HANDLE WINAPI MutexProbe::OnOpen(DWORD access, BOOL inherited, const wchar_t* name) {
+    const FailingMemory::Pause pause;
+    if (!g_probe || !name)
+        return g_openMutex(access, inherited, name);
+    g_probe->Note("open " + Narrow(name) + (access == SYNCHRONIZE ? " SYNCHRONIZE" : " " + std::to_string(access)) +
+                  (inherited ? " inherited" : ""));
+    if (const DWORD error = g_probe->openError) {
+        SetLastError(error);
+        return nullptr;
+    }
+    return g_probe->Remember(Open(access));
 }
 
 DWORD WINAPI MutexProbe::OnWait(HANDLE handle, DWORD milliseconds) {

@@ -25,13 +25,15 @@ class MutexProbe {
 
     // No wait for the mutex takes longer than this, whatever was asked for.
     std::atomic<DWORD> waitLimit{INFINITE};
-    // CreateMutexW fails.
-    std::atomic<bool> cannotCreate{false};
+    // Not 0: CreateMutexW fails for this reason.
+    std::atomic<DWORD> createError{0};
+    // Not 0: OpenMutexW fails for this reason.
+    std::atomic<DWORD> openError{0};
     // WaitForSingleObject fails.
     std::atomic<bool> cannotWait{false};
 
-    // What was done: "create NAME", with " owned" or " secured" when that was asked for; "wait MILLISECONDS";
-    // "release", "close".
+    // What was done: "create NAME", with " owned" or " secured" when that was asked for; "open NAME ACCESS", with
+    // " inherited" when that was asked for; "wait MILLISECONDS"; "release", "close".
     std::vector<std::string> Events() const;
     void Clear();
     // Whether a thread has the mutex. From a thread of its own, so the caller's ownership counts, too.
@@ -40,11 +42,14 @@ class MutexProbe {
   private:
     friend class MutexHolder;
     friend class AbandonedMutex;
-    static HANDLE Open();
+    static HANDLE Open(DWORD access = MUTEX_ALL_ACCESS);
     void Note(std::string event);
     bool IsMutex(HANDLE handle) const;
 
+    HANDLE Remember(HANDLE handle);
+
     static HANDLE WINAPI OnCreate(SECURITY_ATTRIBUTES* attributes, BOOL owned, const wchar_t* name);
+    static HANDLE WINAPI OnOpen(DWORD access, BOOL inherited, const wchar_t* name);
     static DWORD WINAPI OnWait(HANDLE handle, DWORD milliseconds);
     static BOOL WINAPI OnRelease(HANDLE handle);
     static BOOL WINAPI OnClose(HANDLE handle);
@@ -52,7 +57,7 @@ class MutexProbe {
     mutable std::mutex m_lock; // guards the events and the handles
     std::vector<std::string> m_events;
     std::set<HANDLE> m_handles;
-    ImportPatch m_create, m_wait, m_release, m_close;
+    ImportPatch m_create, m_open, m_wait, m_release, m_close;
 };
 
 // Another thread, which holds the mutex as long as the object lives.

@@ -95,7 +95,7 @@ TEST_F(VendorCall, LockSaysWhenItIsNotToBeHad) {
     }
     EXPECT_FALSE(probe.IsHeld());
     EXPECT_THAT(log.Messages(), IsEmpty());
-    probe.cannotCreate = true;
+    probe.createError = ERROR_INVALID_HANDLE;
     EXPECT_FALSE(CQelVendorLock(L"no lock").IsAcquired());
     EXPECT_THAT(log.Messages(), ElementsAre("no lock"));
 }

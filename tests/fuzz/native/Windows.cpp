@@ -162,6 +162,11 @@ HANDLE CreateMutexW(void*, BOOL, const wchar_t*) {
     return Open<HANDLE>(g_mutex);
 }
 
+HANDLE OpenMutexW(DWORD, BOOL, const wchar_t*) {
+    FUZZ_CHECK(!"the mutex of another account");
+    return nullptr;
+}
+
 DWORD WaitForSingleObject(HANDLE handle, DWORD) {
     FUZZ_CHECK(handle == &g_mutex);
     return native::MutexIsFree() ? WAIT_OBJECT_0 : WAIT_TIMEOUT;

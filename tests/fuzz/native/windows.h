@@ -68,6 +68,7 @@ struct GUID {
 
 #define ERROR_SUCCESS 0
 #define ERROR_FILE_NOT_FOUND 2
+#define ERROR_ACCESS_DENIED 5
 #define ERROR_NOT_ENOUGH_MEMORY 8
 #define ERROR_INSUFFICIENT_BUFFER 122
 #define ERROR_PROC_NOT_FOUND 127
@@ -115,7 +116,9 @@ void LeaveCriticalSection(CRITICAL_SECTION* pSection);
 
 #define WAIT_OBJECT_0 0u
 #define WAIT_TIMEOUT 258u
+#define SYNCHRONIZE 0x00100000u
 HANDLE CreateMutexW(void* pSecurity, BOOL bOwner, const wchar_t* pszName);
+HANDLE OpenMutexW(DWORD dwAccess, BOOL bInherit, const wchar_t* pszName);
 DWORD WaitForSingleObject(HANDLE handle, DWORD dwMilliseconds);
 BOOL ReleaseMutex(HANDLE handle);
 BOOL CloseHandle(HANDLE handle);

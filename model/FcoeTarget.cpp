@@ -54,11 +54,11 @@ CQelString SerialNumber(const CQelScsiBuffers& buffers) {
     return strSerial;
 }
 
-// Bytes as characters, whatever the code page: what the wide "%c%c%c%c%c%c%c%c" makes of them.
+// Bytes as characters, whatever the code page, up to the first null: the text that the wide "%c%c%c%c%c%c%c%c" makes.
 CQelString Vendor(const CQelScsiBuffers& buffers) {
     const HBA_UINT8* pbyVendor = buffers.abyResponse + 8;
     CQelString strVendor;
-    strVendor.assign(pbyVendor, pbyVendor + 8);
+    strVendor.assign(pbyVendor, std::find(pbyVendor, pbyVendor + 8, HBA_UINT8{0}));
     return strVendor;
 }
 

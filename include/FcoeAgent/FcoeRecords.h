@@ -71,7 +71,7 @@ struct QEL_FCOE_TARGET {
     ULONG ulScsiTarget = 0;
     ULONG ulFcId = 0;
     ULONG ulNumber = 0;
-    CQelString strVendor; // T10 vendor identification, standard INQUIRY bytes 8 to 15, null characters included
+    CQelString strVendor; // T10 vendor identification, standard INQUIRY bytes 8 to 15 up to the first null, with blanks
     CQelString strSerial; // unit serial number, VPD page 80h, without null characters
     CQelString strInitiatorPortWWN;
     CQelString strOwningPortWWN;

@@ -42,9 +42,10 @@ void CheckTarget(const DrawnLibrary& library, const QEL_FCOE_TARGET& record) {
     }
 
     const ScsiCall& standard = library.mapInquiries.at(0);
-    FUZZ_CHECK(record.strVendor.size() == (standard.ulStatus == HBA_STATUS_OK ? 8 : 0));
-    for (std::size_t i = 0; i < record.strVendor.size(); ++i)
-        FUZZ_CHECK(record.strVendor[i] == standard.abyResponse[8 + i]);
+    std::wstring strVendor;
+    for (int i = 8; i < 16 && standard.ulStatus == HBA_STATUS_OK && standard.abyResponse[i] != 0; ++i)
+        strVendor.push_back(standard.abyResponse[i]);
+    FUZZ_CHECK(record.strVendor == strVendor);
 }
 
 // "Unknown", or the capacity in its unit: read back from the text, it is the response's, but for what a unit cuts off.

@@ -126,15 +126,10 @@ std::vector<QEL_FCOE_STATISTIC> WithoutReadings(const Situation& situation, QEL_
     record.llValue = 0;
     return situation.isRestarted ? std::vector{record} : std::vector<QEL_FCOE_STATISTIC>();
 }
-std::vector<QEL_FCOE_TARGET> WithoutReadings(const Situation& situation, QEL_FCOE_TARGET record) {
+std::vector<QEL_FCOE_TARGET> WithoutReadings(const Situation&, QEL_FCOE_TARGET record) {
     record.strSerial.clear();
     record.strVendor.clear();
-    std::vector<QEL_FCOE_TARGET> records{record};
-    if (situation.isRestarted) {
-        record.strVendor.assign(8, L'\0');
-        records.push_back(record);
-    }
-    return records;
+    return {record};
 }
 std::vector<QEL_FCOE_LUN> WithoutReadings(const Situation&, QEL_FCOE_LUN record) {
     record.strCapacity = record.strBlockSize = Resource(IDS_QEL_UNKNOWN).c_str();

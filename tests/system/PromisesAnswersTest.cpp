@@ -150,12 +150,12 @@ TEST(PromiseAnswers, OfARefusedInquiryHaveEmptyTextsAndOfARefusedCapacityUnknown
     EXPECT_STREQ(L"Unknown", luns[0].strBlockSize);
 }
 
-TEST(PromiseAnswers, OfALibraryWithoutInquiryHaveEightNullCharactersForTheVendor) {
+TEST(PromiseAnswers, OfALibraryWithoutInquiryHaveEmptyTexts) {
     PromiseSuite suite(TwoAdapters(R"({"function": "ScsiInquiry", "missing": true})"));
     std::vector<QEL_FCOE_TARGET> targets;
     EXPECT_TRUE(suite.Ask(TARGETS, FIRST, targets));
     ASSERT_THAT(targets, SizeIs(1));
-    EXPECT_EQ(std::wstring(8, L'\0'), std::wstring(targets[0].strVendor));
+    EXPECT_EQ(std::wstring(), std::wstring(targets[0].strVendor));
     EXPECT_TRUE(targets[0].strSerial.empty());
 }
 

@@ -156,7 +156,7 @@ TEST_F(TargetInquiry, BuffersAreClearedForEachCommand) {
 TEST_F(TargetInquiry, StaleTailOfTheFirstResponseIsNoVendor) {
     SetSerial("0123456789");
     standard = {0, 0, 0, 0, 0, 0, 0, 0, 'A', 'B'}; // the second response ends within the vendor
-    EXPECT_EQ(std::wstring(L"AB\0\0\0\0\0\0", 8), Record().strVendor);
+    EXPECT_EQ(L"AB", Record().strVendor);
 }
 
 TEST_F(TargetInquiry, FailuresLeaveTheTextsEmpty) {
@@ -178,7 +178,7 @@ TEST_F(TargetInquiry, UnboundLibraryGivesZeroedResponses) {
     library.DeInitHBAAPIMod();
     const QEL_FCOE_TARGET record = Record();
     EXPECT_EQ(L"", record.strSerial);
-    EXPECT_EQ(std::wstring(8, L'\0'), record.strVendor);
+    EXPECT_EQ(std::wstring(), record.strVendor);
     EXPECT_EQ(0, fake.CallsOf("ScsiInquiry"));
 }
 
@@ -267,10 +267,17 @@ TEST_F(TargetVendor, BytesAreCharactersOfTheirValue) {
     EXPECT_EQ(L"\u00E9\u0080\u00FF     ", Record().strVendor);
 }
 
-// The text always has eight characters, and null is one of them.
-TEST_F(TargetVendor, NullBytesAreCharacters) {
-    SetVendor(std::string("A\0B\0\0\0\0\0", 8));
-    EXPECT_EQ(std::wstring(L"A\0B\0\0\0\0\0", 8), Record().strVendor);
+// Whatever follows it in the field or behind it.
+TEST_F(TargetVendor, EndsAtTheFirstNull) {
+    SetVendor(std::string("A \0B    Product", 15));
+    EXPECT_EQ(std::wstring(L"A "), Record().strVendor);
+    SetVendor(std::string("ORVAN 7\0Product", 15));
+    EXPECT_EQ(std::wstring(L"ORVAN 7"), Record().strVendor);
+}
+
+TEST_F(TargetVendor, ThatBeginsWithANullIsEmpty) {
+    SetVendor(std::string("\0ORVAN  Product", 15));
+    EXPECT_EQ(std::wstring(), Record().strVendor);
 }
 
 // --- Logical units

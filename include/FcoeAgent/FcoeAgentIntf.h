@@ -44,7 +44,9 @@ class CQelFcoeAgentIntf {
                                      ULONG64 ullContext) = 0;
 
     // Forgets all adapters and unloads the vendor library; one that is in use goes with the last call that returns from
-    // it. Always TRUE. GetFcoeAgent starts the agent again. To be called before the agent's module is freed.
+    // it. Always TRUE. GetFcoeAgent starts the agent again. To be called before the agent's module is freed:
+    // FreeLibrary releases under the loader's lock, where a vendor library that waits for a thread of its own waits for
+    // ever.
     virtual BOOL Uninstall(ULONG64 ullIgnored) = 0;
 
     // Creates an NPIV virtual port inside the core agent's configuration lock. strWWPN is the new port's name, or the

@@ -94,6 +94,37 @@ TEST(ProcessExit, InsideTheLibraryRefusesOneCallOfAnotherProcess) {
     CloseHandle(mutex);
 }
 
+// A child whose vendor library waits for a thread of its own when an adapter is closed.
+class ProcessUnload : public testing::Test {
+  protected:
+    ProcessUnload() : m_stopping(CreateEventW(nullptr, TRUE, FALSE, m_name.c_str())) {}
+    ~ProcessUnload() override { CloseHandle(m_stopping); }
+
+    HANDLE StartChild(const std::wstring& mode) { return Start(mode + L" " + m_name); }
+    // Whether the library's thread is told to end before the time is up.
+    bool IsStoppingWithin(DWORD milliseconds) { return WaitForSingleObject(m_stopping, milliseconds) == WAIT_OBJECT_0; }
+
+  private:
+    const std::wstring m_name = L"fcoe-test-stopping-" + std::to_wstring(GetCurrentProcessId());
+    const HANDLE m_stopping;
+};
+
+TEST_F(ProcessUnload, AfterUninstallIsNotHeldUpByALibraryThatWaitsForItsThread) {
+    EXPECT_EQ(0u, Finish(StartChild(L"uninstall")));
+    EXPECT_TRUE(IsStoppingWithin(0));
+}
+
+// Why a host has to call Uninstall first.
+TEST_F(ProcessUnload, WithoutUninstallHangsInALibraryThatWaitsForItsThread) {
+    const HANDLE process = StartChild(L"free");
+    ASSERT_TRUE(process);
+    EXPECT_TRUE(IsStoppingWithin(60000));
+    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForSingleObject(process, 2000));
+    TerminateProcess(process, 0);
+    EXPECT_EQ(static_cast<DWORD>(WAIT_OBJECT_0), WaitForSingleObject(process, 60000));
+    CloseHandle(process);
+}
+
 TEST(Processes, TwoAtOnceBothGetTheirAnswers) {
     const HANDLE first = Start(L"log"), second = Start(L"log");
     EXPECT_EQ(0u, Finish(first));

@@ -49,6 +49,10 @@ int main() {
         result = PrintAdapters(*agent);
     else
         std::fputs("The agent could not start; usually the core agent is missing.\n", stderr);
+    // Adapters and vendor library are released here. What is left to FreeLibrary is released under the loader's lock,
+    // where a library that waits for a thread of its own to end waits for ever.
+    if (agent)
+        agent->Uninstall(0);
     FreeLibrary(module);
     return result;
 }

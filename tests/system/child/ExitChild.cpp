@@ -1,4 +1,5 @@
-// A host that ends without unloading the agent. Usage: exit_child MODE; exit code 0 when it came to its end.
+// A host in a process of its own, which mostly ends without unloading the agent. Usage: exit_child MODE; exit code 0
+// when it came to its end.
 //
 //   idle           after an enumeration
 //   enumerating N  while another thread is inside an enumeration, N milliseconds after it began to enumerate
@@ -6,6 +7,9 @@
 //   log            enumerates a hundred times and unloads; two of these run side by side
 //   change N       creates and deletes 100 virtual ports, Nth of its kind; the last one stays
 //   watch          enumerates ports until the event of the test is set; nothing may fail
+//   free NAME      frees the agent with an adapter open in a vendor library that waits for a thread of its own
+//                  (ThreadedLibrary.cpp); the event NAME is set when that thread has been told to end
+//   uninstall NAME the same after Uninstall
 //
 // A watchdog ends it with its own code when it hangs.
 #include <cstdio>
@@ -15,6 +19,7 @@
 #include <thread>
 
 #include "tests/kit/CrashReport.h"
+#include "tests/kit/ProgramFolder.h"
 #include "tests/kit/SuiteHost.h"
 
 namespace {
@@ -73,6 +78,25 @@ int Watch(CQelFcoeAgentIntf* agent, const char* eventName) {
     return 0;
 }
 
+// A module that is loaded is found by its bare name, wherever it lies.
+HMODULE LoadThreadedLibrary() {
+    return LoadLibraryW((ProgramFolder() / L"threaded_library" / L"orvanhapi.dll").c_str());
+}
+
+// library: our own reference; from then on it is the agent's alone.
+int Free(SuiteHost& host, CQelFcoeAgentIntf* agent, HMODULE library, const char* eventName, bool uninstall) {
+    FreeLibrary(library);
+    CQelString adapter(ADAPTER);
+    std::vector<QEL_FCOE_VLAN> vlans;
+    if (!agent->EnumerateVLANs(adapter, vlans, 0))
+        return 30;
+    SetEnvironmentVariableA("FCOE_CHILD_STOPPING", eventName);
+    if (uninstall)
+        agent->Uninstall(0);
+    host.Unload();
+    return 0;
+}
+
 int Enumerate(CQelFcoeAgentIntf* agent) {
     CQelString all;
     std::vector<QEL_FCOE_LUN> luns;
@@ -95,9 +119,13 @@ int main(int argc, char** argv) {
     }
     if (mode == "in-library")
         host->Simulate(SLOW_LIBRARY);
+    const bool frees = (mode == "free" || mode == "uninstall") && argc > 2;
+    const HMODULE threadedLibrary = frees ? LoadThreadedLibrary() : nullptr;
     auto* agent = host->GetAgent();
     if (!agent)
         return 2;
+    if (frees)
+        return Free(*host, agent, threadedLibrary, argv[2], mode == "uninstall");
     if (mode == "change" && argc > 2)
         return Change(agent, std::atoi(argv[2]));
     if (mode == "watch" && argc > 2)

@@ -126,6 +126,33 @@ INSTANTIATE_TEST_SUITE_P(, FcoeHBAModel,
                                                    L"\x01" + std::wstring(255, L'm')}),
                          [](const auto& info) { return info.param.name; });
 
+namespace {
+
+// What a buffer that is too small holds afterwards is nowhere said, so the system may leave it alone.
+int WINAPI ConvertWholeOrNothing(UINT page, DWORD flags, const char* source, int size, wchar_t* destination, int room) {
+    if (room != 0 && MultiByteToWideChar(page, flags, source, size, nullptr, 0) > room) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return 0;
+    }
+    return MultiByteToWideChar(page, flags, source, size, destination, room);
+}
+
+} // namespace
+
+TEST_F(FcoeHBARecord, ModelThatFindsNoRoomIsEmptyWhereTheSystemLeavesTheBufferAlone) {
+    const ImportPatch patch(GetModuleHandleW(L"QelColib.dll"), "KERNEL32.dll", "MultiByteToWideChar",
+                            reinterpret_cast<void*>(&ConvertWholeOrNothing));
+    Make();
+    QEL_FCOE_HBA record = Record();
+    EXPECT_EQ(L"", record.strModel);
+    EXPECT_EQ(L"orvan-fcoe-0", record.strAdapterName) << "the rest of the record stands";
+
+    std::strcpy(fake.adapterAttributes.Model, "+12"); // room for 256 / 43 = 5
+    clock.Advance(11);
+    record = Record();
+    EXPECT_EQ(L"+12", record.strModel);
+}
+
 // --- Link status
 
 TEST_F(FcoeHBARecord, PortThatIsNotOnlineNeverAsksTheDcbService) {

@@ -24,7 +24,10 @@ FakeSetupApi::~FakeSetupApi() {
     s_current = nullptr;
 }
 
-HDEVINFO WINAPI FakeSetupApi::GetClassDevs(const GUID* classId, const wchar_t*, HWND, DWORD) {
+HDEVINFO WINAPI FakeSetupApi::GetClassDevs(const GUID* classId, const wchar_t* enumerator, HWND window, DWORD flags) {
+    EXPECT_EQ(nullptr, enumerator);
+    EXPECT_EQ(nullptr, window);
+    EXPECT_EQ(static_cast<DWORD>(DIGCF_PRESENT), flags);
     s_current->classes.push_back(*classId);
     if (!s_current->classOpens)
         return INVALID_HANDLE_VALUE;
@@ -38,6 +41,10 @@ BOOL WINAPI FakeSetupApi::EnumDeviceInfo(HDEVINFO set, DWORD index, SP_DEVINFO_D
     s_current->enumerated.push_back(index);
     if (index >= s_current->devices.size()) {
         SetLastError(ERROR_NO_MORE_ITEMS);
+        return FALSE;
+    }
+    if (const DWORD error = s_current->devices[index].enumError) {
+        SetLastError(error);
         return FALSE;
     }
     data->DevInst = index;

@@ -17,6 +17,7 @@ struct FakeDevice {
     std::optional<DWORD> bus;
     std::optional<DWORD> address;
     bool driverKey = true; // false: it cannot be opened
+    DWORD enumError = 0;   // not 0: the enumeration refuses it for this reason
 };
 
 class FakeSetupApi {

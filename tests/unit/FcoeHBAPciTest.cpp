@@ -21,6 +21,22 @@ TEST_F(FcoeHBAPci, PropertiesAreAskedOfAHandleOpenedAnew) {
     EXPECT_TRUE(std::prev(properties)->starts_with("GetFCoEControllerHandle "));
 }
 
+TEST_F(FcoeHBAPci, DevicesAreOpenedAfterTheHandleAndBeforeThePropertiesAreAskedFor) {
+    Make();
+    std::vector<int> openSets;
+    fake.GetFCoEControllerHandle = [&](const char*) {
+        openSets.push_back(setupApi.openSets);
+        return fake.handle;
+    };
+    fake.GetFCAndNICProperties = [&](HBA_HANDLE, ORVAN_FC_NIC_PROPERTIES* record) {
+        openSets.push_back(setupApi.openSets);
+        *record = fake.properties;
+        return HBA_STATUS_OK;
+    };
+    Record();
+    EXPECT_THAT(openSets, ElementsAre(0, 0, 1)) << "two openings of the handle, the properties";
+}
+
 TEST_F(FcoeHBAPci, ComesFromTheDeviceOfTheNetworkInstance) {
     setupApi.devices = {{L"{OTHER}", 9, 9u << 16, true},
                         {std::nullopt, 8, 8u << 16, true},
@@ -91,6 +107,18 @@ TEST_F(FcoeHBAPci, InstanceWithoutATerminatorIsReadToItsEnd) {
     Make();
     Record();
     EXPECT_TRUE(Logged("CQelFcoeHBA::GetPCISlotInfo - Failed to get the bus number"));
+}
+
+// Behind a device that cannot be enumerated nothing is looked for, whatever the reason.
+TEST_F(FcoeHBAPci, EnumerationEndsAtItsFirstError) {
+    for (const DWORD error : {ERROR_NO_MORE_ITEMS, ERROR_ACCESS_DENIED, ERROR_INVALID_DATA}) {
+        Make();
+        setupApi.enumerated.clear();
+        setupApi.devices = {{L"{OTHER}", 9, 0, true}, {L"{BAD}", 9, 0, true, error}, {GUID_TEXT, 5, 0, true}};
+        EXPECT_TRUE(Record().strPciLocation == L"PCI bus 0, device 0, function 0");
+        EXPECT_THAT(setupApi.enumerated, ElementsAre(0u, 1u)) << error;
+        EXPECT_TRUE(Logged("CQelFcoeHBA::GetPCISlotInfo - Failed to get the bus number"));
+    }
 }
 
 TEST_F(FcoeHBAPci, DeviceClassThatCannotBeOpenedHasNoBusNumber) {

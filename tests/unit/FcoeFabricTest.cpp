@@ -2,6 +2,7 @@
 
 #include "tests/kit/MovedClock.h"
 #include "tests/unit/FailingObject.h"
+#include "tests/unit/OpenedFlag.h"
 #include "tests/unit/TreeTest.h"
 
 using testing::ElementsAre;
@@ -179,6 +180,23 @@ TEST_F(FabricRecord, NumberHas16Bits) {
     EXPECT_EQ(L"Fabric 65535", Record(*Make(PHYSICAL)).strName);
 }
 
+TEST_F(FabricRecord, ThatCannotBeHadLeavesTheCallersUntouched) {
+    ports = {Entry(0, 1)};
+    const auto fabric = Make(PHYSICAL);
+    Failing<CQelFcoeFabric>::Break(*fabric, CacheKey::FABRIC_RECORD);
+    QEL_FCOE_FABRIC record;
+    record.strName = L"before";
+    record.ulNumber = 77;
+    EXPECT_FALSE(fabric->Get(record));
+    EXPECT_EQ(L"before", record.strName);
+    EXPECT_EQ(77u, record.ulNumber);
+    EXPECT_TRUE(Traced("CQelFcoeFabric::Get", ", bReturn=false"));
+}
+
+TEST_F(FabricRecord, CountsAsOpened) {
+    EXPECT_EQ(1u, OpenedFlag<CQelFcoeFabric>::Of(*Make(PHYSICAL)));
+}
+
 TEST_F(FabricRecord, OperationsAreTraced) {
     ports = {Entry(0, 1)};
     Ports(*Make(PHYSICAL));
@@ -223,6 +241,22 @@ TEST_F(FabricPorts, AreSharedAndAppended) {
     ASSERT_EQ(4u, objects.size());
     EXPECT_EQ(objects[0], objects[2]);
     EXPECT_EQ(objects[1], objects[3]);
+}
+
+TEST_F(FabricPorts, ThatCannotBeHadFailWhatNeedsThem) {
+    ports = {Entry(0, 1)};
+    AddTarget(0, 1, 10);
+    const auto fabric = Make(PHYSICAL);
+    Failing<CQelFcoeFabric>::Break(*fabric, CacheKey::FABRIC_PORTS);
+    std::vector<std::shared_ptr<CQelFcoePort>> objects(1);
+    EXPECT_FALSE(fabric->GetPorts(objects));
+    EXPECT_EQ(1u, objects.size());
+    EXPECT_TRUE(Traced("CQelFcoeFabric::GetPorts", ", bReturn=false"));
+    EXPECT_FALSE(fabric->GetTargets(targets));
+    EXPECT_THAT(targets, IsEmpty());
+    EXPECT_FALSE(fabric->GetLUNs(luns));
+    EXPECT_THAT(luns, IsEmpty());
+    EXPECT_THAT(fake.calls, IsEmpty());
 }
 
 // --- Targets and logical units

@@ -1,6 +1,7 @@
 #include "model/FcoeLUN.h"
 
 #include "tests/unit/CAllocatorWatch.h"
+#include "tests/unit/FailingObject.h"
 #include "tests/unit/TreeTest.h"
 
 using testing::ElementsAre;
@@ -75,6 +76,25 @@ TEST_F(LunRecord, IsReadOnceAtConstruction) {
     EXPECT_TRUE(lun->Get(record));
     EXPECT_EQ(L"2 MB", record.strCapacity);
     EXPECT_EQ(1u, fake.calls.size());
+}
+
+TEST_F(LunRecord, ReservedFieldIsSetToZero) {
+    QEL_FCOE_LUN record;
+    record.ulReserved = 77;
+    EXPECT_TRUE(Make()->Get(record));
+    EXPECT_EQ(0u, record.ulReserved);
+}
+
+TEST_F(LunRecord, ThatCannotBeHadLeavesTheCallersUntouched) {
+    const auto lun = Make();
+    Failing<CQelFcoeLUN>::Break(*lun, CacheKey::LUN_RECORD);
+    QEL_FCOE_LUN record;
+    record.strCapacity = L"before";
+    record.ulReserved = 77;
+    EXPECT_FALSE(lun->Get(record));
+    EXPECT_EQ(L"before", record.strCapacity);
+    EXPECT_EQ(77u, record.ulReserved);
+    EXPECT_TRUE(Traced("CQelFcoeLUN::Get", ", bReturn=false"));
 }
 
 TEST_F(LunRecord, OperationsAreTraced) {

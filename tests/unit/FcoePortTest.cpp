@@ -2,6 +2,7 @@
 
 #include "tests/kit/MovedClock.h"
 #include "tests/unit/CAllocatorWatch.h"
+#include "tests/unit/FailingObject.h"
 #include "tests/unit/TreeTest.h"
 
 using testing::ElementsAre;
@@ -52,6 +53,13 @@ class FcoePortTest : public TreeTest {
     std::vector<std::shared_ptr<CQelFcoeTarget>> targets;
 };
 
+// A port whose record says something else.
+struct Retold : CQelFcoePort {
+    static void Tell(CQelFcoePort& port, const QEL_FCOE_PORT& record) {
+        (port.*(&Retold::m_cache)).AddCache(CacheKey::PORT_RECORD, std::make_shared<QEL_FCOE_PORT>(record));
+    }
+};
+
 using PortRecord = FcoePortTest;
 using PortTargets = FcoePortTest;
 
@@ -98,6 +106,18 @@ TEST_F(PortRecord, OnlyTypeZeroShowsAsPhysical) {
     }
 }
 
+TEST_F(PortRecord, ThatCannotBeHadLeavesTheCallersUntouched) {
+    const auto port = Make();
+    Failing<CQelFcoePort>::Break(*port, CacheKey::PORT_RECORD);
+    QEL_FCOE_PORT record;
+    record.strPortWWN = L"before";
+    record.ulWordA = 77;
+    EXPECT_FALSE(port->Get(record));
+    EXPECT_EQ(L"before", record.strPortWWN);
+    EXPECT_EQ(77u, record.ulWordA);
+    EXPECT_TRUE(Traced("CQelFcoePort::Get", ", bReturn=false"));
+}
+
 TEST_F(PortRecord, OperationsAreTraced) {
     Record();
     EXPECT_TRUE(Traced("CQelFcoePort::CQelFcoePort"));
@@ -138,6 +158,21 @@ TEST_F(PortTargets, OfOtherPortsMayHaveAnyWord) {
         fake.targets = {Target(1, type, PORT, 0xBBBBBBBA), Target(2, type, PORT, 0xBBBBBBBB)};
         EXPECT_THAT(TargetNumbers(), ElementsAre(1u, 2u));
     }
+}
+
+TEST_F(PortTargets, HaveItsNameToTheLetter) {
+    entry.PortWWN = Wwn(0x20000011223344AA);
+    fake.targets = {Target(1, 0, 0x20000011223344AA)};
+    const auto port = Make();
+    EXPECT_TRUE(port->GetTargets_HBA(targets));
+    EXPECT_EQ(1u, targets.size());
+
+    targets.clear();
+    QEL_FCOE_PORT record = Record();
+    record.strPortWWN = L"20:00:00:11:22:33:44:aa";
+    Retold::Tell(*port, record);
+    EXPECT_TRUE(port->GetTargets_HBA(targets));
+    EXPECT_THAT(targets, IsEmpty());
 }
 
 // The identifier alternates, so no answer can stand for the next entry's.

@@ -2,6 +2,7 @@
 
 #include "tests/kit/MovedClock.h"
 #include "tests/unit/CAllocatorWatch.h"
+#include "tests/unit/FailingObject.h"
 #include "tests/unit/TreeTest.h"
 
 using testing::ElementsAre;
@@ -113,6 +114,18 @@ TEST_F(TargetRecord, DoesNotKeepTheEntry) {
     QEL_FCOE_TARGET record;
     EXPECT_TRUE(target->Get(record));
     EXPECT_EQ(L"50:06:01:60:3C:E0:A1:B2", record.strPortWWN);
+}
+
+TEST_F(TargetRecord, ThatCannotBeHadLeavesTheCallersUntouched) {
+    const auto target = Make();
+    Failing<CQelFcoeTarget>::Break(*target, CacheKey::TARGET_RECORD);
+    QEL_FCOE_TARGET record;
+    record.strPortWWN = L"before";
+    record.ulNumber = 77;
+    EXPECT_FALSE(target->Get(record));
+    EXPECT_EQ(L"before", record.strPortWWN);
+    EXPECT_EQ(77u, record.ulNumber);
+    EXPECT_TRUE(Traced("CQelFcoeTarget::Get", ", bReturn=false"));
 }
 
 TEST_F(TargetRecord, OperationsAreTraced) {

@@ -2,6 +2,7 @@
 
 #include "tests/kit/MovedClock.h"
 #include "tests/unit/CAllocatorWatch.h"
+#include "tests/unit/FailingObject.h"
 #include "tests/unit/TreeTest.h"
 
 using testing::ElementsAre;
@@ -62,6 +63,18 @@ TEST_F(VlanRecord, IdentifierHas16Bits) {
 TEST_F(VlanRecord, ComesFromTheEntryWithoutALibraryCall) {
     Record(*Make(0x00010064));
     EXPECT_TRUE(fake.calls.empty());
+}
+
+TEST_F(VlanRecord, ThatCannotBeHadLeavesTheCallersUntouched) {
+    const auto vlan = Make(0x00010064);
+    Failing<CQelFcoeVLAN>::Break(*vlan, CacheKey::VLAN_RECORD);
+    QEL_FCOE_VLAN record;
+    record.strName = L"before";
+    record.ulVlanId = 77;
+    EXPECT_FALSE(vlan->Get(record));
+    EXPECT_EQ(L"before", record.strName);
+    EXPECT_EQ(77u, record.ulVlanId);
+    EXPECT_TRUE(Traced("CQelFcoeVLAN::Get", ", bReturn=false"));
 }
 
 TEST_F(VlanRecord, OperationsAreTraced) {

@@ -1,8 +1,11 @@
 #include "model/WwnText.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include <gtest/gtest.h>
+
+#include "tests/kit/ImportPatch.h"
 
 namespace {
 
@@ -11,6 +14,26 @@ constexpr HBA_WWN WWN{{0x10, 0x00, 0x00, 0x1B, 0x21, 0xAA, 0xBB, 0xCC}};
 bool Parses(const wchar_t* text) {
     const auto wwn = ParseWwn(text);
     return wwn && std::memcmp(wwn->wwn, WWN.wwn, 8) == 0;
+}
+
+int LoadOtherFormat(CQelString* text, UINT) {
+    *text = L"%02x-%02X-%02x-%02x-%02x-%02x-%02x-%x";
+    return static_cast<int>(text->size());
+}
+
+// Ends the process; 0 tells that all was right.
+void CompareInOtherFormat() {
+    const ImportPatch patch(nullptr, "QelColib.dll", "_ZN10CQelString19LoadCommonResStringEj",
+                            reinterpret_cast<void*>(&LoadOtherFormat));
+    if (WwnText(WWN) != L"10-00-00-1b-21-aa-bb-cc" ||
+        WwnText(HBA_WWN{{0xAB, 0xCD, 2, 3, 4, 5, 6, 7}}) != L"ab-CD-02-03-04-05-06-7")
+        std::exit(1);
+    if (!HasText(WWN, L"10-00-00-1b-21-aa-bb-cc") || HasText(WWN, L"10-00-00-1B-21-AA-BB-CC") ||
+        HasText(WWN, L"10:00:00:1B:21:AA:BB:CC"))
+        std::exit(2);
+    if (!HasTextIgnoringCase(WWN, L"10-00-00-1B-21-AA-BB-CC") || HasTextIgnoringCase(WWN, L"10:00:00:1B:21:AA:BB:CC"))
+        std::exit(3);
+    std::exit(0);
 }
 
 } // namespace
@@ -44,6 +67,11 @@ TEST(WwnText, IsToldFromEveryOtherInAnyLetterCase) {
     EXPECT_FALSE(HasTextIgnoringCase(WWN, L"10:00:00:1b:21:aa:bb:cd"));
     EXPECT_FALSE(HasTextIgnoringCase(WWN, L"10:00:00:1b:21:aa:bb:c"));
     EXPECT_FALSE(HasTextIgnoringCase(HBA_WWN{}, L""));
+}
+
+// A process takes the format in once; so this needs one of its own.
+TEST(WwnText, IsMadeAndComparedByTheCommonFormatWhateverItIs) {
+    EXPECT_EXIT(CompareInOtherFormat(), testing::ExitedWithCode(0), "");
 }
 
 TEST(ParseWwn, AcceptsLowerCase) {

@@ -60,6 +60,19 @@ TEST_F(HBAAPIInt, RefusedInitializationOfALibraryThatIsBoundLeavesItsHandlers) {
     EXPECT_EQ(1, library.CallsOf("ScsiReadCapacityV2"));
 }
 
+TEST_F(HBAAPIInt, RefusedRegistrationOfALibraryThatIsBoundLeavesItsHandlers) {
+    Bind();
+    library.RegisterLibraryV2 = [](HBA_ENTRYPOINTSV2*) { return HBA_STATUS_ERROR; };
+    EXPECT_TRUE(api.InitHBAAPIMod());
+    EXPECT_EQ(1, library.CallsOf("RegisterLibraryV2"));
+    HBA_ADAPTERATTRIBUTES attributes;
+    EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes));
+    BYTE response[8], sense[8];
+    EXPECT_TRUE(api.RetrieveLUNCapacityV2(7, HBA_PORT_WWN, TARGET_WWN, 0, response, 8, sense, 8));
+    EXPECT_EQ(1, library.CallsOf("GetAdapterAttributes"));
+    EXPECT_EQ(1, library.CallsOf("ScsiReadCapacityV2"));
+}
+
 TEST_F(HBAAPIInt, LibraryWithoutInitializeLibraryCountsAsBoundButNotAsReady) {
     library.missing = {"InitializeLibrary"};
     EXPECT_TRUE(api.InitHBAAPIMod());

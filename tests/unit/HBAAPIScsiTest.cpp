@@ -159,6 +159,22 @@ TEST_F(HBAAPIScsi, CapacityRetrySeesTheSizesThatTheLibraryWroteBack) {
     EXPECT_THAT(sizes, ElementsAre(260u, 252u, 8u, 18u));
 }
 
+namespace {
+int g_sleeps;
+void WINAPI CountSleep(DWORD) {
+    ++g_sleeps;
+}
+} // namespace
+
+TEST_F(HBAAPIScsi, CapacityIsAskedForAgainAtOnce) {
+    Bind();
+    CapacityAnswers({9, 9, 9, 0});
+    const ImportPatch patch(nullptr, "KERNEL32.dll", "Sleep", reinterpret_cast<void*>(&CountSleep));
+    g_sleeps = 0;
+    EXPECT_TRUE(Capacity(response, sense));
+    EXPECT_EQ(0, g_sleeps);
+}
+
 TEST_F(HBAAPIScsi, CapacityRefusesNullBuffers) {
     Bind();
     EXPECT_FALSE(Capacity(nullptr, sense));

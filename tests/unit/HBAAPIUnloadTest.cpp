@@ -168,6 +168,21 @@ TEST_F(HBAAPIUnload, CallInsideAHandlerKeepsTheLibraryLoadedUntilItReturns) {
     EXPECT_EQ(1, library.frees);
 }
 
+TEST_F(HBAAPIUnload, LastCallToReturnUnloadsWithoutTheMutex) {
+    Bind();
+    CallInside call;
+    library.RescanScsiBus = [&](HBA_HANDLE, HBA_UINT32) {
+        call.Stay();
+        return HBA_STATUS_OK;
+    };
+    call.Start([&] { EXPECT_TRUE(api.RefreshTargetInfo(7)); });
+    EXPECT_TRUE(api.DeInitHBAAPIMod());
+    library.mutex.Clear();
+    call.Finish();
+    EXPECT_FALSE(library.Loaded());
+    EXPECT_THAT(library.mutex.Events(), IsEmpty());
+}
+
 TEST_F(HBAAPIUnload, CallInsideAnExportKeepsTheLibraryLoadedUntilItReturns) {
     Bind();
     CallInside call;

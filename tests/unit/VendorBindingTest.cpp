@@ -182,6 +182,14 @@ TEST(ConvertTCHARToChar, NameOf259CharactersFitsAndOneOf260DoesNot) {
     EXPECT_FALSE(ConvertTCHARToChar(std::wstring(260, L'a').c_str(), name));
 }
 
+// Another letter that looks like it, if there is one: here a capital A with a macron.
+TEST(ConvertTCHARToChar, CharacterThatTheCodePageLacksBecomesWhatTheSystemMakesOfIt) {
+    char expected[ORVAN_NAME_SIZE] = {}, name[ORVAN_NAME_SIZE];
+    ASSERT_LT(0, WideCharToMultiByte(CP_ACP, 0, L"a\u0100b", -1, expected, sizeof expected, nullptr, nullptr));
+    EXPECT_TRUE(ConvertTCHARToChar(L"a\u0100b", name));
+    EXPECT_STREQ(expected, name);
+}
+
 TEST(ConvertTCHARToChar, CharacterThatTheCodePageLacksBecomesAQuestionMark) {
     char name[ORVAN_NAME_SIZE];
     EXPECT_TRUE(ConvertTCHARToChar(L"a\x4e2d", name));

@@ -1,6 +1,7 @@
 // How the log finds its level and its file.
 #include "FcoeAgent/QelDebug.h"
 
+#include <bit>
 #include <cwchar>
 
 #include <fcntl.h>
@@ -79,8 +80,11 @@ void BuildPath(wchar_t (&szPath)[PATH_CAPACITY], const wchar_t* pszModuleName, c
 
 FILE* OpenFile(const wchar_t* pszPath, int nAppend) {
     FILE* const pFile = _wfsopen(pszPath, nAppend ? L"a+" : L"w", _SH_DENYWR);
-    if (pFile)
-        _setmode(_fileno(pFile), _O_BINARY); // lines come with their CR LF
+    if (!pFile)
+        return nullptr;
+    _setmode(_fileno(pFile), _O_BINARY); // lines come with their CR LF
+    // A program that the host starts would keep the file, and the next host could not write it.
+    SetHandleInformation(std::bit_cast<HANDLE>(_get_osfhandle(_fileno(pFile))), HANDLE_FLAG_INHERIT, 0);
     return pFile;
 }
 

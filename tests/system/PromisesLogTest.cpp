@@ -1,6 +1,13 @@
 // The log as docs/log.md tells of it, in a host's hands.
+#include <bit>
+#include <cstdint>
+#include <cstdlib>
+#include <sstream>
+
 #include <gtest/gtest.h>
 
+#include "tests/kit/ProgramFolder.h"
+#include "tests/kit/StartProcess.h"
 #include "tests/system/PromiseSuite.h"
 
 namespace {
@@ -106,6 +113,71 @@ TEST(PromiseLog, FolderMayHave511Characters) {
     host.Hive().Set(SUITE_KEY, L"InstalledDir", folder);
     EXPECT_TRUE(host.GetAgent());
     EXPECT_TRUE(host.Logged(STARTED));
+}
+
+constexpr char CHILDS_HANDLES[] = "FCOE_CHILD_HANDLES";
+
+// In a process of its own: says that it lives and waits until the test has seen what it wants to see.
+TEST(PromiseLogChild, DISABLED_Lives) {
+    const char* const handles = std::getenv(CHILDS_HANDLES);
+    ASSERT_TRUE(handles);
+    std::uintptr_t lives = 0, seen = 0;
+    std::istringstream(handles) >> lives >> seen;
+    SetEvent(std::bit_cast<HANDLE>(lives));
+    WaitForSingleObject(std::bit_cast<HANDLE>(seen), 60000);
+}
+
+// A program that the host starts and that outlives the agent. It inherits the handles that can be.
+class ChildProcess {
+  public:
+    ChildProcess() {
+        SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+        m_lives = CreateEventW(&inherited, TRUE, FALSE, nullptr);
+        m_seen = CreateEventW(&inherited, TRUE, FALSE, nullptr);
+        std::ostringstream handles;
+        handles << reinterpret_cast<std::uintptr_t>(m_lives) << ' ' << reinterpret_cast<std::uintptr_t>(m_seen);
+        SetEnvironmentVariableA(CHILDS_HANDLES, handles.str().c_str());
+        const std::wstring command =
+            L"\"" + ProgramFile().wstring() +
+            L"\" --gtest_also_run_disabled_tests --gtest_filter=PromiseLogChild.DISABLED_Lives";
+        // Its closing line is not this program's.
+        const HANDLE nowhere = CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                                           OPEN_EXISTING, 0, nullptr);
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdOutput = startup.hStdError = nowhere;
+        EXPECT_TRUE(StartProcess(command, true, startup, m_process)) << "error " << GetLastError();
+        CloseHandle(nowhere);
+        SetEnvironmentVariableA(CHILDS_HANDLES, nullptr);
+    }
+    ~ChildProcess() {
+        SetEvent(m_seen);
+        EXPECT_EQ(static_cast<DWORD>(WAIT_OBJECT_0), WaitForSingleObject(m_process.hProcess, 60000));
+        for (const HANDLE handle : {m_lives, m_seen, m_process.hThread, m_process.hProcess})
+            CloseHandle(handle);
+    }
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    // It runs with the handles that it inherited.
+    bool Lives() const { return WaitForSingleObject(m_lives, 60000) == WAIT_OBJECT_0; }
+
+  private:
+    HANDLE m_lives, m_seen;
+    PROCESS_INFORMATION m_process{};
+};
+
+TEST(PromiseLog, IsNotKeptByProgramsThatTheHostStarts) {
+    SuiteHost host;
+    ASSERT_TRUE(host.GetAgent());
+    const ChildProcess child;
+    ASSERT_TRUE(child.Lives());
+    host.Unload();
+    const HANDLE file =
+        CreateFileW(host.LogFile().c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    EXPECT_NE(INVALID_HANDLE_VALUE, file) << "error " << GetLastError();
+    CloseHandle(file);
 }
 
 TEST(PromiseLog, SpeaksOfAnExceptionAlsoWhenThereIsNoCoreAgent) {

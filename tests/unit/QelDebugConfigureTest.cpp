@@ -2,7 +2,11 @@
 #include "FcoeAgent/QelDebug.h"
 
 #include <algorithm>
+#include <bit>
 
+#include <io.h>
+
+#include "tests/kit/ImportPatch.h"
 #include "tests/unit/DebuggerOutput.h"
 #include "tests/unit/QelDebugFixture.h"
 
@@ -250,6 +254,32 @@ TEST_F(QelDebugConfigure, OthersMayReadTheOpenFileButNotWrite) {
     EXPECT_EQ(static_cast<DWORD>(ERROR_SHARING_VIOLATION), GetLastError());
     m_log.reset();
     EXPECT_TRUE(fs::remove(m_file)) << "closed with the log";
+}
+
+using PFN_Open = FILE*(__cdecl*)(const wchar_t*, const wchar_t*, int);
+PFN_Open g_open;
+std::vector<FILE*> g_opened;
+FILE* __cdecl NoteOpened(const wchar_t* path, const wchar_t* mode, int share) {
+    FILE* const file = g_open(path, mode, share);
+    if (file)
+        g_opened.push_back(file);
+    return file;
+}
+
+TEST_F(QelDebugConfigure, ChildProcessesDoNotInheritTheFile) {
+    const ImportPatch patch(nullptr, "msvcrt.dll", "_wfsopen", reinterpret_cast<void*>(&NoteOpened));
+    g_open = patch.Original<PFN_Open>();
+    g_opened.clear();
+    ASSERT_EQ(0, Configure(3, 0));
+    SetInstalledDir(m_folder.Path() / L"missing"); // the file in Temp, whose folder is the test's
+    CQelDebug fallback;
+    ASSERT_EQ(0, fallback.Configure(MODULE, L"other.txt", 3, 1, 0));
+    ASSERT_EQ(2u, g_opened.size());
+    for (FILE* const file : g_opened) {
+        DWORD flags = 99;
+        EXPECT_TRUE(GetHandleInformation(std::bit_cast<HANDLE>(_get_osfhandle(_fileno(file))), &flags));
+        EXPECT_EQ(0u, flags & HANDLE_FLAG_INHERIT);
+    }
 }
 
 TEST_F(QelDebugConfigure, ReconfiguringMovesToTheNewFile) {

@@ -285,6 +285,14 @@ int _fileno(FILE* pFile) {
     return fileno(pFile);
 }
 
+std::intptr_t _get_osfhandle(int nFile) {
+    return nFile;
+}
+
+BOOL SetHandleInformation(HANDLE, DWORD, DWORD) {
+    return TRUE;
+}
+
 int _write(int, const void* pData, unsigned uSize) {
     // Whole lines, whatever is in them.
     const std::string_view bytes(static_cast<const char*>(pData), uSize);

@@ -122,6 +122,8 @@ HANDLE OpenMutexW(DWORD dwAccess, BOOL bInherit, const wchar_t* pszName);
 DWORD WaitForSingleObject(HANDLE handle, DWORD dwMilliseconds);
 BOOL ReleaseMutex(HANDLE handle);
 BOOL CloseHandle(HANDLE handle);
+#define HANDLE_FLAG_INHERIT 1u
+BOOL SetHandleInformation(HANDLE handle, DWORD dwMask, DWORD dwFlags);
 BOOL CloseServiceHandle(SC_HANDLE handle);
 
 // --- Texts

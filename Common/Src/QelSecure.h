@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 
 // Copies (appends) a terminated text into a buffer of nCapacity wide characters, terminator included.
 // Returns 0; EINVAL (22) for a null pointer, ERANGE (34) when the text does not fit. On failure a non-null destination
@@ -11,7 +10,3 @@ int QelSafeCopy(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination
                 const wchar_t* pszSource);
 int QelSafeCat(const wchar_t* pszSourceFile, int nLine, wchar_t* pszDestination, std::size_t nCapacity,
                const wchar_t* pszSource);
-
-// The process's invalid-parameter handler once one of the two has run: logs and returns.
-void QelSecureInvalidParameterHandler(const wchar_t* pszExpression, const wchar_t* pszFunction, const wchar_t* pszFile,
-                                      unsigned int uLine, std::uintptr_t uReserved);

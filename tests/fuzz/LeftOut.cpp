@@ -1,12 +1,20 @@
-// What a native build leaves out of the product - COM and the suite's registry keys - and what answers in its place.
+// What a native build leaves out of the product - COM, the suite's registry keys, the run time's handler for invalid
+// parameters - and what answers in its place.
 struct IOrvanDcbIoControl {
     void Release() {}
 };
 
 #include "Common/Src/DCXServiceInterface.h"
 #include "Common/Src/Helper.h"
+#include "Common/Src/InvalidParameterHandler.h"
 #include "tests/fuzz/DrawnLibrary.h"
 #include "tests/fuzz/native/Neighbours.h"
+
+// --- The handler: the copies of a native build answer without one
+
+CQelInvalidParameterHandler::CQelInvalidParameterHandler() = default;
+
+CQelInvalidParameterHandler::~CQelInvalidParameterHandler() = default;
 
 // --- CHelper: loads the vendor library; no support setting is there
 

@@ -9,6 +9,7 @@
 
 #include <windows.h>
 
+#include "Common/Src/InvalidParameterHandler.h"
 #include "tests/kit/LogCapture.h"
 #include "tests/unit/QelDebugFixture.h"
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <string>
-#include <utility>
 
 #include "tests/fuzz/Check.h"
 #include "tests/fuzz/native/Neighbours.h"
@@ -15,7 +14,6 @@ constexpr UINT UTF8 = 65001;
 constexpr wchar_t REPLACEMENT = 0xFFFD;
 
 UINT g_uCodePage = 1252;
-_invalid_parameter_handler g_pfnInvalidParameter;
 
 // Code page 1252 from 0x80 to 0x9F; 0 for the five bytes that are no character.
 constexpr wchar_t WINDOWS_1252[32] = {
@@ -273,12 +271,4 @@ int wcscat_s(wchar_t* pszDestination, std::size_t nSize, const wchar_t* pszSourc
     if (nResult != 0)
         *pszDestination = L'\0';
     return nResult;
-}
-
-_invalid_parameter_handler _set_invalid_parameter_handler(_invalid_parameter_handler pfnHandler) {
-    return std::exchange(g_pfnInvalidParameter, pfnHandler);
-}
-
-_invalid_parameter_handler _get_invalid_parameter_handler() {
-    return g_pfnInvalidParameter;
 }

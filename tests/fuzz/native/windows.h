@@ -183,6 +183,3 @@ int _vscwprintf(const wchar_t* pszFormat, va_list args);
 int _vsnwprintf_s(wchar_t* pszBuffer, std::size_t nSize, std::size_t nMaximum, const wchar_t* pszFormat, va_list args);
 int wcscpy_s(wchar_t* pszDestination, std::size_t nSize, const wchar_t* pszSource);
 int wcscat_s(wchar_t* pszDestination, std::size_t nSize, const wchar_t* pszSource);
-using _invalid_parameter_handler = void (*)(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, std::uintptr_t);
-_invalid_parameter_handler _set_invalid_parameter_handler(_invalid_parameter_handler pfnHandler);
-_invalid_parameter_handler _get_invalid_parameter_handler();

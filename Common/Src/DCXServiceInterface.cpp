@@ -23,6 +23,23 @@ int FindPriority(BYTE byPriorityMap) {
 
 } // namespace
 
+CDCX_ServiceInterface::CMembership::~CMembership() {
+    while (m_ulJoined > 0)
+        Leave();
+}
+
+HRESULT CDCX_ServiceInterface::CMembership::Join() {
+    const HRESULT hResult = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    if (SUCCEEDED(hResult))
+        ++m_ulJoined;
+    return hResult;
+}
+
+void CDCX_ServiceInterface::CMembership::Leave() {
+    CoUninitialize();
+    --m_ulJoined;
+}
+
 CDCX_ServiceInterface::CDCX_ServiceInterface(const CQelString& strAdapter, BOOL bFcoeCheck) : m_strAdapter(strAdapter) {
     const CQelDebugScope trace(L"CDCX_ServiceInterface::CDCX_ServiceInterface");
     Initialize(bFcoeCheck);
@@ -44,13 +61,13 @@ BOOL CDCX_ServiceInterface::Initialize(BOOL bFcoeCheck) {
 HRESULT CDCX_ServiceInterface::Connect() {
     if (!CHelper().IsServiceRunning(CHelper::SERVICE_DCB)) {
         QEL_PRINT(L"ERROR:  Orvan DCB service is not running - skipping CoInitialize attempt");
-        m_byComInitialized = 0;
+        m_byComInitialized = 0; // what was joined before is left at the end
         return E_FAIL;
     }
 
     HRESULT hResult = E_FAIL;
     if (!m_byComInitialized) {
-        hResult = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+        hResult = m_com.Join();
         if (FAILED(hResult)) {
             QEL_PRINT(L"Initialize() CoInitializeEx() failed - hr=0x%x", hResult);
             return hResult;
@@ -184,7 +201,7 @@ BOOL CDCX_ServiceInterface::UnInitialize() {
         m_byServiceCreated = 0;
     }
     if (m_byComInitialized) {
-        CoUninitialize();
+        m_com.Leave();
         m_byComInitialized = 0;
     }
     return traced(TRUE);

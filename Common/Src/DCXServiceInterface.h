@@ -21,8 +21,8 @@ enum DCB_FCOE_LINK_STATUS : ULONG {
 };
 
 // Speaks for one adapter; made, asked once and destroyed on one thread, which has COM initialized in between if the
-// service runs. Failures are logged and reported through the outputs. The constructor and Initialize throw when memory
-// runs out; the constructor then leaves COM initialized on the thread if the service runs.
+// service runs, and is left as it was. Failures are logged and reported through the outputs. The constructor and
+// Initialize throw when memory runs out.
 class CDCX_ServiceInterface {
   public:
     // Initializes itself; ask IsInitialized for the outcome. bFcoeCheck: whether the FCoE feature is looked for, too.
@@ -48,9 +48,25 @@ class CDCX_ServiceInterface {
     BOOL IsOsDcbInstalled() const { return m_byOsDcbInstalled; }
 
   private:
+    // The thread's part in COM: whatever ends the client, the thread leaves as often as it joined.
+    class CMembership {
+      public:
+        CMembership() = default;
+        CMembership(const CMembership&) = delete;
+        CMembership& operator=(const CMembership&) = delete;
+        ~CMembership();
+
+        HRESULT Join();
+        void Leave();
+
+      private:
+        ULONG m_ulJoined = 0;
+    };
+
     HRESULT Connect();
     void FindFeatures(BOOL bFcoeCheck);
 
+    CMembership m_com; // outlives the object that came through it
     BYTE m_byComInitialized = 0;
     BYTE m_byServiceCreated = 0;
     CQelComPointer<IOrvanDcbIoControl> m_pService;

@@ -1,18 +1,15 @@
 // The DCB service: absent, stopped, refusing, hung until the call is given up, killed in mid-call, answering garbage.
 // It is the simulated service itself, run by the service manager and reached through its proxy.
 #include <algorithm>
-#include <fstream>
 #include <iterator>
-#include <optional>
-#include <stdexcept>
 
 #include <fmt/format.h>
 
 #include "FcoeAgent/OrvanDcb.h"
 #include "tests/faults/Cells.h"
+#include "tests/faults/DcbNeighbour.h"
 #include "tests/faults/FaultHost.h"
 #include "tests/faults/Matrix.h"
-#include "tests/kit/DcbSystem.h"
 #include "tests/kit/HandleCount.h"
 
 namespace {
@@ -86,43 +83,6 @@ constexpr MOMENT DCB_MOMENTS[] = {
     {"second call", R"(, "on_call": 2)", false, true},
 };
 
-class Service {
-  public:
-    Service() { CoInitializeEx(nullptr, COINIT_MULTITHREADED); }
-    ~Service() { CoUninitialize(); }
-    Service(const Service&) = delete;
-    Service& operator=(const Service&) = delete;
-
-    void Simulate(const std::string& fault) {
-        if (!m_system)
-            m_system.emplace();
-        std::ofstream(m_system->TopologyFile()) << FaultHost::TopologyText(fault, true);
-    }
-    // Absent, stopped or running.
-    void Bring(DWORD state) {
-        if (state == 0)
-            return m_system.reset();
-        if (!m_system)
-            Simulate("");
-        if (DcbSystem::State() == state)
-            return;
-        if (state == SERVICE_STOPPED)
-            return m_system->Stop();
-        m_system->Start();
-    }
-    // After a kill: until the service manager has seen it, and the service is not taken for running.
-    void Settle() {
-        constexpr int TRIES = 10; // of ten seconds
-        for (int i = 0; i < TRIES; ++i)
-            if (DcbSystem::WaitFor(SERVICE_STOPPED))
-                return;
-        throw std::runtime_error("the killed service still counts as running");
-    }
-
-  private:
-    std::optional<DcbSystem> m_system;
-};
-
 // A use of the service that the agent has no part in.
 void AskService() {
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);
@@ -139,7 +99,7 @@ void AskService() {
 }
 
 // Handles that the run time keeps of a connection whose service was killed.
-std::size_t HandlesOfAKilledCall(Service& service) {
+std::size_t HandlesOfAKilledCall(DcbNeighbour& service) {
     std::size_t kept = 0;
     for (const char* function : {"CreateInstance", "get_dcb_config"}) {
         for (const bool first : {true, false}) { // the first leaves more
@@ -159,8 +119,8 @@ std::size_t HandlesOfAKilledCall(Service& service) {
 }
 
 // The operation in that state of the service, then with a healthy one.
-std::string Check(FaultHost& host, Service& service, DWORD state, const std::string& fault, const EXPECTED& expected,
-                  bool dies, std::size_t keptHandles, const Operation& operation, bool cold) {
+std::string Check(FaultHost& host, DcbNeighbour& service, DWORD state, const std::string& fault,
+                  const EXPECTED& expected, bool dies, std::size_t keptHandles, const Operation& operation, bool cold) {
     return host.CheckService(
         operation, cold, dies ? keptHandles : 0,
         [&] {
@@ -183,7 +143,7 @@ std::string Check(FaultHost& host, Service& service, DWORD state, const std::str
 } // namespace
 
 void RunDcbCells(FaultHost& host, Matrix& matrix) {
-    Service service;
+    DcbNeighbour service;
     const std::size_t kept = HandlesOfAKilledCall(service);
     host.ShowOnline(true);
     matrix.Row("DCB service", "itself");

@@ -117,10 +117,12 @@ bool FaultHost::Load() {
     m_clock.emplace(100000, m_suite.Module());
     m_allocations.emplace(m_suite.Module());
     m_log.emplace(m_suite.Module());
+    m_com.emplace(m_suite.Module());
     return m_agent != nullptr;
 }
 
 void FaultHost::Unload() {
+    m_com.reset();
     m_log.reset();
     m_allocations.reset();
     m_clock.reset();
@@ -192,7 +194,10 @@ std::string FaultHost::Examine(const Operation& operation, bool closesAdapters, 
     for (int attempt = 0; attempt < 2; ++attempt) {
         const std::size_t handles = CountHandles();
         const unsigned open = NEED_FUNCTION(m_library, OrvanSim_OpenHandles)();
+        const int joined = m_com->Joined();
         problem = work();
+        if (problem.empty() && m_com->Joined() != joined)
+            problem = fmt::format("joined COM {} times more than it left it", m_com->Joined() - joined);
         if (lasting)
             Restart();
         if (problem.empty())

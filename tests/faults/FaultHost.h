@@ -9,6 +9,7 @@
 #include "FcoeAgent/CoreAgentPvt.h"
 #include "tests/faults/AgentLog.h"
 #include "tests/faults/Allocations.h"
+#include "tests/faults/ComBalance.h"
 #include "tests/faults/Contract.h"
 #include "tests/faults/Operations.h"
 #include "tests/faults/OtherThread.h"
@@ -88,8 +89,9 @@ class FaultHost {
     void Prepare(const Operation& operation, bool cold);
     // Removes what the operation or its fault left: the configuration lock, the virtual port.
     void CleanUp(const Operation& operation);
-    // Does the work, then checks the agent's health and that as many handles are open as before. What the first of two
-    // runs leaves is what all later ones use; what the second adds is a leak.
+    // Does the work, then checks the agent's health, that COM was left as often as it was joined, and that as many
+    // handles are open as before. What the first of two runs leaves is what all later ones use; what the second adds is
+    // a leak.
     template <class Work>
     std::string Examine(const Operation& operation, bool closesAdapters, bool lasting, std::size_t keptHandles,
                         Work work);
@@ -105,6 +107,7 @@ class FaultHost {
     std::optional<MovedClock> m_clock;
     std::optional<Allocations> m_allocations;
     std::optional<AgentLog> m_log;
+    std::optional<ComBalance> m_com;
     Neighbour m_neighbour = Neighbour::Library;
     std::string m_declared; // of that neighbour
     bool m_online = false;

@@ -40,6 +40,8 @@ BOOL CHelper::IsSettingDebugable(const CQelString&, ULONG&) {
 
 // --- The client of the DCB service: any state
 
+CDCX_ServiceInterface::CMembership::~CMembership() = default;
+
 CDCX_ServiceInterface::CDCX_ServiceInterface(const CQelString& strAdapter, BOOL bFcoeCheck) : m_strAdapter(strAdapter) {
     Initialize(bFcoeCheck);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <new>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -13,7 +14,6 @@
 #include "tests/kit/PrivateHive.h"
 #include "tests/unit/FakeDcbService.h"
 #include "tests/unit/FakeServiceManager.h"
-#include "tests/unit/FakeWmi.h"
 
 namespace {
 
@@ -310,14 +310,30 @@ TEST_F(DcbClient, DisconnectingTwiceDoesNothingMore) {
     EXPECT_THAT(service.calls, IsEmpty());
 }
 
-TEST_F(DcbClient, ServiceStoppedMeanwhileForgetsThatComIsInitialized) {
-    CDCX_ServiceInterface client(ADAPTER, FALSE);
-    services[L"OrvanDCB"].state = SERVICE_STOPPED;
-    EXPECT_FALSE(client.Initialize(FALSE));
-    service.calls.clear();
-    EXPECT_TRUE(client.UnInitialize());
-    EXPECT_THAT(service.calls, ElementsAre("release"));
-    CoUninitialize(); // what the client left to the thread
+TEST_F(DcbClient, ServiceStoppedMeanwhileForgetsThatComIsInitializedUntilTheEnd) {
+    {
+        CDCX_ServiceInterface client(ADAPTER, FALSE);
+        services[L"OrvanDCB"].state = SERVICE_STOPPED;
+        EXPECT_FALSE(client.Initialize(FALSE));
+        services[L"OrvanDCB"].state = SERVICE_RUNNING;
+        EXPECT_TRUE(client.Initialize(FALSE));
+        service.calls.clear();
+        EXPECT_TRUE(client.UnInitialize());
+        EXPECT_THAT(service.calls, ElementsAre("release", "CoUninitialize"));
+    }
+    EXPECT_THAT(service.calls, ElementsAre("release", "CoUninitialize", "CoUninitialize"));
+}
+
+LSTATUS WINAPI OpenWithoutMemory(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY) {
+    throw std::bad_alloc();
+}
+
+TEST_F(DcbClient, ThatCannotBeMadeForWantOfMemoryLeavesComAsItWas) {
+    // What comes after the connection: the installed features.
+    const ImportPatch patch(nullptr, "ADVAPI32.dll", "RegOpenKeyExW", reinterpret_cast<void*>(&OpenWithoutMemory));
+    EXPECT_THROW(CDCX_ServiceInterface(ADAPTER, FALSE), std::bad_alloc);
+    EXPECT_THAT(service.calls, ElementsAre("CoInitializeEx 0", "CLSIDFromProgID OrvanDCB.IoControl.1", CREATE,
+                                           "release", "CoUninitialize"));
 }
 
 TEST_F(DcbClient, OperationsAreTraced) {
@@ -387,79 +403,6 @@ TEST_F(DcbClient, CountsAgainWhenInitializedAgain) {
     CDCX_ServiceInterface client(ADAPTER, FALSE);
     client.Initialize(FALSE);
     EXPECT_EQ(2u, client.GetFeatureCount());
-}
-
-// Windows' own DCB.
-
-// Makes this process see another version of Windows.
-class MovedSystem {
-  public:
-    MovedSystem(DWORD major, DWORD minor, BYTE product)
-        : m_patch(nullptr, "kernel32.dll", "GetProcAddress", reinterpret_cast<void*>(&Find)) {
-        s_original = m_patch.Original<decltype(&GetProcAddress)>();
-        s_version = {};
-        s_version.dwMajorVersion = major;
-        s_version.dwMinorVersion = minor;
-        s_version.dwPlatformId = VER_PLATFORM_WIN32_NT;
-        s_version.wProductType = product;
-    }
-
-  private:
-    static FARPROC WINAPI Find(HMODULE module, const char* name) {
-        if (std::string_view(name) == "RtlGetVersion")
-            return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&Version));
-        return s_original(module, name);
-    }
-    static LONG WINAPI Version(RTL_OSVERSIONINFOEXW* version) {
-        const ULONG size = version->dwOSVersionInfoSize;
-        *version = s_version;
-        version->dwOSVersionInfoSize = size;
-        return 0;
-    }
-
-    static inline RTL_OSVERSIONINFOEXW s_version;
-    static inline decltype(&GetProcAddress) s_original;
-    ImportPatch m_patch;
-};
-
-struct SystemDcbRow {
-    DWORD major;
-    DWORD minor;
-    BYTE product;
-    bool asked;
-};
-
-TEST(DcbClientSystem, AsksServersOfWindows8OrLaterForTheirDcb) {
-    PrivateHive hive;
-    FakeWmi wmi;
-    FakeServiceManager services;
-    services[L"OrvanDCB"].state = SERVICE_RUNNING;
-    FakeDcbService service;
-    const SystemDcbRow rows[] = {{6, 2, VER_NT_SERVER, true},       {6, 2, VER_NT_DOMAIN_CONTROLLER, true},
-                                 {6, 3, VER_NT_SERVER, true},       {10, 0, VER_NT_SERVER, true},
-                                 {6, 1, VER_NT_SERVER, false},      {6, 2, VER_NT_WORKSTATION, false},
-                                 {10, 0, VER_NT_WORKSTATION, false}};
-    for (const auto& row : rows) {
-        const MovedSystem system(row.major, row.minor, row.product);
-        wmi.calls.clear();
-        CDCX_ServiceInterface client(ADAPTER, FALSE);
-        EXPECT_EQ(row.asked, client.IsOsDcbInstalled() != 0) << row.major << '.' << row.minor << ' ' << +row.product;
-        EXPECT_EQ(row.asked, !wmi.calls.empty());
-        EXPECT_EQ(0u, client.GetFeatureCount());
-    }
-}
-
-TEST(DcbClientSystem, ServerWithoutDcb) {
-    PrivateHive hive;
-    FakeWmi wmi;
-    wmi.connectResult = static_cast<HRESULT>(WBEM_E_INVALID_NAMESPACE);
-    FakeServiceManager services;
-    services[L"OrvanDCB"].state = SERVICE_RUNNING;
-    FakeDcbService service;
-    const MovedSystem system(10, 0, VER_NT_SERVER);
-    CDCX_ServiceInterface client(ADAPTER, FALSE);
-    EXPECT_FALSE(client.IsOsDcbInstalled());
-    EXPECT_FALSE(wmi.calls.empty());
 }
 
 // The interface as the service's other callers know it.

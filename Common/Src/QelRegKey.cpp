@@ -179,7 +179,9 @@ bool CQelRegKey::GetValue(const CQelString& strName, ULONG& ulValue) {
     DWORD dwRegType = REG_DWORD, dwValue = 0, dwSize = sizeof dwValue;
     const bool bRead = Query(strName, &dwRegType, &dwValue, &dwSize);
     QEL_PRINT(L"CQelRegKey::GetValue :%d", m_lLastResult);
-    if (dwRegType != REG_DWORD) {
+    // Of a value that was not found the system may make any type; of one that is too long it tells it.
+    const bool bFound = bRead || m_lLastResult == ERROR_MORE_DATA;
+    if (bFound && dwRegType != REG_DWORD) {
         QEL_PRINT(L"CQelRegKey::GetValue dwRegType != REG_DWORD ");
         return false;
     }

@@ -52,6 +52,25 @@ TEST_F(QelRegKeyValues, MissingNumberIsLoggedAndLeavesTheOutput) {
               m_log.Lines());
 }
 
+LSTATUS(WINAPI* g_query)(HKEY, LPCWSTR, LPDWORD, LPDWORD, LPBYTE, LPDWORD);
+LSTATUS WINAPI QueryAsNtDoes(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data, LPDWORD size) {
+    const LSTATUS result = g_query(key, name, reserved, type, data, size);
+    if (type && result != ERROR_SUCCESS && result != ERROR_MORE_DATA)
+        *type = 0x77; // of a value that is not there
+    return result;
+}
+
+TEST_F(QelRegKeyValues, TypeThatTheSystemMakesOfAMissingNumberDoesNotCount) {
+    const ImportPatch patch(nullptr, "ADVAPI32.dll", "RegQueryValueExW", reinterpret_cast<void*>(&QueryAsNtDoes));
+    g_query = patch.Original<decltype(g_query)>();
+    ULONG number = 5;
+    EXPECT_FALSE(m_key.GetValue(L"missing", number));
+    EXPECT_EQ(5u, number);
+    EXPECT_EQ((std::vector<std::string>{"CQelRegKey::GetValue m_bIsOpened = true", "CQelRegKey::GetValue :2"}),
+              m_log.Lines());
+    EXPECT_EQ(0u, m_key.GetRegType(L"missing"));
+}
+
 TEST_F(QelRegKeyValues, NumberOfAnotherTypeIsRefused) {
     ULONG number = 5;
     const BYTE bytes[4] = {1, 2, 3, 4};
@@ -66,7 +85,9 @@ TEST_F(QelRegKeyValues, NumberOfAnotherTypeIsRefused) {
     EXPECT_FALSE(m_key.GetValue(L"v", number));
     EXPECT_EQ(5u, number);
     EXPECT_EQ(ERROR_MORE_DATA, m_key.LastResult());
-    EXPECT_TRUE(m_log.Has("CQelRegKey::GetValue dwRegType != REG_DWORD "));
+    EXPECT_EQ((std::vector<std::string>{"CQelRegKey::GetValue m_bIsOpened = true", "CQelRegKey::GetValue :234",
+                                        "CQelRegKey::GetValue dwRegType != REG_DWORD "}),
+              m_log.Lines());
 }
 
 TEST_F(QelRegKeyValues, ReadsTextsOfUpTo255Characters) {

@@ -1,4 +1,5 @@
 // Why the agent cannot be had, told from the registry and the files.
+#include <filesystem>
 #include <fstream>
 
 #include <gmock/gmock.h>
@@ -118,6 +119,28 @@ TEST(AgentRefusal, RegistrationOfAnotherFile) {
     EXPECT_EQ(4, answer.exit);
     EXPECT_THAT(answer.err, HasSubstr("names \"C:\\elsewhere\\FcoeAgnt.dll\", but \""));
     EXPECT_THAT(answer.err, HasSubstr("FakeFcoeAgent.dll\" was loaded."));
+}
+
+// As Windows, which compares the names of modules; Wine compares the files.
+HMODULE WINAPI FindNoModule(const wchar_t*) {
+    return nullptr;
+}
+
+TEST(AgentRefusal, RegistrationOfTheSameFileUnderAnotherName) {
+    const ImportPatch search(nullptr, "KERNEL32.dll", "GetModuleHandleW", reinterpret_cast<void*>(FindNoModule));
+    PrivateHive hive;
+    Host host(L"null");
+    const std::filesystem::path file = host.FakeAgent();
+    hive.Set(AGENT, L"InstalledDir", (file.parent_path() / L"." / file.filename()).wstring());
+    const Answer answer = host.Run({"hbas"});
+    EXPECT_EQ(4, answer.exit);
+    const std::string loaded = fcoectl::ToUtf8(file.wstring());
+    EXPECT_THAT(answer.err, HasSubstr("\\.\\FakeFcoeAgent.dll\", but \"" + loaded +
+                                      "\" was loaded. These are two names "
+                                      "of one file, and Windows compares the names: write \"" +
+                                      loaded + "\" into the registry"));
+    hive.Set(AGENT, L"InstalledDir", Beside(L"QelColib.dll").wstring());
+    EXPECT_THAT(host.Run({"hbas"}).err, Not(HasSubstr("one file"))) << "another file";
 }
 
 TEST(AgentRefusal, CoreAgentNotRegisteredAndNotFound) {

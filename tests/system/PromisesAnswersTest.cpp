@@ -1,15 +1,21 @@
 // What TRUE and FALSE mean to a host, and what reaches it as an exception: docs/host-guide.md.
+#include <algorithm>
+#include <cwchar>
 #include <new>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
+#include <psapi.h>
+
 #include "tests/kit/ProgramFolder.h"
 #include "tests/system/PromiseSuite.h"
+#include "tools/fcoectl/Text.h"
 
 namespace {
 
-using testing::HasSubstr;
 using testing::SizeIs;
 
 constexpr wchar_t AGENT_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\FcoeAgnt";
@@ -184,23 +190,48 @@ TEST(PromiseStart, AnAgentThatHasStartedNeedsTheRegistryNoMore) {
     EXPECT_FALSE(host.GetAgent());
 }
 
+// Windows compares the names of the loaded modules, in any letter case, and not files: whole names with a name that has
+// a path, else what stands behind the path.
 HMODULE WINAPI FindByName(const wchar_t* name) {
-    wchar_t loaded[MAX_PATH];
-    GetModuleFileNameW(GetModuleHandleW(L"FcoeAgnt.dll"), loaded, MAX_PATH);
-    return _wcsicmp(name, loaded) == 0 ? GetModuleHandleW(name) : nullptr;
+    HMODULE modules[256] = {};
+    DWORD size = 0;
+    if (!K32EnumProcessModules(GetCurrentProcess(), modules, sizeof modules, &size))
+        return nullptr;
+    for (const HMODULE module : modules) {
+        wchar_t loaded[MAX_PATH];
+        if (!module || GetModuleFileNameW(module, loaded, MAX_PATH) == 0)
+            continue;
+        if (_wcsicmp(name, std::wcschr(name, L'\\') ? loaded : std::wcsrchr(loaded, L'\\') + 1) == 0)
+            return module;
+    }
+    return nullptr;
 }
 
-// Windows compares names, in any letter case, and not files.
 TEST(PromiseStart, AnotherSpellingOfThePathIsAnotherFileToWindows) {
     SuiteHost host;
     auto* const agent = host.GetAgent();
     ASSERT_TRUE(agent);
     const ImportPatch patch(host.Module(), "KERNEL32.dll", "GetModuleHandleW", reinterpret_cast<void*>(&FindByName));
-    EXPECT_TRUE(agent->Uninstall(0));
-    EXPECT_TRUE(host.GetAgent());
-    EXPECT_TRUE(agent->Uninstall(0));
-    host.Hive().Set(AGENT_KEY, L"InstalledDir", (ProgramFolder() / L"." / L"FcoeAgnt.dll").wstring());
-    EXPECT_FALSE(host.GetAgent());
+    const std::wstring path = (ProgramFolder() / L"FcoeAgnt.dll").wstring();
+    std::wstring upper = path, slashes = path;
+    CharUpperW(upper.data());
+    std::ranges::replace(slashes, L'\\', L'/');
+    const struct {
+        std::wstring text;
+        bool serves;
+    } rows[] = {
+        {path, true},
+        {upper, true},
+        {L"FcoeAgnt.dll", true},
+        {(ProgramFolder() / L"." / L"FcoeAgnt.dll").wstring(), false},
+        {slashes, false},
+        {L"\\\\?\\" + path, false},
+    };
+    for (const auto& row : rows) {
+        EXPECT_TRUE(agent->Uninstall(0));
+        host.Hive().Set(AGENT_KEY, L"InstalledDir", row.text);
+        EXPECT_EQ(row.serves ? agent : nullptr, host.GetAgent()) << fcoectl::ToUtf8(row.text);
+    }
 }
 
 using Handler = void(__cdecl*)(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, std::uintptr_t);

@@ -1,5 +1,8 @@
 #include "tools/fcoectl/Agent.h"
 
+#include <filesystem>
+#include <system_error>
+
 #include <fmt/format.h>
 
 #include "tools/fcoectl/Registry.h"
@@ -50,10 +53,19 @@ std::string RefusalReason(HMODULE module, const std::wstring& file) {
     const RegistryText agent = RegisteredAgent(AGENT_NAME);
     if (!agent.Found())
         return "The agent cannot find itself. " + agent.Problem();
-    if (GetModuleHandleW(agent.text.c_str()) != module)
-        return fmt::format("The agent cannot find itself: the registry value \"{}\" under \"HKEY_LOCAL_MACHINE\\{}\" "
-                           "names \"{}\", but \"{}\" was loaded.",
-                           ToUtf8(agent.name), ToUtf8(agent.key), ToUtf8(agent.text), ToUtf8(file));
+    if (GetModuleHandleW(agent.text.c_str()) != module) {
+        std::string text =
+            fmt::format("The agent cannot find itself: the registry value \"{}\" under \"HKEY_LOCAL_MACHINE\\{}\" "
+                        "names \"{}\", but \"{}\" was loaded.",
+                        ToUtf8(agent.name), ToUtf8(agent.key), ToUtf8(agent.text), ToUtf8(file));
+        std::error_code none;
+        if (std::filesystem::equivalent(agent.text, file, none))
+            text +=
+                fmt::format(" These are two names of one file, and Windows compares the names: write \"{}\" into the "
+                            "registry, as a text (REG_SZ), or load the agent by the name that stands there.",
+                            ToUtf8(file));
+        return text;
+    }
     return CoreAgentProblem();
 }
 

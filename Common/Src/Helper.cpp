@@ -49,6 +49,13 @@ BOOL IsInstalled(const InstallationCheck& check) {
     return TRUE;
 }
 
+// WMI acts for the caller, which most of its providers want; a proxy may be made for less. A module has no say in what
+// the process's default is, and what refuses this is no proxy.
+void LetImpersonate(IUnknown* pProxy) {
+    static_cast<void>(CoSetProxyBlanket(pProxy, RPC_C_AUTHN_DEFAULT, RPC_C_AUTHZ_DEFAULT, COLE_DEFAULT_PRINCIPAL,
+                                        RPC_C_AUTHN_LEVEL_DEFAULT, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE));
+}
+
 // Whether the query of Windows' DCB settings yields an enumerator.
 BOOL QueryMicrosoftDcb() {
     const CQelBstr bstrLanguage(SysAllocString(L"WQL"));
@@ -64,10 +71,12 @@ BOOL QueryMicrosoftDcb() {
     QEL_PRINT(L"After CoCreateInstance()");
 
     CQelComPointer<IWbemServices> pServices;
-    if (FAILED(pLocator.Get()->ConnectServer(bstrNamespace.Get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr,
-                                             pServices.Put())))
+    // Without the flag a WMI that does not answer holds up the host for ever; with it, two minutes at most.
+    if (FAILED(pLocator.Get()->ConnectServer(bstrNamespace.Get(), nullptr, nullptr, nullptr,
+                                             WBEM_FLAG_CONNECT_USE_MAX_WAIT, nullptr, nullptr, pServices.Put())))
         return FALSE;
     QEL_PRINT(L"After ConnectServer()");
+    LetImpersonate(pServices.Get());
 
     // Without WBEM_FLAG_RETURN_IMMEDIATELY: that one gives an enumerator even for a class that does not exist.
     CQelComPointer<IEnumWbemClassObject> pEnumInstanceName;

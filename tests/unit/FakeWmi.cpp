@@ -115,11 +115,13 @@ class Locator : public Object<IWbemLocator> {
   public:
     explicit Locator(FakeWmi& wmi) : Object(wmi, L"locator") {}
     HRESULT STDMETHODCALLTYPE ConnectServer(const BSTR resource, const BSTR user, const BSTR password,
-                                            const BSTR locale, LONG, const BSTR authority, IWbemContext* context,
+                                            const BSTR locale, LONG flags, const BSTR authority, IWbemContext* context,
                                             IWbemServices** services) override {
         m_wmi.calls.push_back(std::wstring(L"connect ") + resource);
+        // Otherwise it may take for ever.
+        EXPECT_EQ(static_cast<LONG>(WBEM_FLAG_CONNECT_USE_MAX_WAIT), flags);
         EXPECT_TRUE(!user && !password && !locale && !authority && !context);
-        *services = FAILED(m_wmi.connectResult) ? nullptr : new Services(m_wmi);
+        m_wmi.services = *services = FAILED(m_wmi.connectResult) ? nullptr : new Services(m_wmi);
         return m_wmi.connectResult;
     }
 };
@@ -141,7 +143,10 @@ class Factory : public Object<IClassFactory> {
 
 } // namespace
 
-FakeWmi::FakeWmi() {
+FakeWmi* FakeWmi::s_instance;
+
+FakeWmi::FakeWmi() : m_setBlanket(nullptr, "ole32.dll", "CoSetProxyBlanket", reinterpret_cast<void*>(&SetBlanket)) {
+    s_instance = this;
     EXPECT_HRESULT_SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED));
     auto* factory = new Factory(*this);
     EXPECT_HRESULT_SUCCEEDED(
@@ -153,4 +158,18 @@ FakeWmi::~FakeWmi() {
     CoRevokeClassObject(m_cookie);
     CoUninitialize();
     EXPECT_EQ(0, liveObjects) << "COM objects were left";
+    s_instance = nullptr;
+}
+
+HRESULT WINAPI FakeWmi::SetBlanket(IUnknown* proxy, DWORD authentication, DWORD authorization, OLECHAR* principal,
+                                   DWORD level, DWORD impersonation, void* identity, DWORD capabilities) {
+    EXPECT_EQ(s_instance->services, proxy);
+    EXPECT_EQ(RPC_C_AUTHN_DEFAULT, authentication);
+    EXPECT_EQ(RPC_C_AUTHZ_DEFAULT, authorization);
+    EXPECT_EQ(COLE_DEFAULT_PRINCIPAL, principal);
+    EXPECT_EQ(static_cast<DWORD>(RPC_C_AUTHN_LEVEL_DEFAULT), level);
+    EXPECT_EQ(nullptr, identity);
+    EXPECT_EQ(static_cast<DWORD>(EOAC_NONE), capabilities);
+    s_instance->calls.push_back(L"impersonation " + std::to_wstring(impersonation));
+    return s_instance->blanketResult;
 }

@@ -9,6 +9,8 @@
 
 #include <wbemcli.h>
 
+#include "tests/kit/ImportPatch.h"
+
 class FakeWmi {
   public:
     FakeWmi(); // initializes COM on this thread
@@ -18,16 +20,23 @@ class FakeWmi {
 
     HRESULT createResult = S_OK;
     HRESULT connectResult = S_OK;
+    HRESULT blanketResult = S_OK;
     HRESULT queryResult = S_OK;
     bool yieldsEnumerator = true; // whatever the query's result
 
     std::function<void()> onEnumeratorReleased;
 
-    // What happened: "connect NAMESPACE", "query LANGUAGE: QUERY", "release enumerator", "release services",
-    // "release locator".
+    // What happened: "connect NAMESPACE", "impersonation LEVEL", "query LANGUAGE: QUERY", "release enumerator",
+    // "release services", "release locator".
     std::vector<std::wstring> calls;
     int liveObjects = 0;
+    IUnknown* services = nullptr; // of the last connection
 
   private:
+    static HRESULT WINAPI SetBlanket(IUnknown* proxy, DWORD authentication, DWORD authorization, OLECHAR* principal,
+                                     DWORD level, DWORD impersonation, void* identity, DWORD capabilities);
+    static FakeWmi* s_instance;
+
+    ImportPatch m_setBlanket;
     DWORD m_cookie = 0;
 };

@@ -9,6 +9,7 @@
 #include "Common/Src/Helper.h"
 #include "tests/kit/LogCapture.h"
 #include "tests/kit/PrivateHive.h"
+#include "tests/unit/CountedBstrs.h"
 #include "tests/unit/FakeWmi.h"
 
 namespace {
@@ -122,11 +123,38 @@ TEST(MicrosoftDcb, AnEnumeratorMeansInstalled) {
                         "Query WMI_MSFT_NET_QOS_DCBX_SETTING_DATA was successful, MS DCB is installed",
                         "After pEnumInstanceName->Release"}),
               log.Messages());
-    EXPECT_EQ((std::vector<std::wstring>{L"connect root\\standardcimv2",
+    EXPECT_EQ((std::vector<std::wstring>{L"connect root\\standardcimv2", L"impersonation 3",
                                          L"query WQL: SELECT * FROM MSFT_NetQosDcbxSettingData", L"release enumerator",
                                          L"release services", L"release locator"}),
               wmi.calls);
     EXPECT_TRUE(log.Has("EXIT:  CHelper::IsMicrosoftDcbInstalled, bReturn=true"));
+}
+
+// In this process there is none.
+TEST(MicrosoftDcb, ServicesThatAreNoProxyAreAskedAllTheSame) {
+    FakeWmi wmi;
+    wmi.blanketResult = E_NOINTERFACE;
+    LogCapture log;
+    EXPECT_EQ(TRUE, CHelper().IsMicrosoftDcbInstalled());
+    EXPECT_EQ("After pEnumInstanceName->Release", log.Messages().back());
+    EXPECT_EQ(4u, log.Messages().size());
+}
+
+TEST(MicrosoftDcb, FreesItsThreeTextsHoweverItEnds) {
+    const CountedBstrs texts;
+    FakeWmi wmi;
+    std::size_t during = 0;
+    wmi.onEnumeratorReleased = [&] { during = texts.Live(); };
+    for (const auto& result : {&FakeWmi::queryResult, &FakeWmi::connectResult, &FakeWmi::createResult}) {
+        during = 0;
+        CHelper().IsMicrosoftDcbInstalled();
+        EXPECT_EQ(3u, during);
+        EXPECT_EQ(0u, texts.Live());
+        wmi.*result = E_FAIL;
+        CHelper().IsMicrosoftDcbInstalled();
+        EXPECT_EQ(0u, texts.Live());
+        wmi.*result = S_OK;
+    }
 }
 
 TEST(MicrosoftDcb, TheEnumeratorIsReleasedBetweenItsTwoMessages) {
@@ -198,15 +226,21 @@ TEST(PathFromRegistry, ReadsTheValue) {
 
 TEST(Languages, AreReadFromTheirKeys) {
     PrivateHive hive;
+    LogCapture log;
     CQelString language;
     EXPECT_FALSE(CHelper().GetInstalledLanguage(language));
+    EXPECT_TRUE(log.Traced("CHelper::GetInstalledLanguage", ", bReturn=false"));
     EXPECT_FALSE(CHelper().GetLocalLanguage(language));
+    EXPECT_TRUE(log.Traced("CHelper::GetLocalLanguage", ", bReturn=false"));
+    log.Clear();
     hive.Set(L"SOFTWARE\\ORVAN\\Network_Services\\QEL2", L"InstalledLangShortString", L"ENU");
     hive.Set(L"SOFTWARE\\ORVAN\\Network_Services\\TOLV", L"LocalLanguage", L"JPN");
     EXPECT_TRUE(CHelper().GetInstalledLanguage(language));
     EXPECT_STREQ(L"ENU", language);
     EXPECT_TRUE(CHelper().GetLocalLanguage(language));
     EXPECT_STREQ(L"JPN", language);
+    EXPECT_TRUE(log.Traced("CHelper::GetInstalledLanguage", ", bReturn=true"));
+    EXPECT_TRUE(log.Traced("CHelper::GetLocalLanguage", ", bReturn=true"));
 }
 
 TEST(PathFromRegistry, LogsAMissingKeyAndAMissingValue) {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "tests/unit/AgentFixture.h"
+#include "tests/unit/FailingObject.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -87,10 +88,10 @@ const Operation OPERATIONS[] = {
     {"EnumerateStatistics", "Unable to get the fabrics for ", nullptr, Run(&I::EnumerateStatistics), 15},
 };
 
-class Enumerations : public AgentFixture, public testing::WithParamInterface<Operation> {
+// Each adapter has a physical fabric, two ports, a target, four units, three VLANs.
+class TreeFixture : public AgentFixture {
   protected:
-    // Each adapter: a physical fabric, two ports, a target, four units, three VLANs.
-    Enumerations() {
+    TreeFixture() {
         ORVAN_FC_PORT port{};
         port.PortWWN = PHYSICAL;
         fake.ports.push_back(port);
@@ -105,6 +106,12 @@ class Enumerations : public AgentFixture, public testing::WithParamInterface<Ope
         fake.mappings.assign(4, unit);
         fake.vlans = {0x10001, 0x10002, 0x10003};
     }
+};
+
+using EnumeratedTree = TreeFixture;
+
+class Enumerations : public TreeFixture, public testing::WithParamInterface<Operation> {
+  protected:
     std::pair<BOOL, std::size_t> Run(const wchar_t* id) {
         CQelString text(id);
         return GetParam().run(*agent, text);
@@ -282,6 +289,31 @@ TEST_F(EnumerateLists, LunWithoutARecordIsLeftOut) {
     EXPECT_EQ(1u, records[0].ulOsLun);
     EXPECT_EQ(3u, records[1].ulOsLun);
     EXPECT_THAT(log.Messages(), IsEmpty()) << "without a word";
+}
+
+TEST_F(EnumeratedTree, ObjectOfAnyKindWithoutARecordIsLeftOutWithoutAWord) {
+    Start();
+    const auto hba = agent->GetHBAObject(L"{A}");
+    const auto LeavesOut =
+        [&]<class Record, class Object, class Value>(BOOL (I::*enumerate)(CQelString&, std::vector<Record>&, ULONG64),
+                                                     BOOL (CQelFcoeHBA::*get)(std::vector<std::shared_ptr<Object>>&),
+                                                     CQelCacheKey<Value> record) {
+            std::vector<std::shared_ptr<Object>> objects;
+            ASSERT_TRUE((*hba.*get)(objects));
+            ASSERT_FALSE(objects.empty());
+            Failing<Object>::Break(*objects.front(), record);
+            log.Clear();
+            std::vector<Record> records;
+            CQelString id(L"{A}");
+            EXPECT_TRUE((*agent.*enumerate)(id, records, 0));
+            EXPECT_EQ(objects.size() - 1, records.size());
+            EXPECT_THAT(log.Messages(), IsEmpty());
+        };
+    LeavesOut(&I::EnumerateLUNs, &CQelFcoeHBA::GetLUNs, CacheKey::LUN_RECORD);
+    LeavesOut(&I::EnumerateTargets, &CQelFcoeHBA::GetTargets, CacheKey::TARGET_RECORD);
+    LeavesOut(&I::EnumeratePorts, &CQelFcoeHBA::GetPorts, CacheKey::PORT_RECORD);
+    LeavesOut(&I::EnumerateFabrics, &CQelFcoeHBA::GetFabrics, CacheKey::FABRIC_RECORD);
+    LeavesOut(&I::EnumerateVLANs, &CQelFcoeHBA::GetVLANs, CacheKey::VLAN_RECORD);
 }
 
 TEST_F(EnumerateLists, PartOfAListIsNothing) {

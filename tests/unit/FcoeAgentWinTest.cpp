@@ -256,6 +256,7 @@ TEST_F(FcoeAgentWin, WithoutCoreAgentTheAdapterListIsEmptyAndTrue) {
     EXPECT_TRUE(agent->GetAdaptersThatSupportFCOE(adapters, 5));
     EXPECT_THAT(adapters, IsEmpty());
     EXPECT_TRUE(Logged(ENUMERATE_FAILED));
+    EXPECT_EQ(1, Exceptions("CQelFcoeAgentWin::GetAdaptersThatSupportFCOE")) << "it counts as one that throws";
 }
 
 // --- The HBA objects
@@ -334,6 +335,7 @@ TEST_F(FcoeAgentWin, WithoutCoreAgentAnAdapterHasItsObject) {
     core.present = false;
     agent->Initialize();
     EXPECT_TRUE(agent->GetHBAObject(L"{A}"));
+    EXPECT_EQ(1, Exceptions("CQelFcoeAgentWin::GetHBAObject")) << "it counts as one that throws";
 }
 
 TEST_F(FcoeAgentWin, BeforeItsFirstStartThereAreNoObjects) {

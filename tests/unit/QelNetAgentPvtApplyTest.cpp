@@ -1,10 +1,13 @@
 // The miniports that an apply reloads, and the DCB service that it restarts.
 #include <algorithm>
+#include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "tests/kit/ImportPatch.h"
 #include "tests/kit/LogCapture.h"
 #include "tests/kit/PrivateHive.h"
 #include "tests/unit/FakeServiceManager.h"
@@ -151,6 +154,44 @@ TEST(ApplyDone, BothPassesHoldTheLock) {
     agent.ApplyDone_UnloadDevice(flag);
     EXPECT_EQ(2, held);
     EXPECT_TRUE(agent.LockIsFree());
+}
+
+// What enters the lock, seen before it waits for it.
+void(WINAPI* g_enter)(CRITICAL_SECTION*);
+std::atomic<const void*> g_lock;
+std::atomic<DWORD> g_otherThread;
+HANDLE g_entering;
+void WINAPI NoteEntering(CRITICAL_SECTION* lock) {
+    if (lock == g_lock && GetCurrentThreadId() == g_otherThread)
+        SetEvent(g_entering);
+    g_enter(lock);
+}
+
+TEST(ApplyDone, ANameThatAnotherThreadAddsMeanwhileWaitsForTheEndOfThePass) {
+    MiniportAgent agent;
+    LogCapture log;
+    g_entering = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    g_lock = agent.LockAddress();
+    const ImportPatch patch(nullptr, "KERNEL32.dll", "EnterCriticalSection", reinterpret_cast<void*>(&NoteEntering));
+    g_enter = patch.Original<decltype(g_enter)>();
+    agent.SetLists({L"one"}, {});
+    std::thread other;
+    agent.hook = [&](auto&, auto&) {
+        other = std::thread([&] {
+            g_otherThread = GetCurrentThreadId();
+            agent.AddForReload(L"late");
+        });
+        EXPECT_EQ(static_cast<DWORD>(WAIT_OBJECT_0), WaitForSingleObject(g_entering, 10000)) << "without the lock";
+        EXPECT_TRUE(log.Has("Adding strMiniportInst=late")) << "the line comes before the lock";
+        EXPECT_EQ(Names{L"one"}, agent.LoadList());
+        return QEL_RESULT{0, 0};
+    };
+    BYTE flag = 0;
+    agent.ApplyDone_LoadDevice(flag);
+    other.join();
+    EXPECT_EQ(Names{L"late"}, agent.LoadList());
+    g_lock = nullptr;
+    CloseHandle(g_entering);
 }
 
 TEST(ApplyDone, ANameAddedByALoadHookWaitsForTheNextPass) {

@@ -47,6 +47,8 @@ class CoordinationAgent : public CQelNetAgentPvt {
         }).join();
         return free;
     }
+    // The system's part of the lock.
+    const void* LockAddress() const { return &m_csLock; }
     // Where lock, load list, unload list, core agent and module lie in the object.
     std::array<std::ptrdiff_t, 5> FieldOffsets() {
         const CQelLockGuard guard(m_csLock);

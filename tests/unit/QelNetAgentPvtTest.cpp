@@ -84,11 +84,17 @@ TEST(CoreAgentCoordination, SlotsFollowTheDestructorInOrder) {
     EXPECT_THAT(log.Messages(), ElementsAre("ApplyDone_UnLoadDevice() - No miniports to load",
                                             "ApplyDone_LoadDevice() - No miniports to load"));
     reinterpret_cast<void (*)(CQelNetAgentPvt*)>(slot(5))(&agent);
+    EXPECT_EQ(4u, log.Lines().size() - log.Messages().size()) << "of the two passes: the notification has no trace";
+    log.Clear();
     for (const int query : {6, 7}) {
         const QEL_RESULT result = reinterpret_cast<Query>(slot(query))(&agent);
         EXPECT_EQ(0u, result.ulErrCode);
         EXPECT_EQ(0xFFFFFFFF, result.ulDetail);
     }
+    EXPECT_THAT(log.Lines(), ElementsAre("ENTRY:  CQelNetAgentPvt::QueryStatus",
+                                         "EXIT:  CQelNetAgentPvt::QueryStatus, res.ulErrCode=0",
+                                         "ENTRY:  CQelNetAgentPvt::QueryApplyStatus",
+                                         "EXIT:  CQelNetAgentPvt::QueryApplyStatus, res.ulErrCode=0"));
 }
 
 TEST(CoreAgentCoordination, DefaultMiniportHooksReportNotDone) {

@@ -12,6 +12,7 @@
 #include "tests/kit/ImportPatch.h"
 #include "tests/kit/LogCapture.h"
 #include "tests/kit/PrivateHive.h"
+#include "tests/unit/CountedBstrs.h"
 #include "tests/unit/FakeDcbService.h"
 #include "tests/unit/FakeServiceManager.h"
 
@@ -109,7 +110,9 @@ TEST_P(DcbLinkStatus, FollowsTheAnswers) {
     log.Clear();
     service.calls.clear();
 
+    const CountedBstrs texts;
     const Answer answer = Ask(client);
+    EXPECT_EQ(0u, texts.Live()) << "the adapter's identifier";
 
     EXPECT_EQ(row.code, answer.result.ulErrCode);
     EXPECT_EQ(0xFFFFFFFF, answer.result.ulDetail);

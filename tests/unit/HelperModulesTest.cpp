@@ -1,4 +1,5 @@
 // The module operations of CHelper.
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -163,6 +164,25 @@ TEST_F(LoadingModules, CommonAndWindowsModulesLieInTheSystemDirectory) {
     for (const std::wstring name : {L"QelColib", L"QelNetLib", L"QelXmlLib", L"devmgr", L"riched32", L"NetShell"})
         EXPECT_EQ(system + (L"\\" + name) + L".DLL", PathOf(name.c_str()));
     EXPECT_EQ(0, Errors());
+}
+
+UINT g_systemDirectory;
+UINT WINAPI AnswerSystemDirectory(wchar_t* directory, UINT size) {
+    std::fill_n(directory, std::min(g_systemDirectory, size - 1), L'x');
+    return g_systemDirectory;
+}
+
+TEST_F(LoadingModules, ASystemDirectoryThatCannotBeHadIsNoPath) {
+    const ImportPatch patch(nullptr, "KERNEL32.dll", "GetSystemDirectoryW",
+                            reinterpret_cast<void*>(&AnswerSystemDirectory));
+    for (const UINT length : {0u, static_cast<UINT>(MAX_PATH), static_cast<UINT>(MAX_PATH + 20)}) {
+        g_systemDirectory = length;
+        m_log.Clear();
+        EXPECT_EQ(L"NetShell.dll", PathOf(L"NetShell.dll")) << length;
+        EXPECT_EQ(std::vector<std::string>{NoPath("NetShell.dll")}, m_log.Messages());
+    }
+    g_systemDirectory = MAX_PATH - 1;
+    EXPECT_EQ(std::wstring(MAX_PATH - 1, L'x') + L"\\NetShell.DLL", PathOf(L"NetShell.dll"));
 }
 
 TEST_F(LoadingModules, AnUnknownModuleIsLoadedByTheNameAsGiven) {

@@ -2,6 +2,7 @@
 #include "Common/Src/OSType.h"
 
 #include <cstring>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -58,6 +59,13 @@ COSType Probe(const SYSTEM& system, bool overrides = false) {
     const ImportPatch patch(nullptr, "KERNEL32.dll", "GetProcAddress", reinterpret_cast<void*>(&FakeGetProcAddress));
     g_getProcAddress = patch.Original<decltype(g_getProcAddress)>();
     return COSType(overrides);
+}
+
+// The probed version, which nothing hands out: it lies behind the table pointer.
+RTL_OSVERSIONINFOEXW VersionOf(const COSType& os) {
+    RTL_OSVERSIONINFOEXW version;
+    std::memcpy(&version, reinterpret_cast<const char*>(&os) + sizeof(void*), sizeof version);
+    return version;
 }
 
 int Type(const SYSTEM& system) {
@@ -248,13 +256,23 @@ TEST(OSType, OverridesReplaceTheProbedVersion) {
     hive.Set(OVERRIDES, L"OSPlatformID", L"2");
     hive.Set(OVERRIDES, L"OSBuildNumber", L"7601");
     hive.Set(OVERRIDES, L"OSServicePackMajor", L"1");
-    hive.Set(OVERRIDES, L"OSServicePackMinor", L"0");
+    hive.Set(OVERRIDES, L"OSServicePackMinor", L"2");
     hive.Set(OVERRIDES, L"OSCSDVersion", std::wstring(200, L'x'));
     SYSTEM system{10, 0};
     system.platform = 1;
     const COSType os = Probe(system, true);
     EXPECT_EQ(20, os.GetOSType());
     EXPECT_TRUE(os.IsVistaOrLater());
+    const RTL_OSVERSIONINFOEXW version = VersionOf(os);
+    EXPECT_EQ(284u, version.dwOSVersionInfoSize);
+    EXPECT_EQ(6u, version.dwMajorVersion);
+    EXPECT_EQ(1u, version.dwMinorVersion);
+    EXPECT_EQ(7601u, version.dwBuildNumber);
+    EXPECT_EQ(2u, version.dwPlatformId);
+    EXPECT_EQ(1u, version.wServicePackMajor);
+    EXPECT_EQ(2u, version.wServicePackMinor);
+    EXPECT_EQ(SERVER, version.wProductType);
+    EXPECT_EQ(std::wstring(127, L'x'), version.szCSDVersion) << "with its terminator it fills the field";
     EXPECT_EQ(29, Probe(system, false).GetOSType()) << "only when asked for";
 }
 

@@ -208,6 +208,22 @@ TEST_F(QelDebugConfigure, FailsWhenTheFallbackFailsToo) {
     m_log->Error(L"f.cpp", 1, L"lost");
 }
 
+// Name and size are taken over before the file is opened.
+TEST_F(QelDebugConfigure, WithoutTheNewFileTheOldOneHasTheNewNameAndSize) {
+    ASSERT_EQ(0, Configure(3));
+    m_log->Print(L"one");
+    const auto length = static_cast<ULONG>(fs::file_size(m_file));
+    SetInstalledDir(m_folder.Path() / L"missing");
+    SetTemp(m_folder.Path() / L"missing");
+    EXPECT_EQ(-1, m_log->Configure(L"OTHER", L"log.txt", 4, 0, length + 1));
+    const DebuggerOutput debugger;
+    m_log->Print(L"two");
+    m_log->Print(L"dropped");
+    EXPECT_EQ((Texts{"one", "two"}), MessagesOf(m_file));
+    EXPECT_TRUE(LinesOf(m_file)[1].starts_with("OTHER\t"));
+    EXPECT_TRUE(debugger.Text().empty()) << "the level stays";
+}
+
 TEST_F(QelDebugConfigure, TheFallbacksPathIsBounded) {
     std::wstring deep = m_folder.Path().wstring();
     while (deep.size() < 240)

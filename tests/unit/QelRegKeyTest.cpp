@@ -353,6 +353,18 @@ TEST_F(QelRegKey, LongValueNamesFailTheEnumerationOnce) {
     EXPECT_EQ(L"short", name);
 }
 
+TEST_F(QelRegKey, TheLongestNamesAreEnumerated) {
+    const std::wstring key(255, L'k'), value(511, L'v');
+    m_hive.Set((L"Software\\Test\\" + key).c_str(), L"v", 1);
+    m_key.SetValue(CQelString(value.c_str()), 1ul);
+    CQelString name;
+    EXPECT_TRUE(m_key.EnumSubKey(name));
+    EXPECT_EQ(key, name);
+    m_key.ResetEnumeration();
+    EXPECT_TRUE(m_key.EnumValue(name));
+    EXPECT_EQ(value, name);
+}
+
 TEST_F(QelRegKey, TheIndexSurvivesAReopen) {
     m_hive.Set(L"Software\\Test\\A", L"v", 1);
     m_hive.Set(L"Software\\Test\\B", L"v", 1);

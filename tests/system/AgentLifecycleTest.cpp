@@ -1,4 +1,5 @@
 // The agent as a host starts and stops it.
+#include <cstdlib>
 #include <functional>
 #include <thread>
 
@@ -151,6 +152,30 @@ TEST(Unload, AThousandTimesAfterUseLeaksNeitherHandlesNorMemory) {
     }
     // The loader's own bookkeeping may grow by a little; a leak of the agent's would be at least one object per round.
     EXPECT_LT(BusyHeapBytes(), memory + 1000 * 64);
+}
+
+// The loader's call of the module's entry point; reserved is null when the module is unloaded.
+void Detach(HMODULE module, void* reserved) {
+    auto* const base = reinterpret_cast<BYTE*>(module);
+    const auto* headers =
+        reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    using Entry = BOOL(WINAPI*)(HMODULE, DWORD, void*);
+    reinterpret_cast<Entry>(base + headers->OptionalHeader.AddressOfEntryPoint)(module, DLL_PROCESS_DETACH, reserved);
+}
+
+// Ends the process; 0 tells that the vendor library was asked to close an adapter so often.
+[[noreturn]] void EndAfterDetach(void* reserved, unsigned long long closed) {
+    auto* const host = new SuiteHost;
+    Adapters(host->GetAgent());
+    host->ResetCalls();
+    Detach(host->Module(), reserved);
+    std::_Exit(host->Calls("CloseAdapter") == closed ? 0 : 1);
+}
+
+TEST(Detach, OfAnUnloadedModuleClosesTheAdaptersThatOfAnEndingProcessNothing) {
+    int ends = 0;
+    EXPECT_EXIT(EndAfterDetach(nullptr, 2), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(EndAfterDetach(&ends, 0), testing::ExitedWithCode(0), "");
 }
 
 constexpr unsigned ADAPTERS = 2;

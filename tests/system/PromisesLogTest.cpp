@@ -65,6 +65,18 @@ TEST(PromiseLog, HasLevelOneWithoutTheNumber) {
     EXPECT_TRUE(host.Logged(STARTED));
 }
 
+long long __cdecl AnswerHugeLength(int) {
+    return 1LL << 40;
+}
+
+TEST(PromiseLog, HasNoLimitOfItsSize) {
+    SuiteHost host;
+    ASSERT_TRUE(host.GetAgent());
+    const ImportPatch patch(host.Module(), "msvcrt.dll", "_filelengthi64", reinterpret_cast<void*>(&AnswerHugeLength));
+    EXPECT_TRUE(host.GetAgent());
+    EXPECT_TRUE(host.Logged(ALREADY));
+}
+
 TEST(PromiseLog, LevelCountsFromTheNextLoad) {
     SuiteHost host;
     host.Hive().Set(SUITE_KEY, L"TRACE", DWORD{0});

@@ -20,5 +20,7 @@ if(MINGW)
   # each load.
   set(FCOE_FILE_ALIGNMENT 4096)
   add_link_options(-Wl,--file-alignment,${FCOE_FILE_ALIGNMENT})
+  # Two builds of the same sources are the same files.
+  add_link_options(-Wl,--no-insert-timestamp)
   include(${CMAKE_CURRENT_LIST_DIR}/RunTime.cmake)
 endif()

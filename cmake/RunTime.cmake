@@ -16,7 +16,8 @@ foreach(dll libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
   fcoe_ask_compiler(path -print-file-name=${dll})
   set(copy ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${dll})
   if(${path} IS_NEWER_THAN ${copy} OR ${CMAKE_CURRENT_LIST_FILE} IS_NEWER_THAN ${copy})
-    execute_process(COMMAND ${objcopy} --file-alignment ${FCOE_FILE_ALIGNMENT} ${path} ${copy}
+    # Without a date given it writes the present one into the file.
+    execute_process(COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${objcopy} --file-alignment ${FCOE_FILE_ALIGNMENT} ${path} ${copy}
                     COMMAND_ERROR_IS_FATAL ANY)
   endif()
 endforeach()

@@ -61,7 +61,7 @@ Answer Host::RunPlain(const std::vector<std::string>& arguments) {
     return {exit, captured.out, captured.err};
 }
 
-Answer Host::RunProgram(const std::wstring& commandLine) {
+Answer Host::RunProgram(const std::wstring& commandLine, const std::filesystem::path& program) {
     Answer answer;
     const auto outPath = m_folder.Path() / L"out.txt";
     const auto errPath = m_folder.Path() / L"err.txt";
@@ -71,7 +71,7 @@ Answer Host::RunProgram(const std::wstring& commandLine) {
     startup.hStdOutput = InheritedFile(outPath);
     startup.hStdError = InheritedFile(errPath);
     PROCESS_INFORMATION process{};
-    const std::wstring line = L"\"" + Beside(L"fcoectl.exe").wstring() + L"\" " + commandLine;
+    const std::wstring line = L"\"" + program.wstring() + L"\" " + commandLine;
     const bool started = StartProcess(line, true, startup, process);
     CloseHandle(startup.hStdOutput);
     CloseHandle(startup.hStdError);

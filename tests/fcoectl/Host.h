@@ -33,7 +33,7 @@ class Host {
     // The same without --agent.
     Answer RunPlain(const std::vector<std::string>& arguments);
     // fcoectl.exe with this command line; nothing is added but what the environment scripts.
-    Answer RunProgram(const std::wstring& commandLine);
+    Answer RunProgram(const std::wstring& commandLine, const std::filesystem::path& program = Beside(L"fcoectl.exe"));
 
     // The calls that the scripted agent got so far, one a line.
     std::vector<std::string> Calls() const;

@@ -24,6 +24,10 @@ RUN_TIME = ("libgcc_s_seh-1.dll", "libstdc++-6.dll", "libwinpthread-1.dll")
 # Which of their functions are used is the compiler's affair.
 COUNTED_AS_ONE = {"libgcc_s_seh-1.dll", "libstdc++-6.dll", "msvcrt.dll"}
 
+# The programs that load the agent restrict first of all where modules come from.
+HOSTS = {"example_host.exe", "fcoectl.exe"}
+FIRST_CALLS = {"kernel32.dll SetDefaultDllDirectories", "kernel32.dll SetErrorMode"}
+
 X86_64 = 0x8664
 NEEDED_FLAGS = {0x0020: "HIGH_ENTROPY_VA", 0x0040: "DYNAMIC_BASE", 0x0100: "NX_COMPAT"}
 TERMINAL_SERVER_AWARE = 0x8000
@@ -167,6 +171,8 @@ class Rules:
         if len(shipped.data) > expected.size:
             yield f"{len(shipped.data)} bytes, more than {expected.size}"
         yield from self.resources(shipped, name)
+        if name in HOSTS:
+            yield from (f"it never calls {call}" for call in sorted(FIRST_CALLS - imports_of(shipped)))
         yield from self.lists(shipped, expected)
         yield from self.sources(shipped)
 

@@ -177,6 +177,12 @@ class Planted(unittest.TestCase):
         found = list(self.rules.lists(self.change().replace(b"CreateMutexW\0", b"CreateMutexX\0").done(), kept))
         self.assertEqual(["new import kernel32.dll CreateMutexX", "import kernel32.dll CreateMutexW is gone"], found)
 
+    def test_first_calls_of_hosts(self):
+        name = "fcoectl.exe"
+        changed = self.change(name).replace(b"SetErrorMode\0", b"SetErrorMods\0").done()
+        kept = check.Expected(self.expected[name].size, check.imports_of(changed), set())
+        self.expect("it never calls kernel32.dll SetErrorMode", name, changed, expected=kept)
+
     def test_exports(self):
         name = "FcoeAgnt.dll"
         kept = self.expected[name]

@@ -28,6 +28,10 @@ int PrintAdapters(CQelFcoeAgentIntf& agent) {
 } // namespace
 
 int main() {
+    // First of all: no module comes from the current folder or PATH, where others may have put theirs, and none opens a
+    // message box.
+    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
+    SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS);
     // The installer writes the full path of the agent's module.
     wchar_t file[MAX_PATH];
     DWORD bytes = sizeof file;
@@ -35,7 +39,8 @@ int main() {
         std::fputs("The agent is not installed.\n", stderr);
         return 3;
     }
-    const HMODULE module = LoadLibraryExW(file, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    const HMODULE module =
+        LoadLibraryExW(file, nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
     if (!module) {
         std::fprintf(stderr, "The agent cannot be loaded: error %lu\n", GetLastError());
         return 3;

@@ -104,28 +104,27 @@ std::wstring AgentFile(const std::wstring& file) {
                           {"Install the agent, or name its file with --agent FILE."});
         return agent.text;
     }
-    std::wstring full(GetFullPathNameW(file.c_str(), 0, nullptr, nullptr), L'\0');
-    full.resize(GetFullPathNameW(file.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
-    return full.empty() ? file : full;
+    return FullPath(file);
 }
 
-Agent::Agent(const std::wstring& file) {
-    const std::wstring path = AgentFile(file);
-    // What the agent imports is looked for beside the agent, not beside this program.
-    m_module.reset(LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+Agent::Agent(const std::wstring& file, const std::wstring& libraryFolder)
+    : m_path(AgentFile(file)), m_search(m_path, libraryFolder) {
+    // What the agent imports is looked for beside the agent, then where the process looks.
+    m_module.reset(
+        LoadLibraryExW(m_path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS));
     if (!m_module)
-        throw Failure(Exit::AgentMissing, LoadProblem("agent's", path, GetLastError()),
+        throw Failure(Exit::AgentMissing, LoadProblem("agent's", m_path, GetLastError()),
                       {file.empty() ? "The registry names this file; reinstall the agent, or pass --agent FILE."
                                     : "Check the path after --agent."});
     const auto get =
         reinterpret_cast<PFN_GetFcoeAgent>(reinterpret_cast<void*>(GetProcAddress(m_module.get(), "GetFcoeAgent")));
     if (!get)
         throw Failure(Exit::AgentMissing,
-                      fmt::format("\"{}\" does not export GetFcoeAgent; it is not the FCoE agent.", ToUtf8(path)));
+                      fmt::format("\"{}\" does not export GetFcoeAgent; it is not the FCoE agent.", ToUtf8(m_path)));
     // Asked once: after a null that only the core agent caused, a second call would succeed without a core agent.
     Call([&] { m_interface = get(); });
     if (!m_interface)
-        throw Failure(Exit::AgentRefused, RefusalReason(m_module.get(), path), {LogHint()});
+        throw Failure(Exit::AgentRefused, RefusalReason(m_module.get(), m_path), {LogHint()});
 }
 
 Agent::~Agent() {

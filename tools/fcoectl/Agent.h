@@ -10,6 +10,7 @@
 
 #include "FcoeAgent/FcoeAgentIntf.h"
 #include "tools/fcoectl/Failure.h"
+#include "tools/fcoectl/LibrarySearch.h"
 
 namespace fcoectl {
 
@@ -23,8 +24,9 @@ template <class Record> struct Reading {
 // exception.
 class Agent {
   public:
-    // file: the module to load; empty takes the registered one.
-    explicit Agent(const std::wstring& file);
+    // file: the module to load; empty takes the registered one. libraryFolder: of the HBA library; empty: none is
+    // named.
+    Agent(const std::wstring& file, const std::wstring& libraryFolder);
     ~Agent();
     Agent(const Agent&) = delete;
     Agent& operator=(const Agent&) = delete;
@@ -80,6 +82,8 @@ class Agent {
             return m_interface->EnumerateStatistics(copy, records, 0);
     }
 
+    std::wstring m_path;
+    LibrarySearch m_search; // outlives the module
     std::unique_ptr<HMODULE, Unload> m_module;
     CQelFcoeAgentIntf* m_interface = nullptr; // the agent's own
 };

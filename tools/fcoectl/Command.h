@@ -14,8 +14,9 @@ class Agent;
 struct Adapter;
 
 struct Options {
-    std::string agentFile; // empty: the registered one
-    std::string adapter;   // empty: all, or the only one
+    std::string agentFile;     // empty: the registered one
+    std::string libraryFolder; // --library-dir; empty: where the system finds the HBA library
+    std::string adapter;       // empty: all, or the only one
     bool json = false;
     bool blocks = false; // --long
     bool ascii = false;

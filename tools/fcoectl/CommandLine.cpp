@@ -98,6 +98,12 @@ void AddOptions(CLI::App& app, const Command& command, Parsed& parsed) {
         app.add_option("--agent", options.agentFile, "Load this agent module (default: the registered one)")
             ->type_name("FILE")
             ->group("Agent");
+    if (LoadsAgent(takes))
+        app.add_option("--library-dir", options.libraryFolder,
+                       "Take the HBA library orvanhapi.dll from this folder (default: beside the agent or the "
+                       "program, or the system's)")
+            ->type_name("DIR")
+            ->group("Agent");
 }
 
 // The parser for the command's words below the program; groups such as `vport` are made on the way.

@@ -8,6 +8,7 @@
 #include <shellapi.h>
 
 #include "tools/fcoectl/Codes.h"
+#include "tools/fcoectl/LibrarySearch.h"
 #include "tools/fcoectl/Run.h"
 #include "tools/fcoectl/Text.h"
 
@@ -26,6 +27,7 @@ std::vector<std::string> Arguments() {
 } // namespace
 
 int main() {
+    fcoectl::RestrictLoading();
     fcoectl::StandardOutput output;
     try {
         return fcoectl::Run(Arguments(), output);

@@ -17,7 +17,7 @@ namespace {
 void Execute(const Command& command, Context& context) {
     if (const auto* own = std::get_if<Action>(&command.run))
         return (*own)(context);
-    Agent agent(FromUtf8(context.options.agentFile));
+    Agent agent(FromUtf8(context.options.agentFile), FromUtf8(context.options.libraryFolder));
     const Adapter adapter =
         ChooseAdapter(agent, context.options.adapter, command.takes & TAKES_ONE ? Need::One : Need::Any);
     AgentContext whole{context, agent, adapter};

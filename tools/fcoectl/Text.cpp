@@ -65,6 +65,19 @@ std::string Insert(std::string_view text, std::string_view argument) {
     return filled;
 }
 
+std::wstring FullPath(const std::wstring& path) {
+    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full.empty() ? path : full;
+}
+
+std::wstring InFolder(std::wstring folder, std::wstring_view file) {
+    if (!folder.ends_with(L'\\'))
+        folder += L'\\';
+    folder += file;
+    return folder;
+}
+
 bool EqualIgnoringCase(std::wstring_view left, std::wstring_view right) {
     return CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
                                 static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;

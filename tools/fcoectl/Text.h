@@ -25,6 +25,11 @@ std::string SystemMessage(DWORD error);
 // The text with %1 replaced by the argument.
 std::string Insert(std::string_view text, std::string_view argument);
 
+// The path that a file or folder has from the root.
+std::wstring FullPath(const std::wstring& path);
+// The file in the folder, whether the folder's text ends in a backslash or not.
+std::wstring InFolder(std::wstring folder, std::wstring_view file);
+
 bool EqualIgnoringCase(std::wstring_view left, std::wstring_view right);
 
 } // namespace fcoectl

@@ -8,6 +8,7 @@
 //   memory:LIST     the list ends with std::bad_alloc; odd:LIST with an exception of no standard type
 //   refuse:N        changes are refused with error entry N, 0 for none
 //   grow            counters grow with every reading
+//   loads:NAME      loads that module first, and notes where it was found
 //
 // The environment variable FAKE_AGENT_CALLS names a file that gets one line a call.
 #include <cwchar>
@@ -56,6 +57,16 @@ void Note(const std::wstring& call) {
         return;
     std::fprintf(file, "%ls\n", call.c_str());
     std::fclose(file);
+}
+
+// As the agent loads the HBA library.
+void Load(const std::wstring& name) {
+    wchar_t file[MAX_PATH] = L"nothing";
+    if (const HMODULE module = LoadLibraryW(name.c_str())) {
+        GetModuleFileNameW(module, file, MAX_PATH);
+        FreeLibrary(module);
+    }
+    Note(L"loaded " + std::wstring(file));
 }
 
 class FakeAgent : public CQelFcoeAgentIntf {
@@ -161,5 +172,7 @@ class FakeAgent : public CQelFcoeAgentIntf {
 CQelFcoeAgentIntf* GetFcoeAgent() {
     static FakeAgent agent;
     Note(L"GetFcoeAgent");
+    if (const std::wstring module = Argument(L"loads"); !module.empty())
+        Load(module);
     return Scripted(L"null") ? nullptr : &agent;
 }

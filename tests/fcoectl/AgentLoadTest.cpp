@@ -11,13 +11,11 @@
 #include "tools/fcoectl/Text.h"
 
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
 constexpr wchar_t AGENT[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\FcoeAgnt";
 constexpr wchar_t CORE[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\CoreAgnt";
-constexpr wchar_t SUITE[] = L"SOFTWARE\\ORVAN\\NETWORK_SERVICES\\QEL2";
 
 // Stand in for the system's search of a module.
 std::wstring g_wanted;
@@ -189,33 +187,6 @@ TEST(AgentRefusal, CoreAgentWithoutAnInterface) {
     hive.Set(AGENT, L"InstalledDir", host.FakeAgent());
     hive.Set(CORE, L"InstalledDir", Beside(L"QelColib.dll").wstring());
     EXPECT_THAT(host.Run({"hbas"}).err, HasSubstr("was loaded but gave the agent no interface."));
-}
-
-TEST(LogHint, NamesTheFile) {
-    PrivateHive hive;
-    hive.Set(SUITE, L"InstalledDir", L"C:\\Suite");
-    EXPECT_THAT(Host(L"null").Run({"hbas"}).err, HasSubstr("  The agent's log is C:\\Suite\\FcoeAgnt.txt.\n"));
-}
-
-TEST(LogHint, TellsThatTheLogIsTurnedOff) {
-    PrivateHive hive;
-    hive.Set(SUITE, L"InstalledDir", L"C:\\Suite");
-    hive.Set(SUITE, L"TRACE", 0);
-    const std::string text = Host(L"null").Run({"hbas"}).err;
-    EXPECT_THAT(text, HasSubstr("\"TRACE\" is 0"));
-    EXPECT_THAT(text, Not(HasSubstr("FcoeAgnt.txt")));
-}
-
-TEST(LogHint, TellsThatOnlyErrorsAreLogged) {
-    PrivateHive hive;
-    hive.Set(SUITE, L"InstalledDir", L"C:\\Suite");
-    hive.Set(SUITE, L"TRACE", 2);
-    EXPECT_THAT(Host(L"null").Run({"hbas"}).err, HasSubstr("FcoeAgnt.txt (errors only"));
-}
-
-TEST(LogHint, WithoutTheKeyThereIsNoLog) {
-    const PrivateHive hive;
-    EXPECT_THAT(Host(L"null").Run({"hbas"}).err, HasSubstr("The agent writes no log"));
 }
 
 TEST(Version, NamesTheAgentOrWhyNot) {

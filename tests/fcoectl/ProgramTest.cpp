@@ -1,4 +1,6 @@
 // fcoectl.exe as a program: bytes and exit codes.
+#include <algorithm>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -30,6 +32,20 @@ TEST(Program, SamePrintsSameBytes) {
     EXPECT_EQ(first.out, host.RunProgram(WithAgent(L"tree --json", host)).out);
     EXPECT_EQ(2u, first.Json()["adapters"].size());
     EXPECT_EQ('\n', first.out.back());
+}
+
+// So that no pipe can read it in another code page.
+TEST(Program, JsonIsAscii) {
+    const auto isAscii = [](const std::string& text) {
+        return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    };
+    Host host(L"foreign");
+    const Answer answer = host.RunProgram(WithAgent(L"hbas --json", host));
+    EXPECT_TRUE(isAscii(answer.out)) << answer.out;
+    EXPECT_EQ("Ger\xC3\xA4t \xE2\x82\xAC \xF0\x9F\x92\xBE", answer.Json()["hbas"][0]["second_id"]);
+    const Answer refused = host.RunProgram(WithAgent(L"ports --json --adapter \"{\u20AC}\"", host));
+    EXPECT_TRUE(isAscii(refused.out)) << refused.out;
+    EXPECT_THAT(refused.Json()["error"]["text"], HasSubstr("{\xE2\x82\xAC}"));
 }
 
 TEST(Program, PartialAnswerEndsWithOne) {

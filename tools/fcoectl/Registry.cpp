@@ -8,9 +8,9 @@ namespace fcoectl {
 namespace {
 
 constexpr wchar_t AGENTS_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\";
-constexpr wchar_t LOG_KEY[] = L"SOFTWARE\\ORVAN\\NETWORK_SERVICES\\QEL2";
 constexpr wchar_t INSTALLED_DIR[] = L"InstalledDir";
-constexpr wchar_t TRACE[] = L"TRACE";
+
+} // namespace
 
 RegistryText ReadText(const std::wstring& key, const wchar_t* name) {
     RegistryText value{key, name, {}, 0};
@@ -36,8 +36,6 @@ bool KeyExists(const std::wstring& key) {
     return true;
 }
 
-} // namespace
-
 std::string RegistryText::Problem() const {
     const std::string where = "HKEY_LOCAL_MACHINE\\" + ToUtf8(key);
     if (result != ERROR_FILE_NOT_FOUND)
@@ -50,21 +48,6 @@ std::string RegistryText::Problem() const {
 
 RegistryText RegisteredAgent(const wchar_t* agentName) {
     return ReadText(std::wstring(AGENTS_KEY) + agentName, INSTALLED_DIR);
-}
-
-std::string LogHint() {
-    const std::string where = "HKEY_LOCAL_MACHINE\\" + ToUtf8(LOG_KEY);
-    if (!KeyExists(LOG_KEY))
-        return fmt::format("The agent writes no log, because the registry key \"{}\" is missing.", where);
-    DWORD level = 1;
-    DWORD bytes = sizeof level;
-    const LONG result = RegGetValueW(HKEY_LOCAL_MACHINE, LOG_KEY, TRACE, RRF_RT_REG_DWORD, nullptr, &level, &bytes);
-    if (result == ERROR_SUCCESS && level == 0)
-        return fmt::format("The agent's log is turned off: \"TRACE\" is 0 under \"{}\"; 1 turns it on.", where);
-    const std::string file = ToUtf8(ReadText(LOG_KEY, INSTALLED_DIR).text) + "\\FcoeAgnt.txt";
-    if (result == ERROR_SUCCESS && level == 2)
-        return fmt::format("The agent's log is {} (errors only: \"TRACE\" is 2).", file);
-    return fmt::format("The agent's log is {}.", file);
 }
 
 } // namespace fcoectl

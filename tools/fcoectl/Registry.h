@@ -1,4 +1,4 @@
-// What the suite's registry keys say of the agents and of the log. Read only.
+// What the suite's registry keys say. Read only.
 #pragma once
 
 #include <optional>
@@ -23,7 +23,8 @@ struct RegistryText {
 // The full file path of an agent's module, as its installer registered it.
 RegistryText RegisteredAgent(const wchar_t* agentName);
 
-// Where the agent's log is, or why there is none: a sentence.
-std::string LogHint();
+// Both below HKEY_LOCAL_MACHINE.
+RegistryText ReadText(const std::wstring& key, const wchar_t* name);
+bool KeyExists(const std::wstring& key);
 
 } // namespace fcoectl

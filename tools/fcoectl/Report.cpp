@@ -48,7 +48,7 @@ std::string Document(const std::string& command, const Report& report, const Fai
         for (std::size_t i = 1; i < details.size(); ++i)
             document["more_errors"].push_back(ErrorObject(details[i], failure->Code()));
     }
-    return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    return document.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
 }
 
 std::string Messages(const Failure& failure) {

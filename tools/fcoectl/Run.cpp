@@ -7,7 +7,7 @@
 #include "tools/fcoectl/Adapters.h"
 #include "tools/fcoectl/Agent.h"
 #include "tools/fcoectl/CommandLine.h"
-#include "tools/fcoectl/Registry.h"
+#include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Text.h"
 
 namespace fcoectl {

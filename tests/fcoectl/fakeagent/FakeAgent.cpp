@@ -8,6 +8,7 @@
 //   memory:LIST     the list ends with std::bad_alloc; odd:LIST with an exception of no standard type
 //   refuse:N        changes are refused with error entry N, 0 for none
 //   grow            counters grow with every reading
+//   foreign         the first adapter's name is no ASCII text
 //   loads:NAME      loads that module first, and notes where it was found
 //
 // The environment variable FAKE_AGENT_CALLS names a file that gets one line a call.
@@ -75,6 +76,8 @@ class FakeAgent : public CQelFcoeAgentIntf {
         FakeRecords records = World();
         if (Scripted(L"unread") && !records.hbas.empty())
             records.hbas.front() = {};
+        if (Scripted(L"foreign"))
+            records.hbas.front().strSecondId = L"Ger\u00E4t \u20AC \U0001F4BE";
         return Answer(L"hbas", adapter, records.hbas, list);
     }
     BOOL EnumerateFabrics(CQelString& adapter, std::vector<QEL_FCOE_FABRIC>& list, ULONG64) override {

@@ -5,8 +5,18 @@
 #include "Common/Src/ComOwner.h"
 #include "simulator/dcbservice/Crash.h"
 #include "simulator/dcbservice/DcbIoControl.h"
+#include "simulator/dcbservice/LocalPermission.h"
 
 namespace {
+
+// Without it COM admits the service's own account, the system and administrators.
+HRESULT AdmitLocalUsers() {
+    LocalPermission permission(COM_RIGHTS_EXECUTE | COM_RIGHTS_EXECUTE_LOCAL);
+    if (!permission.Descriptor())
+        return HRESULT_FROM_WIN32(GetLastError());
+    return CoInitializeSecurity(permission.Descriptor(), -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_CONNECT,
+                                RPC_C_IMP_LEVEL_IDENTIFY, nullptr, EOAC_NONE, nullptr);
+}
 
 // Has the interface stay marshalled until the process ends. Wine takes an interface back when the last object that
 // clients have of it goes, waits for the calls of it that are under way, and may miss that one has just ended: it then
@@ -22,6 +32,8 @@ HRESULT Keep(IUnknown* object, REFIID iid) {
 } // namespace
 
 ClassServer::ClassServer(void (*onIdle)()) : m_result(CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {
+    if (SUCCEEDED(m_result))
+        m_result = AdmitLocalUsers();
     if (SUCCEEDED(m_result))
         m_result = Offer(onIdle);
 }

@@ -6,6 +6,7 @@
 
 #include "Common/Src/Owner.h"
 #include "FcoeAgent/OrvanDcb.h"
+#include "simulator/dcbservice/LocalPermission.h"
 #include "simulator/dcbservice/ServiceHost.h"
 
 namespace {
@@ -14,6 +15,9 @@ constexpr wchar_t CLASSES[] = L"SOFTWARE\\Classes\\";
 constexpr wchar_t PROG_ID[] = L"OrvanDCB.IoControl.1";
 constexpr wchar_t CLASS_NAME[] = L"ORVAN DCB control";
 constexpr DWORD TIMEOUT_MS = 20000;
+constexpr wchar_t DEPENDENCIES[] = L"RpcSs\0"; // COM is not there before it
+constexpr wchar_t ACCOUNT[] = L"NT AUTHORITY\\LocalService";
+constexpr wchar_t NO_PASSWORD[] = L"";
 
 std::wstring ClassId() {
     wchar_t text[40];
@@ -43,6 +47,17 @@ class FirstError {
 DWORD SetClassValue(const std::wstring& key, const wchar_t* value, const std::wstring& text) {
     return static_cast<DWORD>(RegSetKeyValueW(HKEY_LOCAL_MACHINE, (CLASSES + key).c_str(), value, REG_SZ, text.c_str(),
                                               static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))));
+}
+
+// Users may have the service started and get its class; without it only those may who are at the machine, and
+// administrators.
+DWORD SetLaunchPermission(const std::wstring& key) {
+    const auto bytes =
+        LocalPermission(COM_RIGHTS_EXECUTE | COM_RIGHTS_EXECUTE_LOCAL | COM_RIGHTS_ACTIVATE_LOCAL).Bytes();
+    if (bytes.empty())
+        return GetLastError();
+    return static_cast<DWORD>(RegSetKeyValueW(HKEY_LOCAL_MACHINE, (CLASSES + key).c_str(), L"LaunchPermission",
+                                              REG_BINARY, bytes.data(), static_cast<DWORD>(bytes.size())));
 }
 
 DWORD DeleteClassKey(const std::wstring& key) {
@@ -77,15 +92,15 @@ DWORD InstallService(const std::wstring& command) {
         return GetLastError();
     CQelServiceHandle service(CreateServiceW(manager.Get(), SERVICE_NAME, SERVICE_DISPLAY_NAME, SERVICE_ALL_ACCESS,
                                              SERVICE_WIN32_OWN_PROCESS, SERVICE_AUTO_START, SERVICE_ERROR_NORMAL,
-                                             command.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr));
+                                             command.c_str(), nullptr, nullptr, DEPENDENCIES, ACCOUNT, NO_PASSWORD));
     if (service)
         return NO_ERROR;
     if (GetLastError() != ERROR_SERVICE_EXISTS)
         return GetLastError();
     service.Reset(OpenServiceW(manager.Get(), SERVICE_NAME, SERVICE_CHANGE_CONFIG));
-    if (!service ||
-        !ChangeServiceConfigW(service.Get(), SERVICE_WIN32_OWN_PROCESS, SERVICE_AUTO_START, SERVICE_ERROR_NORMAL,
-                              command.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr, SERVICE_DISPLAY_NAME))
+    if (!service || !ChangeServiceConfigW(service.Get(), SERVICE_WIN32_OWN_PROCESS, SERVICE_AUTO_START,
+                                          SERVICE_ERROR_NORMAL, command.c_str(), nullptr, nullptr, DEPENDENCIES,
+                                          ACCOUNT, NO_PASSWORD, SERVICE_DISPLAY_NAME))
         return GetLastError();
     return NO_ERROR;
 }
@@ -142,6 +157,7 @@ DWORD Install(const std::wstring& arguments) {
     error.Add(SetClassValue(L"CLSID\\" + id + L"\\LocalServer32", nullptr, command + L" -Embedding"));
     error.Add(SetClassValue(L"AppID\\" + id, nullptr, CLASS_NAME));
     error.Add(SetClassValue(L"AppID\\" + id, L"LocalService", SERVICE_NAME));
+    error.Add(SetLaunchPermission(L"AppID\\" + id));
     error.Add(InstallService(command));
     return error.Get();
 }

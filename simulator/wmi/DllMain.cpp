@@ -1,4 +1,5 @@
-// OrvanWmi.dll takes the place of the WMI locator in a Wine prefix: regsvr32 OrvanWmi.dll, undone by regsvr32 /u.
+// OrvanWmi.dll takes the place of the WMI locator in a Wine prefix: regsvr32 OrvanWmi.dll, undone by regsvr32 /u. On
+// Windows it would take the machine's own WMI away, so it refuses to.
 #include <string>
 
 #include <windows.h>
@@ -15,19 +16,28 @@ constexpr wchar_t REPLACED_VALUE[] = L"ReplacedByOrvanWmi"; // the system's own 
 
 HMODULE g_module;
 
-bool ReadServer(const wchar_t* value, std::wstring& path) {
+struct Server {
+    std::wstring path;
+    DWORD type = REG_SZ; // or REG_EXPAND_SZ, whose variables count only as such
+};
+
+bool IsWine() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+bool ReadServer(const wchar_t* value, Server& server) {
     wchar_t text[1024];
     DWORD size = sizeof text;
     if (RegGetValueW(HKEY_LOCAL_MACHINE, SERVER_KEY, value, RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ | RRF_NOEXPAND,
-                     nullptr, text, &size) != ERROR_SUCCESS)
+                     &server.type, text, &size) != ERROR_SUCCESS)
         return false;
-    path = text;
+    server.path = text;
     return true;
 }
 
-LSTATUS WriteServer(const wchar_t* value, const std::wstring& path) {
-    return RegSetKeyValueW(HKEY_LOCAL_MACHINE, SERVER_KEY, value, REG_SZ, path.c_str(),
-                           static_cast<DWORD>((path.size() + 1) * sizeof(wchar_t)));
+LSTATUS WriteServer(const wchar_t* value, const Server& server) {
+    return RegSetKeyValueW(HKEY_LOCAL_MACHINE, SERVER_KEY, value, server.type, server.path.c_str(),
+                           static_cast<DWORD>((server.path.size() + 1) * sizeof(wchar_t)));
 }
 
 } // namespace
@@ -57,9 +67,11 @@ STDAPI DllCanUnloadNow() {
 }
 
 STDAPI DllRegisterServer() {
+    if (!IsWine())
+        return E_ACCESSDENIED;
     std::wstring path(32768, L'\0');
     path.resize(GetModuleFileNameW(g_module, path.data(), static_cast<DWORD>(path.size())));
-    std::wstring replaced;
+    Server replaced;
     LSTATUS status = ERROR_SUCCESS;
     if (!ReadServer(REPLACED_VALUE, replaced)) {
         if (!ReadServer(nullptr, replaced))
@@ -67,12 +79,12 @@ STDAPI DllRegisterServer() {
         status = WriteServer(REPLACED_VALUE, replaced);
     }
     if (status == ERROR_SUCCESS)
-        status = WriteServer(nullptr, path);
+        status = WriteServer(nullptr, {path, REG_SZ});
     return HRESULT_FROM_WIN32(status);
 }
 
 STDAPI DllUnregisterServer() {
-    std::wstring replaced;
+    Server replaced;
     if (!ReadServer(REPLACED_VALUE, replaced))
         return S_OK;
     LSTATUS status = WriteServer(nullptr, replaced);

@@ -7,7 +7,9 @@
 
 #include "Common/Src/ComOwner.h"
 #include "Common/Src/DCXServiceInterface.h"
+#include "Common/Src/Owner.h"
 #include "FcoeAgent/OrvanDcb.h"
+#include "simulator/dcbservice/LocalPermission.h"
 #include "tests/kit/DcbSystem.h"
 #include "tests/kit/LogCapture.h"
 
@@ -308,6 +310,37 @@ TEST_F(DcbService, InstallingTwiceReplaces) {
     system.Start();
     EXPECT_EQ(0u, Ask().link);
     EXPECT_TRUE(Ask().initialized);
+}
+
+TEST_F(DcbService, IsInstalledAfterComWithAnAccountOfFewRights) {
+    const auto expectConfiguration = [] {
+        const CQelServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+        const CQelServiceHandle service(OpenServiceW(manager.Get(), L"OrvanDCB", SERVICE_QUERY_CONFIG));
+        alignas(QUERY_SERVICE_CONFIGW) BYTE buffer[8192];
+        auto* const configuration = reinterpret_cast<QUERY_SERVICE_CONFIGW*>(buffer);
+        DWORD size = 0;
+        ASSERT_TRUE(QueryServiceConfigW(service.Get(), configuration, sizeof buffer, &size));
+        wchar_t dependencies[64] = L"";
+        DWORD length = sizeof dependencies;
+        // Wine's service manager keeps them, and does not tell them.
+        EXPECT_EQ(0, RegGetValueW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\OrvanDCB",
+                                  L"DependOnService", RRF_RT_REG_MULTI_SZ, nullptr, dependencies, &length));
+        EXPECT_EQ((std::wstring{L"RpcSs\0", 7}), (std::wstring{dependencies, length / sizeof(wchar_t)}));
+        EXPECT_STREQ(L"NT AUTHORITY\\LocalService", configuration->lpServiceStartName);
+        EXPECT_EQ(static_cast<DWORD>(SERVICE_AUTO_START), configuration->dwStartType);
+    };
+    expectConfiguration();
+    EXPECT_EQ(0u, DcbSystem::Run(L"--install"));
+    expectConfiguration();
+}
+
+TEST_F(DcbService, UsersMayGetTheClass) {
+    BYTE bytes[1024];
+    DWORD size = sizeof bytes;
+    ASSERT_EQ(0, RegGetValueW(HKEY_CLASSES_ROOT, L"AppID\\{6F0C8E0A-3B61-4B53-9B0E-0C6D2D1A7C41}", L"LaunchPermission",
+                              RRF_RT_REG_BINARY, nullptr, bytes, &size));
+    constexpr DWORD LOCAL_START_AND_ACTIVATION = 1 | 2 | 8;
+    EXPECT_EQ(LocalPermission(LOCAL_START_AND_ACTIVATION).Bytes(), std::vector<BYTE>(bytes, bytes + size));
 }
 
 TEST_F(DcbService, UninstallStopsTheServiceAndLeavesNothing) {

@@ -1,8 +1,8 @@
 # The second compiler: clang for the same target. Headers, C++ library, run time and linker are those of mingw's GCC, so
 # that what it builds runs as the rest does.
 include(${CMAKE_CURRENT_LIST_DIR}/mingw-wine.cmake)
-set(CMAKE_C_COMPILER clang)
-set(CMAKE_CXX_COMPILER clang++)
+set(CMAKE_C_COMPILER clang${FCOE_CLANG})
+set(CMAKE_CXX_COMPILER clang++${FCOE_CLANG})
 set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 

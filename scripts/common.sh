@@ -12,7 +12,6 @@ packages_build=(cmake ninja-build g++-mingw-w64-x86-64-posix mingw-w64-tools lib
                 nlohmann-json3-dev libcli11-dev libfmt-dev googletest ccache)
 packages_run=(wine wine64 util-linux)
 packages_lint=(clang clang-format clang-tidy)
-packages_clang=(clang)
 packages_coverage=(gcovr)
 packages_fuzz=(cmake ninja-build clang libclang-rt-dev llvm ccache)
 
@@ -69,6 +68,11 @@ windows_path() {
 # Sets the simulated suite up in its prefix: registry values, log folder, the DCB service. Nothing to do the second time.
 suite() {
     build suite
+    set_up_suite
+}
+
+# The same of a suite that is built.
+set_up_suite() {
     local prefix=$build/suite done=$build/suite/installed
     if [ ! -f "$done" ] || [ "$build/suite.reg" -nt "$done" ] || [ "$build/bin/OrvanDcb.exe" -nt "$done" ]; then
         say "setting up the simulated suite in $prefix"

@@ -5,6 +5,7 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(FCOE_MINGW_GXX x86_64-w64-mingw32-g++-posix)
 set(CMAKE_CXX_COMPILER ${FCOE_MINGW_GXX})
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
+set(CMAKE_DLLTOOL x86_64-w64-mingw32-dlltool) # whatever other compilers are installed
 
 # Where the system's own headers and libraries are.
 execute_process(COMMAND ${FCOE_MINGW_GXX} -print-file-name=libkernel32.a OUTPUT_VARIABLE library

@@ -50,7 +50,7 @@ TEST_P(Lists, JsonIsOneDocumentWithAllRecords) {
     EXPECT_EQ(0, answer.exit);
     EXPECT_EQ("", answer.err);
     const auto document = answer.Json();
-    EXPECT_EQ(std::string("fcoectl/") + GetParam().command, document["schema"]);
+    EXPECT_EQ(std::string("fcoectl/") + GetParam().command, document["schema"].get<std::string>());
     EXPECT_EQ(1, document["version"]);
     EXPECT_EQ(true, document["complete"]);
     EXPECT_EQ(GetParam().records, document[GetParam().member].size());

@@ -64,6 +64,13 @@ class InvalidParameters : public testing::Test {
             EXPECT_TRUE(ModuleOf(Get())) << "a handler of a module that is gone, after " << name;
         }
     }
+    // In that order, and their files with them: each round has modules of its own.
+    void FreeAll(const std::string& order) {
+        for (const char name : order)
+            Free(name);
+        std::filesystem::remove_all(m_folder.Path());
+        std::filesystem::create_directory(m_folder.Path());
+    }
     static HMODULE ModuleOf(Handler handler) {
         HMODULE module = nullptr;
         GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
@@ -85,11 +92,8 @@ TEST_F(InvalidParameters, OfTheHostAreItsOwnAgainWhateverTheOrderOfUnloading) {
             Load(name);
             Copy(name);
         }
-        for (const char name : order)
-            Free(name);
+        FreeAll(order);
         EXPECT_EQ(HostsHandler, Get());
-        std::filesystem::remove_all(m_folder.Path());
-        std::filesystem::create_directory(m_folder.Path());
     } while (std::next_permutation(order.begin(), order.end()));
     EXPECT_EQ(0, g_hostsCalls);
 }
@@ -101,11 +105,8 @@ TEST_F(InvalidParameters, OfTheHostAreItsOwnAgainWhoeverCopiedLast) {
         Load('B');
         for (const char name : {'A', 'B', 'A', 'B', 'A'})
             Copy(name);
-        for (const char name : order)
-            Free(name);
+        FreeAll(order);
         EXPECT_EQ(HostsHandler, Get());
-        std::filesystem::remove_all(m_folder.Path());
-        std::filesystem::create_directory(m_folder.Path());
     }
 }
 

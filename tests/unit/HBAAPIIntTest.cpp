@@ -13,6 +13,14 @@ constexpr wchar_t DEVICE[] = L"\\DEVICE\\{3B1E}";
 class HBAAPIInt : public HBAAPIFixture {
   protected:
     BOOL InitDevice() { return api.InitHBAAPIMod(DEVICE, TRUE, name); }
+    void ExpectHandlersOfBothVersions() {
+        HBA_ADAPTERATTRIBUTES attributes;
+        EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes));
+        BYTE response[8], sense[8];
+        EXPECT_TRUE(api.RetrieveLUNCapacityV2(7, HBA_PORT_WWN, TARGET_WWN, 0, response, 8, sense, 8));
+        EXPECT_EQ(1, library.CallsOf("GetAdapterAttributes"));
+        EXPECT_EQ(1, library.CallsOf("ScsiReadCapacityV2"));
+    }
 
     wchar_t name[CHBAAPIInt::NAME_SIZE] = {};
 };
@@ -52,12 +60,7 @@ TEST_F(HBAAPIInt, RefusedInitializationOfALibraryThatIsBoundLeavesItsHandlers) {
     library.InitializeLibrary = [] { return HBA_STATUS_ERROR_BUSY; };
     EXPECT_FALSE(api.InitHBAAPIMod());
     EXPECT_EQ(0, library.CallsOf("RegisterLibraryV2"));
-    HBA_ADAPTERATTRIBUTES attributes;
-    EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes));
-    BYTE response[8], sense[8];
-    EXPECT_TRUE(api.RetrieveLUNCapacityV2(7, HBA_PORT_WWN, TARGET_WWN, 0, response, 8, sense, 8));
-    EXPECT_EQ(1, library.CallsOf("GetAdapterAttributes"));
-    EXPECT_EQ(1, library.CallsOf("ScsiReadCapacityV2"));
+    ExpectHandlersOfBothVersions();
 }
 
 TEST_F(HBAAPIInt, RefusedRegistrationOfALibraryThatIsBoundLeavesItsHandlers) {
@@ -65,12 +68,7 @@ TEST_F(HBAAPIInt, RefusedRegistrationOfALibraryThatIsBoundLeavesItsHandlers) {
     library.RegisterLibraryV2 = [](HBA_ENTRYPOINTSV2*) { return HBA_STATUS_ERROR; };
     EXPECT_TRUE(api.InitHBAAPIMod());
     EXPECT_EQ(1, library.CallsOf("RegisterLibraryV2"));
-    HBA_ADAPTERATTRIBUTES attributes;
-    EXPECT_TRUE(api.GetAdapterAtrributes(7, attributes));
-    BYTE response[8], sense[8];
-    EXPECT_TRUE(api.RetrieveLUNCapacityV2(7, HBA_PORT_WWN, TARGET_WWN, 0, response, 8, sense, 8));
-    EXPECT_EQ(1, library.CallsOf("GetAdapterAttributes"));
-    EXPECT_EQ(1, library.CallsOf("ScsiReadCapacityV2"));
+    ExpectHandlersOfBothVersions();
 }
 
 TEST_F(HBAAPIInt, LibraryWithoutInitializeLibraryCountsAsBoundButNotAsReady) {

@@ -11,7 +11,17 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-class HBAAPIUnload : public HBAAPIFixture {};
+class HBAAPIUnload : public HBAAPIFixture {
+  protected:
+    // Starts a rescan that stays inside the library's export.
+    void RescanInside(CallInside& call) {
+        library.RescanScsiBus = [&call](HBA_HANDLE, HBA_UINT32) {
+            call.Stay();
+            return HBA_STATUS_OK;
+        };
+        call.Start([this] { EXPECT_TRUE(api.RefreshTargetInfo(7)); });
+    }
+};
 } // namespace
 
 // --- DeInitHBAAPIMod and destruction
@@ -171,11 +181,7 @@ TEST_F(HBAAPIUnload, CallInsideAHandlerKeepsTheLibraryLoadedUntilItReturns) {
 TEST_F(HBAAPIUnload, LastCallToReturnUnloadsWithoutTheMutex) {
     Bind();
     CallInside call;
-    library.RescanScsiBus = [&](HBA_HANDLE, HBA_UINT32) {
-        call.Stay();
-        return HBA_STATUS_OK;
-    };
-    call.Start([&] { EXPECT_TRUE(api.RefreshTargetInfo(7)); });
+    RescanInside(call);
     EXPECT_TRUE(api.DeInitHBAAPIMod());
     library.mutex.Clear();
     call.Finish();
@@ -186,11 +192,7 @@ TEST_F(HBAAPIUnload, LastCallToReturnUnloadsWithoutTheMutex) {
 TEST_F(HBAAPIUnload, CallInsideAnExportKeepsTheLibraryLoadedUntilItReturns) {
     Bind();
     CallInside call;
-    library.RescanScsiBus = [&](HBA_HANDLE, HBA_UINT32) {
-        call.Stay();
-        return HBA_STATUS_OK;
-    };
-    call.Start([&] { EXPECT_TRUE(api.RefreshTargetInfo(7)); });
+    RescanInside(call);
     EXPECT_TRUE(api.DeInitHBAAPIMod());
     EXPECT_EQ(0, library.frees);
     call.Finish();

@@ -81,9 +81,8 @@ std::string MainHelpFooter() {
            "  --adapter ID          Only this adapter, by its device identifier (default: all)\n"
            "  --json                One JSON document instead of text (default: text)\n"
            "  --agent FILE          Load this agent module (default: the registered one)\n"
-           "  --library-dir DIR     Take the HBA library orvanhapi.dll from this folder (default: beside the agent or "
-           "the "
-           "program, or the system's)\n"
+           "  --library-dir DIR     Take the HBA library orvanhapi.dll from this folder "
+           "(default: beside the agent or the program, or the system's)\n"
            "'fcoectl COMMAND --help' tells the rest.\n\n" +
            ExitCodeLines(TAKES_ADAPTER | TAKES_ONE) + ExampleLines("");
 }

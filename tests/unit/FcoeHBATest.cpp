@@ -82,6 +82,16 @@ TEST_F(FcoeHBA, PortListThatCannotBeReadMakesNoFabricsAndStillSucceeds) {
     EXPECT_TRUE(Kinds(*hba).empty());
 }
 
+// So many that their size does not fit 32 bits: no list is made, though a count is known.
+TEST_F(FcoeHBA, PortListThatIsTooLongMakesNoFabricsAndStillSucceeds) {
+    fake.GetFCPortList = [](HBA_HANDLE, ORVAN_FC_PORT_LIST* list) {
+        list->NumberOfEntries = 0x10000000;
+        return HBA_STATUS_ERROR_MORE_DATA;
+    };
+    Make();
+    EXPECT_TRUE(Kinds(*hba).empty());
+}
+
 TEST_F(FcoeHBA, FabricsAreCachedForTenMilliseconds) {
     Make();
     std::vector<std::shared_ptr<CQelFcoeFabric>> first, again, later;

@@ -168,3 +168,15 @@ TEST(FcoeBase, DestructionWaitsForAThreadInsideTheLock) {
     EXPECT_TRUE(leaving);
     thread.join();
 }
+
+// As of a value that nobody stored.
+TEST(FcoeBase, ValueThatIsNotThereIsNoAnswer) {
+    Object object;
+    object.m_cache.AddCache(RECORD, std::shared_ptr<Record>());
+    object.m_cache.AddCache(CHILDREN, std::shared_ptr<Children>());
+    Record record;
+    Children out;
+    EXPECT_FALSE(object.CopyCached(RECORD, record));
+    EXPECT_FALSE(object.AppendCached(CHILDREN, out));
+    EXPECT_TRUE(out.empty());
+}

@@ -114,6 +114,11 @@ TEST_F(HBAAPIQueries, TableThatWasNeverFilledIsTreatedAsWithoutATable) {
     EXPECT_THAT(Messages(), ElementsAre("m_bEntryPtsInited is false"));
 }
 
+TEST_F(HBAAPIQueries, LibraryThatWasNeverLoadedIsTreatedAsWithoutATable) {
+    EXPECT_TRUE(api.GetAdapterPortAttributes(7, port));
+    EXPECT_THAT(Messages(), ElementsAre("m_bEntryPtsInited is false"));
+}
+
 // --- Port statistics
 
 TEST_F(HBAAPIQueries, StatisticsAreThoseOfPortZero) {

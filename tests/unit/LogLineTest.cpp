@@ -46,6 +46,13 @@ TEST(LogLine, IsWhatTheFormatterMakes) {
     ExpectAsFormatted(L"%s %d %llX", L"text", 5, 0xABCDEFull);
     ExpectAsFormatted(L"%S, 0x%x", "narrow", 255);
     ExpectAsFormatted(L"%5d|%-5d|%05d", 1, 2, 3);
+    // Each almost one that needs no formatter, and alone, since one of them has the whole line formatted.
+    ExpectAsFormatted(L"%02X", 10);
+    ExpectAsFormatted(L"%02d", 5);
+    ExpectAsFormatted(L"%lX", 11ul);
+    ExpectAsFormatted(L"%ld", 11l);
+    ExpectAsFormatted(L"%llu", ULLONG_MAX);
+    ExpectAsFormatted(L"%llx", 0xABull);
     ExpectAsFormatted(L"100%%");
     ExpectAsFormatted(L"lone %");
     ExpectAsFormatted(L"%s and a null", static_cast<const wchar_t*>(nullptr));

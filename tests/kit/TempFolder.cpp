@@ -8,11 +8,15 @@ TempFolder::TempFolder() {
     static std::atomic<int> count;
     wchar_t temp[MAX_PATH];
     GetTempPathW(MAX_PATH, temp);
-    m_path = std::filesystem::path(temp) /
-             (L"fcoe" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count));
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored); // left by a crashed program with the same process id
-    std::filesystem::create_directories(m_path);
+    std::filesystem::create_directories(temp);
+    // One of that name can be left by a crashed program with the same process id, or be in use by what that one
+    // started.
+    do {
+        m_path = std::filesystem::path(temp) /
+                 (L"fcoe" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count));
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    } while (!std::filesystem::create_directory(m_path));
 }
 
 TempFolder::~TempFolder() {

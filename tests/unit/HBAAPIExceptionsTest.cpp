@@ -29,6 +29,20 @@ BYTE g_sense[8];
 BOOL g_more;
 ULONG g_count;
 
+// The operations that read one record of the adapter, and those that read a list.
+template <class Record> auto Query(BOOL (CHBAAPIInt::*read)(HBA_HANDLE, Record&)) {
+    return [read](CHBAAPIInt& api) {
+        Record record{};
+        (api.*read)(7, record);
+    };
+}
+template <class List> auto ListRead(BOOL (CHBAAPIInt::*read)(HBA_HANDLE, List*, BOOL&, ULONG&)) {
+    return [read](CHBAAPIInt& api) {
+        List list{};
+        (api.*read)(7, &list, g_more, g_count);
+    };
+}
+
 const Operation OPERATIONS[] = {
     {"InitHBAAPIMod", ", bReturn=true", [](CHBAAPIInt& api) { static_cast<void>(api.InitHBAAPIMod()); },
      [](FakeHbaLibrary& library) { library.InitializeLibrary = Throwing(); }},
@@ -44,23 +58,11 @@ const Operation OPERATIONS[] = {
          api.CloseAdapHandle(handle);
      },
      [](FakeHbaLibrary& library) { library.CloseAdapter = Throwing(); }},
-    {"GetAdapterAtrributes", ", bReturn=true",
-     [](CHBAAPIInt& api) {
-         HBA_ADAPTERATTRIBUTES attributes;
-         api.GetAdapterAtrributes(7, attributes);
-     },
+    {"GetAdapterAtrributes", ", bReturn=true", Query(&CHBAAPIInt::GetAdapterAtrributes),
      [](FakeHbaLibrary& library) { library.GetAdapterAttributes = Throwing(); }},
-    {"GetAdapterPortAttributes", ", bReturn=true",
-     [](CHBAAPIInt& api) {
-         HBA_PORTATTRIBUTES attributes;
-         api.GetAdapterPortAttributes(7, attributes);
-     },
+    {"GetAdapterPortAttributes", ", bReturn=true", Query(&CHBAAPIInt::GetAdapterPortAttributes),
      [](FakeHbaLibrary& library) { library.GetAdapterPortAttributes = Throwing(); }},
-    {"GetPortStatistics", ", bReturn=true",
-     [](CHBAAPIInt& api) {
-         HBA_PORTSTATISTICS statistics;
-         api.GetPortStatistics(7, statistics);
-     },
+    {"GetPortStatistics", ", bReturn=true", Query(&CHBAAPIInt::GetPortStatistics),
      [](FakeHbaLibrary& library) { library.GetPortStatistics = Throwing(); }},
     {"GetFCEthernetProperties", ", bReturn=true",
      [](CHBAAPIInt& api) {
@@ -68,23 +70,11 @@ const Operation OPERATIONS[] = {
          api.GetFCEthernetProperties(7, &properties);
      },
      [](FakeHbaLibrary& library) { library.GetFCAndNICProperties = Throwing(); }},
-    {"GetTargetsInfo", ", bReturn=false",
-     [](CHBAAPIInt& api) {
-         HBA_FCPTARGETMAPPING list{};
-         api.GetTargetsInfo(7, &list, g_more, g_count);
-     },
+    {"GetTargetsInfo", ", bReturn=false", ListRead(&CHBAAPIInt::GetTargetsInfo),
      [](FakeHbaLibrary& library) { library.GetFcpTargetMapping = Throwing(); }},
-    {"GetTargetList", ", bReturn=false",
-     [](CHBAAPIInt& api) {
-         ORVAN_TARGET_LIST list{};
-         api.GetTargetList(7, &list, g_more, g_count);
-     },
+    {"GetTargetList", ", bReturn=false", ListRead(&CHBAAPIInt::GetTargetList),
      [](FakeHbaLibrary& library) { library.GetTargetList = Throwing(); }},
-    {"GetVLANList", ", bReturn=false",
-     [](CHBAAPIInt& api) {
-         ORVAN_VLAN_LIST list{};
-         api.GetVLANList(7, &list, g_more, g_count);
-     },
+    {"GetVLANList", ", bReturn=false", ListRead(&CHBAAPIInt::GetVLANList),
      [](FakeHbaLibrary& library) { library.GetVlanIdList = Throwing(); }},
     {"RetrieveSCSIInfo", ", bReturn=true",
      [](CHBAAPIInt& api) {

@@ -7,45 +7,42 @@
 
 namespace {
 
-// One object of each kind, read once: from now on the caches answer.
-struct Objects {
+using Reads = std::vector<std::pair<const char*, std::function<BOOL()>>>; // operations by their names
+
+class TracesWithoutMemory : public HBAFixture {
+  protected:
+    // Everything is read once: from then on the caches answer.
+    void SetUp() override {
+        fake.vlans.resize(1);
+        Make();
+        ASSERT_TRUE(hba->GetFabrics(fabrics));
+        ASSERT_TRUE(hba->GetPorts(ports));
+        ASSERT_TRUE(hba->GetTargets(targets));
+        ASSERT_TRUE(hba->GetLUNs(luns));
+        ASSERT_TRUE(hba->GetVLANs(vlans));
+        Record();
+        Forget();
+    }
+
+    void ExpectEndWithFalse(const Reads& reads) {
+        for (const auto& [operation, run] : reads) {
+            EXPECT_THROW(
+                {
+                    const FailingMemory memory;
+                    static_cast<void>(run());
+                },
+                std::bad_alloc)
+                << operation;
+            const auto traces = log.TracesOf(operation);
+            EXPECT_EQ(std::string("EXIT:  ") + operation + ", bReturn=false", traces.empty() ? "" : traces.back());
+        }
+    }
+
     std::vector<std::shared_ptr<CQelFcoeFabric>> fabrics;
     std::vector<std::shared_ptr<CQelFcoePort>> ports;
     std::vector<std::shared_ptr<CQelFcoeTarget>> targets;
     std::vector<std::shared_ptr<CQelFcoeLUN>> luns;
     std::vector<std::shared_ptr<CQelFcoeVLAN>> vlans;
-};
-
-class TracesWithoutMemory : public HBAFixture {
-  protected:
-    void SetUp() override {
-        fake.vlans.resize(1);
-        Make();
-        objects = std::make_unique<Objects>();
-        ASSERT_TRUE(hba->GetFabrics(objects->fabrics));
-        ASSERT_TRUE(hba->GetPorts(objects->ports));
-        ASSERT_TRUE(hba->GetTargets(objects->targets));
-        ASSERT_TRUE(hba->GetLUNs(objects->luns));
-        ASSERT_TRUE(hba->GetVLANs(objects->vlans));
-        Record();
-        std::erase(objects->ports, nullptr);
-        Forget();
-    }
-
-    // The operation's last line, once memory ran out in it.
-    std::string ExitOf(const char* operation, const std::function<BOOL()>& run) {
-        EXPECT_THROW(
-            {
-                const FailingMemory memory;
-                static_cast<void>(run());
-            },
-            std::bad_alloc)
-            << operation;
-        const auto traces = log.TracesOf(operation);
-        return traces.empty() ? "" : traces.back();
-    }
-
-    std::unique_ptr<Objects> objects;
 };
 
 } // namespace
@@ -57,40 +54,37 @@ TEST_F(TracesWithoutMemory, OfARecordEndWithFalse) {
     QEL_FCOE_TARGET target;
     QEL_FCOE_LUN lun;
     QEL_FCOE_VLAN vlan;
-    const std::pair<const char*, std::function<BOOL()>> reads[] = {
+    ExpectEndWithFalse({
         {"CQelFcoeHBA::Get", [&] { return hba->Get(hbaRecord); }},
-        {"CQelFcoeFabric::Get", [&] { return objects->fabrics.front()->Get(fabric); }},
-        {"CQelFcoePort::Get", [&] { return objects->ports.front()->Get(port); }},
-        {"CQelFcoeTarget::Get", [&] { return objects->targets.front()->Get(target); }},
-        {"CQelFcoeLUN::Get", [&] { return objects->luns.front()->Get(lun); }},
-        {"CQelFcoeVLAN::Get", [&] { return objects->vlans.front()->Get(vlan); }},
-    };
-    for (const auto& [operation, run] : reads)
-        EXPECT_EQ(std::string("EXIT:  ") + operation + ", bReturn=false", ExitOf(operation, run));
+        {"CQelFcoeFabric::Get", [&] { return fabrics.front()->Get(fabric); }},
+        {"CQelFcoePort::Get", [&] { return ports.front()->Get(port); }},
+        {"CQelFcoeTarget::Get", [&] { return targets.front()->Get(target); }},
+        {"CQelFcoeLUN::Get", [&] { return luns.front()->Get(lun); }},
+        {"CQelFcoeVLAN::Get", [&] { return vlans.front()->Get(vlan); }},
+    });
 }
 
 TEST_F(TracesWithoutMemory, OfAListEndWithFalse) {
-    std::vector<std::shared_ptr<CQelFcoeFabric>> fabrics;
-    std::vector<std::shared_ptr<CQelFcoePort>> ports;
-    std::vector<std::shared_ptr<CQelFcoeTarget>> targets;
-    std::vector<std::shared_ptr<CQelFcoeLUN>> luns;
-    std::vector<std::shared_ptr<CQelFcoeVLAN>> vlans;
-    const auto& fabric = objects->fabrics.front();
-    const auto& port = objects->ports.front();
-    const auto& target = objects->targets.front();
-    const std::pair<const char*, std::function<BOOL()>> reads[] = {
-        {"CQelFcoeHBA::GetFabrics", [&] { return hba->GetFabrics(fabrics); }},
-        {"CQelFcoeHBA::GetPorts", [&] { return hba->GetPorts(ports); }},
-        {"CQelFcoeHBA::GetTargets", [&] { return hba->GetTargets(targets); }},
-        {"CQelFcoeHBA::GetLUNs", [&] { return hba->GetLUNs(luns); }},
-        {"CQelFcoeHBA::GetVLANs", [&] { return hba->GetVLANs(vlans); }},
-        {"CQelFcoeFabric::GetPorts", [&] { return fabric->GetPorts(ports); }},
-        {"CQelFcoeFabric::GetTargets", [&] { return fabric->GetTargets(targets); }},
-        {"CQelFcoeFabric::GetLUNs", [&] { return fabric->GetLUNs(luns); }},
-        {"CQelFcoePort::GetTargets", [&] { return port->GetTargets(targets); }},
-        {"CQelFcoeTarget::GetLUNs", [&] { return target->GetLUNs(luns); }},
-        {"CQelFcoeTarget::GetLUNs_Cache", [&] { return target->GetLUNs(luns); }},
-    };
-    for (const auto& [operation, run] : reads)
-        EXPECT_EQ(std::string("EXIT:  ") + operation + ", bReturn=false", ExitOf(operation, run));
+    // Lists of the caller's, which have no room yet.
+    std::vector<std::shared_ptr<CQelFcoeFabric>> someFabrics;
+    std::vector<std::shared_ptr<CQelFcoePort>> somePorts;
+    std::vector<std::shared_ptr<CQelFcoeTarget>> someTargets;
+    std::vector<std::shared_ptr<CQelFcoeLUN>> someLuns;
+    std::vector<std::shared_ptr<CQelFcoeVLAN>> someVlans;
+    const auto& fabric = fabrics.front();
+    const auto& port = ports.front();
+    const auto& target = targets.front();
+    ExpectEndWithFalse({
+        {"CQelFcoeHBA::GetFabrics", [&] { return hba->GetFabrics(someFabrics); }},
+        {"CQelFcoeHBA::GetPorts", [&] { return hba->GetPorts(somePorts); }},
+        {"CQelFcoeHBA::GetTargets", [&] { return hba->GetTargets(someTargets); }},
+        {"CQelFcoeHBA::GetLUNs", [&] { return hba->GetLUNs(someLuns); }},
+        {"CQelFcoeHBA::GetVLANs", [&] { return hba->GetVLANs(someVlans); }},
+        {"CQelFcoeFabric::GetPorts", [&] { return fabric->GetPorts(somePorts); }},
+        {"CQelFcoeFabric::GetTargets", [&] { return fabric->GetTargets(someTargets); }},
+        {"CQelFcoeFabric::GetLUNs", [&] { return fabric->GetLUNs(someLuns); }},
+        {"CQelFcoePort::GetTargets", [&] { return port->GetTargets(someTargets); }},
+        {"CQelFcoeTarget::GetLUNs", [&] { return target->GetLUNs(someLuns); }},
+        {"CQelFcoeTarget::GetLUNs_Cache", [&] { return target->GetLUNs(someLuns); }},
+    });
 }

@@ -1,6 +1,7 @@
 // The miniports that an apply reloads, and the DCB service that it restarts.
 #include <algorithm>
 #include <atomic>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "tests/kit/ImportPatch.h"
 #include "tests/kit/LogCapture.h"
 #include "tests/kit/PrivateHive.h"
+#include "tests/unit/FailingMemory.h"
 #include "tests/unit/FakeServiceManager.h"
 #include "tests/unit/QelNetAgentPvtFixture.h"
 
@@ -40,6 +42,13 @@ TEST(AddForReload, KeepsEachNameOnceInOrder) {
     EXPECT_EQ((Messages{"Adding strMiniportInst=b", "Adding strMiniportInst=a", "Adding strMiniportInst=b",
                         "Adding strMiniportInst=B"}),
               log.Messages());
+}
+
+TEST(AddForReload, IsTraced) {
+    CoordinationAgent agent;
+    const LogCapture log;
+    agent.AddForReload(L"a");
+    EXPECT_TRUE(log.Traced("CQelNetAgentPvt::AddForReload"));
 }
 
 TEST(AddForReload, IgnoresAnEmptyNameButLogsIt) {
@@ -77,6 +86,23 @@ TEST(ApplyDone, UnloadWithNothingToDo) {
         (Messages{"ENTRY:  CQelNetAgentPvt::ApplyDone_UnloadDevice", "ApplyDone_UnLoadDevice() - No miniports to load",
                   "EXIT:  CQelNetAgentPvt::ApplyDone_UnloadDevice, res.ulErrCode=0"}),
         log.Lines());
+}
+
+TEST(ApplyDone, WithoutMemoryIsTracedAsNotDone) {
+    PrivateHive hive;
+    const Names names{L"a name that takes memory of its own"};
+    CoordinationAgent agent;
+    agent.SetLists(names, names);
+    const LogCapture log;
+    BYTE flag = 0;
+    const auto withoutMemory = [&](auto applyDone) {
+        const FailingMemory memory;
+        static_cast<void>((agent.*applyDone)(flag));
+    };
+    EXPECT_THROW(withoutMemory(&CoordinationAgent::ApplyDone_UnloadDevice), std::bad_alloc);
+    EXPECT_THROW(withoutMemory(&CoordinationAgent::ApplyDone_LoadDevice), std::bad_alloc);
+    EXPECT_TRUE(log.Has("EXIT:  CQelNetAgentPvt::ApplyDone_UnloadDevice, res.ulErrCode=-1"));
+    EXPECT_TRUE(log.Has("EXIT:  CQelNetAgentPvt::ApplyDone_LoadDevice, res.ulErrCode=-1"));
 }
 
 TEST(ApplyDone, WithDefaultHooksTwoNamesFailThenLoadFailsAndEmptiesTheList) {

@@ -134,7 +134,7 @@ class Runner(unittest.TestCase):
         Path("good").write_text(GOOD)
         Path("bad").write_text(BAD)
         Path("CMakeLists.txt").write_text(PROJECT.replace("@FOLDER@", str(Path.cwd())))
-        subprocess.run(["cmake", "-S", ".", "-B", "build"], check=True, capture_output=True)
+        subprocess.run(["cmake", "-G", "Ninja", "-S", ".", "-B", "build"], check=True, capture_output=True)
 
     def run_tests(self, *arguments):
         said = io.StringIO()

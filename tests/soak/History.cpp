@@ -33,9 +33,13 @@ void History::GenerationIsInUse() {
 void History::RestartBegins() {
     const std::lock_guard lock(m_lock);
     m_restarting = true;
-    const Generation& newest = m_seen[(m_seenCount - 1) % GENERATIONS].generation;
+    // While the newest generation is not in use yet, the agent may still meet one before it.
+    unsigned present = ADAPTERS;
+    for (unsigned long long i = m_seenCount > GENERATIONS ? m_seenCount - GENERATIONS : 0; i < m_seenCount; ++i)
+        if (const Seen& seen = m_seen[i % GENERATIONS]; seen.to == STILL)
+            present = std::min(present, seen.generation.present);
     for (unsigned a = 0; a < ADAPTERS; ++a) {
-        m_nameless[a] = a >= newest.present;
+        m_nameless[a] = a >= present;
         const auto first = m_callCount[a] > CALLS ? m_callCount[a] - CALLS : 0;
         for (auto i = first; i < m_callCount[a]; ++i)
             m_nameless[a] = m_nameless[a] || m_calls[a][i % CALLS].open;

@@ -6,7 +6,7 @@
 #include <fmt/format.h>
 
 #include "tools/fcoectl/LogHint.h"
-#include "tools/fcoectl/Registry.h"
+#include "tools/reading/Registry.h"
 #include "tools/fcoectl/Text.h"
 
 namespace fcoectl {

@@ -6,7 +6,7 @@
 
 #include <windows.h>
 
-namespace fcoectl {
+namespace reading {
 
 // A text value below HKEY_LOCAL_MACHINE, or why it cannot be had.
 struct RegistryText {
@@ -27,4 +27,4 @@ RegistryText RegisteredAgent(const wchar_t* agentName);
 RegistryText ReadText(const std::wstring& key, const wchar_t* name);
 bool KeyExists(const std::wstring& key);
 
-} // namespace fcoectl
+} // namespace reading

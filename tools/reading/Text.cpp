@@ -1,10 +1,10 @@
-#include "tools/fcoectl/Text.h"
+#include "tools/reading/Text.h"
 
 #include <algorithm>
 
 #include <fmt/format.h>
 
-namespace fcoectl {
+namespace reading {
 
 std::string ToUtf8(std::wstring_view text) {
     if (text.empty())
@@ -83,4 +83,4 @@ bool EqualIgnoringCase(std::wstring_view left, std::wstring_view right) {
                                 static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }
 
-} // namespace fcoectl
+} // namespace reading

@@ -1,10 +1,10 @@
-#include "tools/fcoectl/Registry.h"
+#include "tools/reading/Registry.h"
 
 #include <fmt/format.h>
 
-#include "tools/fcoectl/Text.h"
+#include "tools/reading/Text.h"
 
-namespace fcoectl {
+namespace reading {
 namespace {
 
 constexpr wchar_t AGENTS_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\";
@@ -50,4 +50,4 @@ RegistryText RegisteredAgent(const wchar_t* agentName) {
     return ReadText(std::wstring(AGENTS_KEY) + agentName, INSTALLED_DIR);
 }
 
-} // namespace fcoectl
+} // namespace reading

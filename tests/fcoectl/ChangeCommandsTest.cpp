@@ -3,9 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "tests/fcoectl/Host.h"
+#include "tools/fcoectl/Codes.h"
 
+using fcoectl::FindAgentError;
 using testing::Contains;
 using testing::HasSubstr;
+using testing::IsSupersetOf;
+using testing::Not;
 using testing::StartsWith;
 
 namespace {
@@ -35,6 +39,46 @@ TEST(VportCreate, PassesTheNameAsTyped) {
     EXPECT_THAT(host.Calls(), Contains(std::string("CreateVPort ") + FIRST + " NoWWPN at all own"));
 }
 
+TEST(VportCreate, WritesAWwpnAsTheAgentTakesIt) {
+    for (const char* typed : {"20:01:00:1b:21:aa:bb:cc", "2001001B21aabbcc"}) {
+        Host host;
+        EXPECT_EQ("20:01:00:1B:21:AA:BB:CC", host.Run({"vport", "create", typed, "--json"}).Json()["port_wwn"]);
+        EXPECT_THAT(host.Calls(), Contains(std::string("CreateVPort ") + FIRST + " 20:01:00:1B:21:AA:BB:CC own"));
+    }
+}
+
+TEST(VportDelete, FindsTheAdapterThatHasThePort) {
+    Host host(L"two");
+    const Answer answer = host.Run({"vport", "delete", "2001001b21000001"});
+    EXPECT_EQ(0, answer.exit);
+    EXPECT_EQ(
+        (std::vector<std::string>{"GetFcoeAgent", "Enumerate hbas ", "Enumerate ports ",
+                                  std::string("DeleteVPort ") + FIRST + " 20:01:00:1B:21:00:00:01 own", "Uninstall"}),
+        host.Calls());
+}
+
+TEST(VportDelete, PortOfNoAdapterIsNotFound) {
+    Host host(L"two");
+    const Answer answer = host.Run({"vport", "delete", WWPN});
+    EXPECT_EQ(13, answer.exit);
+    EXPECT_THAT(answer.err, StartsWith("fcoectl: No adapter has a virtual port '20:01:00:1B:21:00:00:09'.\n"));
+    EXPECT_THAT(host.Calls(), Not(Contains(StartsWith("DeleteVPort"))));
+}
+
+TEST(VportDelete, PortOfSeveralAdaptersNeedsAName) {
+    Host host(L"two shared");
+    const Answer answer = host.Run({"vport", "delete", "20:01:00:1B:21:00:00:01"});
+    EXPECT_EQ(5, answer.exit);
+    EXPECT_THAT(answer.err, StartsWith("fcoectl: 2 adapters have a port '20:01:00:1B:21:00:00:01'"));
+    EXPECT_THAT(host.Calls(), Not(Contains(StartsWith("DeleteVPort"))));
+}
+
+TEST(VportDelete, DoesNotGuessWhilePortsMayBeHidden) {
+    Host host(L"two false:ports");
+    EXPECT_EQ(5, host.Run({"vport", "delete", WWPN}).exit);
+    EXPECT_THAT(host.Calls(), Not(Contains(StartsWith("DeleteVPort"))));
+}
+
 TEST(VportDelete, HandsTheLockOverByValue) {
     Host host(L"two");
     const Answer answer = host.Run({"vport", "delete", WWPN, "--adapter", SECOND});
@@ -60,6 +104,79 @@ TEST(Rescan, AsksTheAdapter) {
     EXPECT_EQ(0, host.Run({"rescan"}).exit);
     EXPECT_THAT(host.Calls(), Contains(std::string("RefreshTargets ") + FIRST));
     EXPECT_EQ(16, Host(L"refuse:0").Run({"rescan"}).exit);
+}
+
+TEST(Rescan, OfAllAsksEachAdapter) {
+    Host host(L"two");
+    const auto document = host.Run({"rescan", "--all", "--json"}).Json();
+    EXPECT_EQ((nlohmann::ordered_json{FIRST, SECOND}), document["adapters"]);
+    EXPECT_FALSE(document.contains("adapter"));
+    EXPECT_THAT(host.Calls(),
+                IsSupersetOf({std::string("RefreshTargets ") + FIRST, std::string("RefreshTargets ") + SECOND}));
+    EXPECT_EQ(2, host.Run({"rescan", "--all", "--adapter", "1"}).exit);
+}
+
+TEST(Rescan, OfAllGoesOnAfterARefusal) {
+    Host host(L"two refuse:0");
+    const Answer answer = host.Run({"rescan", "--all", "--json"});
+    EXPECT_EQ(16, answer.exit);
+    const auto document = answer.Json();
+    EXPECT_EQ("ORVAN CNA Port 1", document["error"]["source"]);
+    EXPECT_EQ("ORVAN CNA Port 2", document["more_errors"][0]["source"]);
+    EXPECT_EQ(0u, document["adapters"].size());
+    const Answer partly = Host(L"two refuse:second").Run({"rescan", "--all"});
+    EXPECT_EQ(16, partly.exit);
+    EXPECT_EQ("Rescanned the targets on ORVAN CNA Port 1 ({0B6C7E1A-5D24-4F8B-9C11-000000000001})\n", partly.out);
+    EXPECT_THAT(partly.err, HasSubstr("ORVAN CNA Port 2"));
+}
+
+TEST(Rescan, OfAllTellsOfAnAdapterThatCouldNotBeRead) {
+    const Answer answer = Host(L"two unread").Run({"rescan", "--all", "--json"});
+    EXPECT_EQ(1, answer.exit);
+    EXPECT_EQ((nlohmann::ordered_json{SECOND}), answer.Json()["adapters"]);
+    EXPECT_EQ(5, Host(L"none").Run({"rescan", "--all"}).exit);
+}
+
+struct Rehearsal {
+    const char* name;
+    std::vector<std::string> command;
+    int exit;
+    const char* said;
+};
+
+class DryRun : public testing::TestWithParam<Rehearsal> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    All, DryRun,
+    testing::Values(
+        Rehearsal{"create", {"vport", "create", WWPN}, 0, "Would create virtual port 20:01:00:1B:21:00:00:09 on ORVAN"},
+        Rehearsal{"auto", {"vport", "create"}, 0, "Would create a virtual port with a generated name on ORVAN"},
+        Rehearsal{"invalid", {"vport", "create", "20:01"}, 10, "'20:01' is not a valid WWPN"},
+        Rehearsal{"in_use", {"vport", "create", "2001001B21000001"}, 11, "already in use"},
+        Rehearsal{"remove",
+                  {"vport", "delete", "20:01:00:1B:21:00:00:01"},
+                  0,
+                  "Would delete virtual port 20:01:00:1B:21:00:00:01 on ORVAN"},
+        Rehearsal{"not_found", {"vport", "delete", WWPN}, 13, "was not deleted"},
+        Rehearsal{"no_wwpn", {"vport", "delete", "port"}, 10, "'port' is not a valid WWPN"},
+        Rehearsal{"physical", {"vport", "delete", "20:00:00:1B:21:00:00:01"}, 14, "belongs to a physical port"},
+        Rehearsal{"rescan", {"rescan"}, 0, "Would rescan the targets on ORVAN CNA Port 1"},
+        Rehearsal{"rescan_all", {"rescan", "--all"}, 0, "Would rescan the targets on ORVAN CNA Port 1"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_P(DryRun, ChecksAndChangesNothing) {
+    Host host;
+    std::vector<std::string> command = GetParam().command;
+    command.emplace_back("--dry-run");
+    const Answer answer = host.Run(command);
+    EXPECT_EQ(GetParam().exit, answer.exit);
+    EXPECT_THAT(answer.out + answer.err, HasSubstr(GetParam().said));
+    EXPECT_EQ(GetParam().exit == 0, answer.out.ends_with("; nothing was done\n"));
+    for (const char* change : {"CreateVPort", "DeleteVPort", "RefreshTargets", "GenerateVPortWWPN"})
+        EXPECT_THAT(host.Calls(), Not(Contains(StartsWith(change))));
+    command.emplace_back("--json");
+    const auto document = host.Run(command).Json();
+    EXPECT_EQ(GetParam().exit == 0, document.contains("dry_run"));
 }
 
 struct Refusal {
@@ -99,6 +216,8 @@ TEST_P(Refusals, AreSentencesWithCodeAndArguments) {
         std::snprintf(code, sizeof code, "\n  error 0x%08X", GetParam().code);
         EXPECT_THAT(answer.err, HasSubstr(code));
         EXPECT_THAT(answer.err, HasSubstr(", adapter: ORVAN CNA Port 1\n"));
+        EXPECT_THAT(answer.err, HasSubstr(FindAgentError(GetParam().code)->advice));
+        EXPECT_THAT(answer.err, HasSubstr(" log"));
         EXPECT_EQ(GetParam().argument, answer.err.find(std::string(", arguments: ") + WWPN) != std::string::npos);
     }
 }
@@ -132,13 +251,13 @@ TEST(Refusal, WithAnUnknownCodeShowsTheCode) {
 
 TEST(OneAdapter, SeveralNeedAName) {
     for (const std::vector<std::string>& command :
-         {std::vector<std::string>{"vport", "create"}, {"vport", "delete", WWPN}, {"wwpn"}, {"rescan"}}) {
+         {std::vector<std::string>{"vport", "create"}, {"wwpn"}, {"rescan"}}) {
         Host host(L"two");
         const Answer answer = host.Run(command);
         EXPECT_EQ(5, answer.exit);
         EXPECT_EQ("fcoectl: There are several adapters; name one with --adapter.\n"
-                  "  --adapter {0B6C7E1A-5D24-4F8B-9C11-000000000001}  ORVAN CNA Port 1\n"
-                  "  --adapter {0B6C7E1A-5D24-4F8B-9C11-000000000002}  ORVAN CNA Port 2\n",
+                  "  --adapter 1 or --adapter \"{0B6C7E1A-5D24-4F8B-9C11-000000000001}\"  ORVAN CNA Port 1\n"
+                  "  --adapter 2 or --adapter \"{0B6C7E1A-5D24-4F8B-9C11-000000000002}\"  ORVAN CNA Port 2\n",
                   answer.err);
         EXPECT_EQ((std::vector<std::string>{"GetFcoeAgent", "Enumerate hbas ", "Uninstall"}), host.Calls())
             << "nothing was changed";

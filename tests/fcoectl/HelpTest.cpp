@@ -99,16 +99,41 @@ TEST_P(HelpExample, IsWhatTheCommandPrints) {
 TEST(MainHelp, TeachesTheProgram) {
     const Answer answer = Typed("--help");
     EXPECT_EQ(0, answer.exit);
-    for (const char* part : {"Usage: fcoectl [OPTIONS] COMMAND\n", "\nCommands:\n", "--adapter ID", "--json",
+    for (const char* part : {"Usage: fcoectl [OPTIONS] COMMAND\n", "\nCommands:\n", "--adapter ADAPTER", "--json",
                              "--agent FILE", "(default: all)", "\nExit codes:\n", "\nExample:\n  > fcoectl tree\n"})
         EXPECT_THAT(answer.out, HasSubstr(part));
     for (const auto& exit : fcoectl::ExitCodes())
         EXPECT_THAT(answer.out, HasSubstr(std::to_string(static_cast<int>(exit.value)) + "  " + exit.meaning));
 }
 
-TEST(MainHelp, ReadingCommandsDoNotListRefusals) {
-    EXPECT_THAT(Typed("ports --help").out, Not(HasSubstr("WWPN is already in use")));
-    EXPECT_THAT(Typed("vport create --help").out, HasSubstr("WWPN is already in use"));
+TEST(MainHelp, CommandsListTheirOwnExitCodes) {
+    const auto codes = [](const std::string& command) {
+        std::istringstream help(Typed(command + " --help").out);
+        std::string line;
+        while (std::getline(help, line) && line != "Exit codes:")
+            ;
+        std::vector<int> numbers;
+        while (std::getline(help, line) && !line.empty())
+            numbers.push_back(std::stoi(line));
+        return numbers;
+    };
+    using Codes = std::vector<int>;
+    EXPECT_EQ((Codes{0, 1, 2, 3, 4, 5, 6, 7, 8}), codes("ports"));
+    EXPECT_EQ((Codes{0, 1, 2, 3, 4, 5, 6, 7, 8, 10, 11, 12, 15, 16, 17}), codes("vport create"));
+    EXPECT_EQ((Codes{0, 1, 2, 3, 4, 5, 6, 7, 8, 10, 13, 14, 17}), codes("vport delete"));
+    EXPECT_EQ((Codes{0, 2, 3, 4, 5, 6, 7, 8, 15}), codes("wwpn"));
+    EXPECT_EQ((Codes{0, 1, 2, 3, 4, 5, 6, 7, 8, 16}), codes("rescan"));
+    EXPECT_EQ((Codes{0, 2, 7}), codes("explain"));
+}
+
+TEST(Options, MayStandBeforeTheCommand) {
+    const std::string expected = Host(L"two").Run({"vport", "list", "--json", "--adapter", "2"}).out;
+    EXPECT_EQ(expected, Host(L"two").Run({"--json", "--adapter", "2", "vport", "list"}).out);
+    EXPECT_EQ(expected, Host(L"two").Run({"--adapter=2", "vport", "--json", "list"}).out);
+    EXPECT_THAT(Host(L"grow").Run({"--watch", "0.1", "stats", "--count", "1"}).out, HasSubstr("After 0.0 s"));
+    EXPECT_THAT(Host(L"grow").Run({"--count", "1", "--watch", "stats"}).out, HasSubstr("After 0.0 s"));
+    EXPECT_EQ("fcoectl: A command is needed.\nTry 'fcoectl vport --help'.\n", Typed("--ascii vport").err);
+    EXPECT_EQ(2, Typed("--ascii ports").exit) << "not of this command";
 }
 
 TEST(Usage, UnknownAndMissingCommands) {
@@ -124,6 +149,7 @@ TEST(Usage, WrongValuesOfWatch) {
         EXPECT_EQ(2, Typed(std::string("stats --watch=") + value).exit) << value;
     EXPECT_EQ(2, Typed("stats --count 2").exit);
     EXPECT_EQ(2, Typed("stats --watch --count 0").exit);
+    EXPECT_EQ(2, Typed("stats --watch --count 2x").exit);
     EXPECT_THAT(Typed("stats --watch --json").out, HasSubstr("needs --count"));
     EXPECT_EQ(2, Typed("stats --watch --long").exit);
 }

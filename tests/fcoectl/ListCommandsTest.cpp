@@ -112,34 +112,6 @@ TEST_P(Lists, LongFormShowsEveryField) {
     EXPECT_THAT(answer.out, HasSubstr(FIRST));
 }
 
-TEST(Adapter, IsFoundInAnyLetterCase) {
-    Host host(L"two");
-    std::string lower = SECOND;
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
-    EXPECT_EQ(0, host.Run({"ports", "--adapter", lower}).exit);
-    EXPECT_THAT(host.Calls(), Contains(std::string("Enumerate ports ") + SECOND)) << "as the agent spells it";
-}
-
-TEST(Adapter, UnknownOneIsRefusedWithTheKnownOnes) {
-    Host host(L"two");
-    const Answer answer = host.Run({"ports", "--adapter", "{nobody}"});
-    EXPECT_EQ(5, answer.exit);
-    EXPECT_EQ("", answer.out);
-    EXPECT_EQ("fcoectl: The adapter '{nobody}' is unknown.\n"
-              "  --adapter {0B6C7E1A-5D24-4F8B-9C11-000000000001}  ORVAN CNA Port 1\n"
-              "  --adapter {0B6C7E1A-5D24-4F8B-9C11-000000000002}  ORVAN CNA Port 2\n",
-              answer.err);
-    const auto error = host.Run({"ports", "--json", "--adapter", "{nobody}"}).Json()["error"];
-    EXPECT_EQ("adapter_unknown", error["name"]);
-    EXPECT_EQ((nlohmann::ordered_json{FIRST, SECOND}), error["arguments"]);
-}
-
-TEST(Adapter, IsTakenAsTypedWhileNotAllCanBeListed) {
-    Host host(L"unread");
-    EXPECT_EQ(0, host.Run({"ports", "--adapter", "{typed}"}).exit);
-    EXPECT_THAT(host.Calls(), Contains("Enumerate ports {typed}"));
-}
-
 TEST(Adapter, WithoutOneTheAgentIsAskedForAllAtOnce) {
     Host host(L"two");
     host.Run({"luns"});

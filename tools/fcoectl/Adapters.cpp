@@ -1,26 +1,108 @@
 #include "tools/fcoectl/Adapters.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include <fmt/format.h>
 
 #include "tools/fcoectl/Text.h"
+#include "tools/fcoectl/Wwn.h"
 
 namespace fcoectl {
 namespace {
 
-Failure Unknown(const std::string& problem, const std::vector<QEL_FCOE_HBA>& hbas) {
+using Hbas = std::vector<QEL_FCOE_HBA>;
+
+constexpr std::size_t GUID_LENGTH = 36;
+
+// How each adapter that can be named is named: by its number, or by its identifier, in quotes since braces are a script
+// to PowerShell. meant: those that can have been meant; none: all.
+Failure Unclear(const std::string& problem, const Hbas& hbas, const Hbas& meant = {}) {
     std::vector<std::string> hints;
     std::vector<std::string> ids;
-    for (const QEL_FCOE_HBA& hba : hbas) {
-        if (hba.strDeviceId.empty())
+    for (std::size_t i = 0; i < hbas.size(); ++i) {
+        const auto isSame = [&](const QEL_FCOE_HBA& hba) { return hba.strDeviceId == hbas[i].strDeviceId; };
+        if (hbas[i].strDeviceId.empty() || (!meant.empty() && std::ranges::none_of(meant, isSame)))
             continue;
-        ids.push_back(ToUtf8(hba.strDeviceId));
-        hints.push_back(fmt::format("--adapter {}  {}", ids.back(), ToUtf8(hba.strSecondId)));
+        ids.push_back(ToUtf8(hbas[i].strDeviceId));
+        hints.push_back(
+            fmt::format("--adapter {} or --adapter \"{}\"  {}", i + 1, ids.back(), ToUtf8(hbas[i].strSecondId)));
     }
     if (hints.empty())
         hints.emplace_back(NO_ADAPTER);
     return Failure(Exit::AdapterUnknown, problem, std::move(hints), std::move(ids));
+}
+
+// An identifier as Windows writes them, with braces and in upper case; empty when the text is none.
+std::wstring CanonicalIdentifier(std::wstring_view text) {
+    if (text.size() == GUID_LENGTH + 2 && text.front() == L'{' && text.back() == L'}')
+        text = text.substr(1, GUID_LENGTH);
+    if (text.size() != GUID_LENGTH)
+        return {};
+    std::wstring id = L"{";
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool hyphen = i == 8 || i == 13 || i == 18 || i == 23;
+        if (hyphen ? text[i] != L'-' : text[i] > L'z' || !std::isxdigit(static_cast<int>(text[i])))
+            return {};
+        id += static_cast<wchar_t>(std::toupper(static_cast<int>(text[i])));
+    }
+    return id + L'}';
+}
+
+// The adapter of that identifier, when the agent answers for it with the name that the core agent has for it. Its
+// counters are asked first, since they need neither DCB nor WMI.
+std::optional<Adapter> Known(Agent& agent, const CQelString& id) {
+    const auto find = [&](const auto& records) -> std::optional<Adapter> {
+        for (const auto& record : records)
+            if (record.strDeviceId == id && !record.strSecondId.empty())
+                return Adapter{record.strDeviceId, record.strSecondId};
+        return std::nullopt;
+    };
+    if (auto adapter = find(agent.Read<QEL_FCOE_STATISTIC>(id).records))
+        return adapter;
+    return find(agent.Read<QEL_FCOE_HBA>(id).records);
+}
+
+std::wstring Folded(std::wstring_view text) {
+    std::wstring folded(text);
+    CharUpperBuffW(folded.data(), static_cast<DWORD>(folded.size()));
+    return folded;
+}
+
+bool AllRead(const Reading<QEL_FCOE_HBA>& reading) {
+    return reading.complete &&
+           std::ranges::none_of(reading.records, [](const auto& hba) { return hba.strDeviceId.empty(); });
+}
+
+// The adapters that the text names wholly.
+Hbas NamedBy(const std::string& wanted, const Reading<QEL_FCOE_HBA>& reading) {
+    const std::wstring text = FromUtf8(wanted);
+    const std::wstring id = CanonicalIdentifier(text);
+    const auto wwn = CanonicalWwn(wanted);
+    std::size_t number = 0;
+    const auto [end, error] = std::from_chars(wanted.data(), wanted.data() + wanted.size(), number);
+    // A list that lacks adapters tells no numbers.
+    const bool isNumber = error == std::errc() && end == wanted.data() + wanted.size() && reading.complete;
+    Hbas found;
+    for (std::size_t i = 0; i < reading.records.size(); ++i) {
+        const QEL_FCOE_HBA& hba = reading.records[i];
+        if (hba.strDeviceId.empty())
+            continue;
+        if (EqualIgnoringCase(hba.strDeviceId, text) || (!id.empty() && EqualIgnoringCase(hba.strDeviceId, id)) ||
+            EqualIgnoringCase(hba.strSecondId, text) || (wwn && CanonicalWwn(ToUtf8(hba.strPortWWN)) == wwn) ||
+            (isNumber && number == i + 1))
+            found.push_back(hba);
+    }
+    return found;
+}
+
+Hbas NamedInPart(const std::string& wanted, const Hbas& hbas) {
+    const std::wstring part = Folded(FromUtf8(wanted));
+    Hbas found;
+    std::ranges::copy_if(hbas, std::back_inserter(found), [&](const QEL_FCOE_HBA& hba) {
+        return Folded(hba.strSecondId).find(part) != std::wstring::npos;
+    });
+    return found;
 }
 
 } // namespace
@@ -29,29 +111,74 @@ std::string Adapter::Label() const {
     return Printable(name.empty() ? ToUtf8(id) : fmt::format("{} ({})", ToUtf8(name), ToUtf8(id)));
 }
 
-Adapter ChooseAdapter(Agent& agent, const std::string& wanted, Need need) {
-    if (wanted.empty() && need == Need::Any)
+Adapter ChooseAdapter(Agent& agent, const std::optional<std::string>& wanted, Need need) {
+    if (!wanted && need == Need::Any)
         return {};
+    CQelString id;
+    if (wanted) {
+        id = CanonicalIdentifier(FromUtf8(*wanted));
+        if (!id.empty())
+            if (const auto adapter = Known(agent, id))
+                return *adapter;
+    }
     const Reading<QEL_FCOE_HBA> reading = agent.Read<QEL_FCOE_HBA>({});
-    const auto& hbas = reading.records;
-    const bool all =
-        reading.complete && std::ranges::none_of(hbas, [](const auto& hba) { return hba.strDeviceId.empty(); });
-    if (wanted.empty()) {
+    const Hbas& hbas = reading.records;
+    const bool all = AllRead(reading);
+    if (!wanted) {
         if (all && hbas.size() == 1)
             return {hbas.front().strDeviceId, hbas.front().strSecondId};
-        throw Unknown(hbas.empty() ? "There is no adapter." : "There are several adapters; name one with --adapter.",
+        throw Unclear(hbas.empty() ? "There is no adapter." : "There are several adapters; name one with --adapter.",
                       hbas);
     }
-    const std::wstring id = FromUtf8(wanted);
-    const auto found =
-        std::ranges::find_if(hbas, [&](const auto& hba) { return EqualIgnoringCase(hba.strDeviceId, id); });
-    if (found != hbas.end())
-        return {found->strDeviceId, found->strSecondId};
-    if (all)
-        throw Unknown(fmt::format("The adapter '{}' is unknown.", wanted), hbas);
+    Hbas found = NamedBy(*wanted, reading);
+    // While adapters may be hidden, a part of a name may be theirs, too.
+    if (found.empty() && all)
+        found = NamedInPart(*wanted, hbas);
+    if (found.size() == 1)
+        return {found.front().strDeviceId, found.front().strSecondId};
+    if (found.size() > 1)
+        throw Unclear(fmt::format("'{}' names {} adapters.", *wanted, found.size()), hbas, found);
+    if (all || !wanted->starts_with('{'))
+        throw Unclear(
+            fmt::format("The adapter '{}' is unknown{}.", *wanted, all ? "" : ", and not every adapter could be read"),
+            hbas);
     Adapter adapter;
-    adapter.id = id;
+    adapter.id = id.empty() ? FromUtf8(*wanted) : id;
     return adapter;
+}
+
+Adapter AdapterOfPort(Agent& agent, const std::string& wwpn) {
+    const Reading<QEL_FCOE_HBA> reading = agent.Read<QEL_FCOE_HBA>({});
+    const bool all = AllRead(reading);
+    if (all && reading.records.size() == 1)
+        return {reading.records.front().strDeviceId, reading.records.front().strSecondId};
+    const Reading<QEL_FCOE_PORT> ports = agent.Read<QEL_FCOE_PORT>({});
+    Hbas found;
+    for (const QEL_FCOE_HBA& hba : reading.records)
+        if (std::ranges::any_of(ports.records, [&](const QEL_FCOE_PORT& port) {
+                return port.strDeviceId == hba.strDeviceId && CanonicalWwn(ToUtf8(port.strPortWWN)) == wwpn;
+            }))
+            found.push_back(hba);
+    if (found.size() == 1)
+        return {found.front().strDeviceId, found.front().strSecondId};
+    if (found.size() > 1)
+        throw Unclear(fmt::format("{} adapters have a port '{}'; name one with --adapter.", found.size(), wwpn),
+                      reading.records, found);
+    if (reading.records.empty() || !all || !ports.complete)
+        throw Unclear(
+            reading.records.empty()
+                ? "There is no adapter."
+                : fmt::format("No adapter that could be read has a port '{}'; name one with --adapter.", wwpn),
+            reading.records);
+    throw Failure(Exit::PortNotFound, fmt::format("No adapter has a virtual port '{}'.", wwpn),
+                  {Describe(Exit::PortNotFound).advice}, {wwpn});
+}
+
+Reading<QEL_FCOE_HBA> AllAdapters(Agent& agent) {
+    Reading<QEL_FCOE_HBA> reading = agent.Read<QEL_FCOE_HBA>({});
+    if (reading.records.empty())
+        throw Unclear("There is no adapter.", {});
+    return reading;
 }
 
 } // namespace fcoectl

@@ -92,7 +92,8 @@ std::vector<ErrorDetail> Details(const std::vector<QEL_ERROR_ENTRY>& entries) {
         throw Failure(Exit::Refused, "The agent refused the change without giving a reason.",
                       {Describe(Exit::Refused).advice, LogHint()});
     const AgentError* known = FindAgentError(entries.front().ulCode);
-    throw Failure(known ? known->exit : Exit::Refused, Details(entries));
+    const Exit exit = known ? known->exit : Exit::Refused;
+    throw Failure(exit, Details(entries), {known ? known->advice : Describe(exit).advice, LogHint()});
 }
 
 } // namespace
@@ -173,7 +174,8 @@ void Agent::RefreshTargets(const CQelString& adapter) {
     BOOL done = FALSE;
     Call([&] { done = m_interface->RefreshTargets(copy, 0); });
     if (!done)
-        throw Failure(Exit::LibraryRefused, "The adapter's HBA library did not rescan the targets.", {LogHint()});
+        throw Failure(Exit::LibraryRefused, "The adapter's HBA library did not rescan the targets.",
+                      {Describe(Exit::LibraryRefused).advice, LogHint()});
 }
 
 } // namespace fcoectl

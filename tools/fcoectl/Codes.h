@@ -16,6 +16,7 @@ enum class Exit : int {
     AdapterUnknown = 5,
     AgentThrew = 6,
     OutputFailed = 7,
+    TimedOut = 8,
     InvalidWWPN = 10,
     WWPNInUse = 11,
     PortLimit = 12,
@@ -26,12 +27,21 @@ enum class Exit : int {
     Refused = 17,
 };
 
-// Which commands can end with a code.
-enum class EndsOf { All, AgentUsers, Readers, Changers };
+// Which commands can end with a code; combined.
+enum Ends : unsigned {
+    ENDS_ANY = 1,
+    ENDS_AGENT_USER = 2,
+    ENDS_READER = 4,
+    ENDS_CREATION = 8, // of a virtual port
+    ENDS_DELETION = 16,
+    ENDS_GENERATION = 32, // of a port name
+    ENDS_RESCAN = 64,
+    ENDS_ALL = 127,
+};
 
 struct ExitCode {
     Exit value;
-    EndsOf commands;
+    unsigned ends;
     const char* name;    // for JSON
     const char* meaning; // one line
     const char* advice;  // what an administrator does about it

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <memory>
 
 #include <CLI/CLI.hpp>
@@ -10,100 +9,105 @@
 
 #include "tools/fcoectl/Commands.h"
 #include "tools/fcoectl/Help.h"
-#include "tools/fcoectl/Text.h"
+#include "tools/fcoectl/OptionTable.h"
+#include "tools/fcoectl/Wwn.h"
 
 namespace fcoectl {
 namespace {
 
 constexpr double DEFAULT_WATCH_SECONDS = 5;
-constexpr double MAXIMUM_WATCH_SECONDS = 86400;
+constexpr unsigned MAXIMUM_COUNT = 1000000;
 
 constexpr char JSON_OPTION[] = "--json";
 
-// What the parser stores into beside the options themselves.
-struct Parsed {
-    Options options;
-    std::string watch;
-    CLI::Option* watching = nullptr;
-};
-
-// The seconds of --watch; empty text: the default.
-double WatchSeconds(const std::string& text) {
-    if (text.empty())
-        return DEFAULT_WATCH_SECONDS;
+// The seconds of an option, at least a tenth and at most a day.
+double Seconds(const char* option, const std::string& text) {
+    constexpr double maximum = 86400;
     double seconds = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    if (error != std::errc() || end != text.data() + text.size() || !(seconds >= 0.1) ||
-        seconds > MAXIMUM_WATCH_SECONDS)
-        throw CLI::ValidationError("--watch", fmt::format("'{}' is not between 0.1 and 86400 seconds", text));
+    if (error != std::errc() || end != text.data() + text.size() || !(seconds >= 0.1) || seconds > maximum)
+        throw CLI::ValidationError(option, fmt::format("'{}' is not between 0.1 and 86400 seconds", text));
     return seconds;
 }
 
+unsigned Count(const std::string& text) {
+    unsigned count = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+    if (error != std::errc() || end != text.data() + text.size() || count < 1 || count > MAXIMUM_COUNT)
+        throw CLI::ValidationError("--count", fmt::format("'{}' is not between 1 and {}", text, MAXIMUM_COUNT));
+    return count;
+}
+
 // The options once all are known.
-Options Checked(Parsed& parsed) {
-    Options& options = parsed.options;
-    if (parsed.watching && parsed.watching->count() > 0)
-        options.watch = WatchSeconds(parsed.watch);
-    if (options.count && !options.watch)
+Options Checked(const Typed& typed, const Command& command) {
+    Options options;
+    options.json = typed.json;
+    options.blocks = typed.blocks;
+    options.ascii = typed.ascii;
+    options.dryRun = typed.dryRun;
+    options.allAdapters = typed.all;
+    options.adapter = typed.adapter;
+    options.agentFile = typed.agent.value_or("");
+    options.libraryFolder = typed.libraryFolder.value_or("");
+    if (typed.adapter && typed.adapter->empty())
+        throw CLI::ValidationError("--adapter", "is empty; is a variable of your script not set?");
+    if (typed.adapter && typed.all)
+        throw CLI::ValidationError("--all", "does not go with --adapter");
+    if (typed.timeout)
+        options.timeout = Seconds("--timeout", *typed.timeout);
+    if (typed.watch)
+        options.watch = typed.watch->empty() ? DEFAULT_WATCH_SECONDS : Seconds("--watch", *typed.watch);
+    if (typed.count)
+        options.count = Count(*typed.count);
+    if (typed.count && !typed.watch)
         throw CLI::ValidationError("--count", "needs --watch");
     if (options.watch && options.json && options.count == 0)
         throw CLI::ValidationError("--watch", "with --json needs --count, since the document must end");
     if (options.watch && options.blocks)
         throw CLI::ValidationError("--watch", "shows a table; it does not go with --long");
+    if (!typed.arguments.empty()) {
+        std::string& argument = command.takes & TAKES_CODE ? options.code : options.wwpn;
+        argument = typed.arguments.front();
+    }
+    if (command.takes & (TAKES_NEW | TAKES_PORT))
+        options.wwpn = CanonicalWwn(options.wwpn).value_or(options.wwpn);
     return options;
 }
 
-void AddOptions(CLI::App& app, const Command& command, Parsed& parsed) {
-    Options& options = parsed.options;
+void AddArgument(CLI::App& app, const Command& command, Typed& typed) {
     const unsigned takes = command.takes;
     if (takes & TAKES_NEW)
-        app.add_option("WWPN", options.wwpn,
-                       "Name of the new port, such as 20:01:00:1B:21:AA:BB:CC, or auto to have one generated "
-                       "(default: auto)")
-            ->type_name("");
+        app.add_option("WWPN", typed.arguments,
+                       "Name of the new port, such as 20:01:00:1B:21:AA:BB:CC or 2001001b21aabbcc, or auto to have one "
+                       "generated (default: auto)")
+            ->type_name("")
+            ->expected(0, 1);
     if (takes & TAKES_PORT)
-        app.add_option("WWPN", options.wwpn, "Name of the port to delete")->type_name("")->required();
+        app.add_option("WWPN", typed.arguments, "Name of the port to delete, with or without colons")
+            ->type_name("")
+            ->expected(1)
+            ->required();
     if (takes & TAKES_CODE)
-        app.add_option("CODE", options.code,
+        app.add_option("CODE", typed.arguments,
                        "Decimal or 0x hexadecimal; of the agent's codes the last three digits suffice (default: all "
                        "codes)")
-            ->type_name("");
-    if (takes & TAKES_ADAPTER)
-        app.add_option("--adapter", options.adapter, "Only this adapter, by its device identifier (default: all)")
-            ->type_name("ID")
-            ->group("Adapter");
-    if (takes & TAKES_ONE)
-        app.add_option("--adapter", options.adapter,
-                       "The adapter, by its device identifier (default: the only one; needed when there are several)")
-            ->type_name("ID")
-            ->group("Adapter");
-    if (takes & TAKES_WATCH) {
-        parsed.watching = app.add_option("--watch", parsed.watch,
-                                         "Read again and again, and show rates; seconds between two readings "
-                                         "(default: 5)")
-                              ->type_name("[SECONDS]")
-                              ->expected(0, 1)
-                              ->group("Watching");
-        app.add_option("--count", options.count, "End after that many readings (default: at Ctrl+C)")
-            ->type_name("N")
-            ->check(CLI::Range(1u, 1000000u).description(""))
-            ->group("Watching");
+            ->type_name("")
+            ->expected(0, 1);
+}
+
+void AddOption(CLI::App& app, const Option& option, Typed& typed) {
+    CLI::Option* added = nullptr;
+    if (const auto* flag = std::get_if<bool Typed::*>(&option.member)) {
+        added = app.add_flag(option.names, typed.**flag, option.description);
+    } else {
+        const auto member = std::get<std::optional<std::string> Typed::*>(option.member);
+        added = app.add_option_function<std::string>(
+            option.names, [&typed, member](const std::string& text) { typed.*member = text; }, option.description);
+        const bool needed = option.value == ValueOf::Needed;
+        added->type_name(needed ? option.placeholder : fmt::format("[{}]", option.placeholder));
+        added->expected(needed ? 1 : 0, 1);
     }
-    app.add_flag(JSON_OPTION, options.json, "One JSON document instead of text (default: text)")->group("Output");
-    if (takes & TAKES_LONG)
-        app.add_flag("--long", options.blocks, "Every field, one a line (default: a table)")->group("Output");
-    if (takes & TAKES_ASCII)
-        app.add_flag("--ascii", options.ascii, "Draw with ASCII characters (default: box characters)")->group("Output");
-    if (takes & TAKES_AGENT)
-        app.add_option("--agent", options.agentFile, "Load this agent module (default: the registered one)")
-            ->type_name("FILE")
-            ->group("Agent");
-    if (LoadsAgent(takes))
-        app.add_option("--library-dir", options.libraryFolder,
-                       "Take the HBA library orvanhapi.dll from this folder (default: beside the agent or the "
-                       "program, or the system's)")
-            ->type_name("DIR")
-            ->group("Agent");
+    added->group(option.group);
 }
 
 // The parser for the command's words below the program; groups such as `vport` are made on the way.
@@ -133,32 +137,74 @@ void NameHelp(CLI::App& app) {
         NameHelp(*child);
 }
 
-// The command's words at the start of the arguments. The parser calls a wrong or missing one merely unexpected; here it
-// is named for what it is.
+using Arguments = std::vector<std::string>;
+
+// The command's words, and the arguments with the words first: options may stand before them. The parser calls a wrong
+// or missing command merely unexpected; here it is named for what it is.
 struct Words {
     std::string known;   // "vport create"
     std::string problem; // empty: none
+    Arguments arguments;
 };
 
-Words ReadWords(const CLI::App& root, const std::vector<std::string>& arguments) {
-    Words words;
-    const CLI::App* app = &root;
+bool IsOption(const std::string& argument) {
+    return argument.size() > 1 && argument.starts_with('-');
+}
+
+// Whether the argument is the value of the option before it.
+bool IsValueOf(const std::string& option, const std::string& argument) {
+    const Option* found = FindOption(option);
+    if (!found || found->value == ValueOf::Flag)
+        return false;
+    return found->value == ValueOf::Needed || (!argument.empty() && argument[0] >= '0' && argument[0] <= '9');
+}
+
+// "--adapter=" as "--adapter" and an empty text: the parser would take the next argument for the value.
+Arguments WithEmptyValues(const Arguments& arguments) {
+    Arguments split;
     for (const std::string& argument : arguments) {
-        const auto children = app->get_subcommands([](const CLI::App*) { return true; });
-        if (children.empty() || argument.starts_with("-"))
-            return words;
+        const Option* option = argument.ends_with('=') ? FindOption(argument.substr(0, argument.size() - 1)) : nullptr;
+        if (option && option->value != ValueOf::Flag)
+            split.insert(split.end(), {argument.substr(0, argument.size() - 1), ""});
+        else
+            split.push_back(argument);
+    }
+    return split;
+}
+
+Words ReadWords(const CLI::App& root, const Arguments& arguments) {
+    const auto childrenOf = [](const CLI::App* app) {
+        return app->get_subcommands([](const CLI::App*) { return true; });
+    };
+    Words words;
+    Arguments options;
+    bool asksForText = false; // help or version
+    const CLI::App* app = &root;
+    auto at = arguments.begin();
+    for (; at != arguments.end() && !childrenOf(app).empty(); ++at) {
+        if (IsOption(*at)) {
+            asksForText = asksForText || *at == "-h" || *at == "--help" || *at == "--version";
+            options.push_back(*at);
+            if (at + 1 != arguments.end() && IsValueOf(*at, *(at + 1)))
+                options.push_back(*++at);
+            continue;
+        }
+        const auto children = childrenOf(app);
         const auto found =
-            std::ranges::find_if(children, [&](const CLI::App* child) { return child->check_name(argument); });
+            std::ranges::find_if(children, [&](const CLI::App* child) { return child->check_name(*at); });
         if (found == children.end()) {
             words.problem =
-                fmt::format("There is no command '{}{}{}'.", words.known, words.known.empty() ? "" : " ", argument);
+                fmt::format("There is no command '{}{}{}'.", words.known, words.known.empty() ? "" : " ", *at);
             return words;
         }
         app = *found;
         words.known += (words.known.empty() ? "" : " ") + app->get_name();
+        words.arguments.push_back(*at);
     }
-    if (!app->get_subcommands([](const CLI::App*) { return true; }).empty())
+    if (!childrenOf(app).empty() && !asksForText)
         words.problem = "A command is needed.";
+    words.arguments.insert(words.arguments.end(), options.begin(), options.end());
+    words.arguments.insert(words.arguments.end(), at, arguments.end());
     return words;
 }
 
@@ -178,21 +224,25 @@ Request ParseCommandLine(const std::vector<std::string>& arguments) {
     root.formatter(MakeHelpFormatter());
     root.footer(MainHelpFooter());
 
-    std::vector<std::unique_ptr<Parsed>> parsed; // one a command: their options share names
+    std::vector<std::unique_ptr<Typed>> typed; // one a command: their options share names
     for (const Command& command : Commands()) {
-        parsed.push_back(std::make_unique<Parsed>());
-        AddOptions(AddCommand(root, command), command, *parsed.back());
+        typed.push_back(std::make_unique<Typed>());
+        CLI::App& app = AddCommand(root, command);
+        AddArgument(app, command, *typed.back());
+        for (const Option& option : OptionTable())
+            if (Has(command, option))
+                AddOption(app, option, *typed.back());
     }
     NameHelp(root);
 
-    const Words words = ReadWords(root, arguments);
+    const Words words = ReadWords(root, WithEmptyValues(arguments));
     request.usage = words.problem;
     request.hint = fmt::format("Try 'fcoectl {}{}--help'.", words.known, words.known.empty() ? "" : " ");
     try {
         if (request.usage.empty()) {
-            root.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+            root.parse(Arguments(words.arguments.rbegin(), words.arguments.rend()));
             const auto found = std::ranges::find(Commands(), words.known, &Command::name);
-            request.options = Checked(*parsed[static_cast<std::size_t>(found - Commands().begin())]);
+            request.options = Checked(*typed[static_cast<std::size_t>(found - Commands().begin())], *found);
             request.command = &*found;
             return request;
         }

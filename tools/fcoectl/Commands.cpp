@@ -12,7 +12,7 @@ namespace fcoectl {
 namespace {
 
 constexpr unsigned LISTING = TAKES_AGENT | TAKES_ADAPTER | TAKES_LONG;
-constexpr unsigned CHANGING = TAKES_AGENT | TAKES_ONE;
+constexpr unsigned ONE = TAKES_AGENT | TAKES_ONE;
 
 constexpr Command COMMANDS[] = {
     {"hbas", "List the FCoE adapter ports (HBAs).", LISTING, "hbas", ListHBAs},
@@ -30,10 +30,10 @@ constexpr Command COMMANDS[] = {
     {"dcb", "Tell whether DCB makes each adapter's link fit for FCoE, and what to do if not.",
      TAKES_AGENT | TAKES_ADAPTER, "links", ShowLinks},
     {"vport list", "List the NPIV virtual ports.", LISTING, "ports", ListVPorts},
-    {"vport create", "Create an NPIV virtual port.", CHANGING | TAKES_NEW, nullptr, CreateVPort},
-    {"vport delete", "Delete an NPIV virtual port.", CHANGING | TAKES_PORT, nullptr, DeleteVPort},
-    {"wwpn", "Generate an unused port name without creating a port.", CHANGING, nullptr, GenerateWWPN},
-    {"rescan", "Have an adapter look for its targets again.", CHANGING, nullptr, Rescan},
+    {"vport create", "Create an NPIV virtual port.", ONE | TAKES_NEW | TAKES_DRY_RUN, nullptr, CreateVPort},
+    {"vport delete", "Delete an NPIV virtual port.", TAKES_AGENT | TAKES_PORT | TAKES_DRY_RUN, nullptr, DeleteVPort},
+    {"wwpn", "Generate an unused port name without creating a port.", ONE, nullptr, GenerateWWPN},
+    {"rescan", "Have an adapter look for its targets again.", ONE | TAKES_ALL | TAKES_DRY_RUN, nullptr, Rescan},
     {"explain", "Explain an error code of the agent or an exit code of this program.", TAKES_CODE, "codes",
      ExplainCodes},
     {"version", "Show the versions of this program and of the agent.", TAKES_AGENT, nullptr, ShowVersion},

@@ -28,8 +28,9 @@ class Failure : public std::runtime_error {
           m_exit(exit), m_details{{static_cast<std::uint32_t>(exit), text, std::move(arguments), {}}},
           m_hints(std::move(hints)) {}
     // details: at least one.
-    Failure(Exit exit, std::vector<ErrorDetail> details)
-        : std::runtime_error(details.front().text), m_exit(exit), m_details(std::move(details)) {}
+    Failure(Exit exit, std::vector<ErrorDetail> details, std::vector<std::string> hints)
+        : std::runtime_error(details.front().text), m_exit(exit), m_details(std::move(details)),
+          m_hints(std::move(hints)) {}
 
     Exit Code() const { return m_exit; }
     const std::vector<ErrorDetail>& Details() const { return m_details; }

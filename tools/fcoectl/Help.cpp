@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "tools/fcoectl/Examples.h"
+#include "tools/fcoectl/OptionTable.h"
 
 namespace fcoectl {
 namespace {
@@ -31,23 +32,28 @@ class HelpFormatter : public CLI::Formatter {
     }
 };
 
-bool EndsWith(const ExitCode& exit, unsigned takes) {
-    switch (exit.commands) {
-    case EndsOf::Readers:
-        return takes & TAKES_ADAPTER;
-    case EndsOf::Changers:
-        return takes & TAKES_ONE;
-    case EndsOf::AgentUsers:
-        return LoadsAgent(takes);
-    default:
-        return true;
-    }
+// What commands of that kind can end with.
+unsigned EndsOf(unsigned takes) {
+    unsigned ends = ENDS_ANY;
+    if (LoadsAgent(takes))
+        ends |= ENDS_AGENT_USER;
+    if (takes & TAKES_ADAPTER)
+        ends |= ENDS_READER;
+    if (takes & TAKES_NEW)
+        ends |= ENDS_CREATION;
+    if (takes & TAKES_PORT)
+        ends |= ENDS_DELETION;
+    if (takes & TAKES_ALL)
+        ends |= ENDS_RESCAN;
+    if (takes == (TAKES_AGENT | TAKES_ONE))
+        ends |= ENDS_GENERATION;
+    return ends;
 }
 
-std::string ExitCodeLines(unsigned takes) {
+std::string ExitCodeLines(unsigned ends) {
     std::string lines = "Exit codes:\n";
     for (const ExitCode& exit : ExitCodes())
-        if (EndsWith(exit, takes))
+        if (exit.ends & ends)
             lines += fmt::format("  {:>2}  {}\n", static_cast<int>(exit.value), exit.meaning);
     return lines;
 }
@@ -73,18 +79,18 @@ std::shared_ptr<CLI::FormatterBase> MakeHelpFormatter() {
 }
 
 std::string HelpFooter(const Command& command) {
-    return ExitCodeLines(command.takes) + ExampleLines(command.name);
+    return ExitCodeLines(EndsOf(command.takes)) + ExampleLines(command.name);
 }
 
 std::string MainHelpFooter() {
-    return "Most commands take:\n"
-           "  --adapter ID          Only this adapter, by its device identifier (default: all)\n"
-           "  --json                One JSON document instead of text (default: text)\n"
-           "  --agent FILE          Load this agent module (default: the registered one)\n"
-           "  --library-dir DIR     Take the HBA library orvanhapi.dll from this folder "
-           "(default: beside the agent or the program, or the system's)\n"
-           "'fcoectl COMMAND --help' tells the rest.\n\n" +
-           ExitCodeLines(TAKES_ADAPTER | TAKES_ONE) + ExampleLines("");
+    std::string lines = "Most commands take:\n";
+    for (const Option& option : OptionTable())
+        if (option.takes == TAKES_NOTHING || (option.takes & (TAKES_AGENT | TAKES_ADAPTER)))
+            lines +=
+                fmt::format("  {:<22}{}\n", LongName(option) + (*option.placeholder ? " " : "") + option.placeholder,
+                            option.description);
+    return lines + "Options may stand before the command, too; 'fcoectl COMMAND --help' tells the rest.\n\n" +
+           ExitCodeLines(ENDS_ALL) + ExampleLines("");
 }
 
 } // namespace fcoectl

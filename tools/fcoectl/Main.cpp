@@ -30,7 +30,11 @@ int main() {
     fcoectl::RestrictLoading();
     fcoectl::StandardOutput output;
     try {
-        return fcoectl::Run(Arguments(), output);
+        const int exit = fcoectl::Run(Arguments(), output);
+        // A call that hangs holds locks that the end of a process may wait for.
+        if (exit == static_cast<int>(fcoectl::Exit::TimedOut))
+            TerminateProcess(GetCurrentProcess(), static_cast<UINT>(exit));
+        return exit;
     } catch (const std::exception& exception) { // memory ran out while the answer was put together
         output.WriteError(std::string("fcoectl: ") + exception.what() + "\n");
         return static_cast<int>(fcoectl::Exit::AgentThrew);

@@ -55,14 +55,16 @@ std::string Messages(const Failure& failure) {
     std::string text;
     for (const ErrorDetail& detail : failure.Details()) {
         text += fmt::format("fcoectl: {}\n", Printable(detail.text));
-        if (detail.code < FIRST_AGENT_CODE)
-            continue;
-        text += fmt::format("  error 0x{:08X}", detail.code);
-        if (!detail.arguments.empty())
-            text += fmt::format(", arguments: {}", Printable(fmt::format("{}", fmt::join(detail.arguments, ", "))));
+        std::vector<std::string> facts;
+        if (detail.code >= FIRST_AGENT_CODE) {
+            facts.push_back(fmt::format("error 0x{:08X}", detail.code));
+            if (!detail.arguments.empty())
+                facts.push_back(fmt::format("arguments: {}", fmt::join(detail.arguments, ", ")));
+        }
         if (!detail.source.empty())
-            text += fmt::format(", adapter: {}", Printable(detail.source));
-        text += '\n';
+            facts.push_back("adapter: " + detail.source);
+        if (!facts.empty())
+            text += fmt::format("  {}\n", Printable(fmt::format("{}", fmt::join(facts, ", "))));
     }
     for (const std::string& hint : failure.Hints())
         text += fmt::format("  {}\n", Printable(hint));

@@ -1,25 +1,36 @@
 #include "tools/fcoectl/Run.h"
 
+#include <memory>
 #include <optional>
+#include <thread>
 
 #include <fmt/format.h>
 
 #include "tools/fcoectl/Adapters.h"
 #include "tools/fcoectl/Agent.h"
+#include "tools/fcoectl/ClosableOutput.h"
 #include "tools/fcoectl/CommandLine.h"
 #include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Text.h"
+#include "tools/fcoectl/TimeLimit.h"
 
 namespace fcoectl {
 namespace {
+
+Adapter Choose(const Command& command, const Options& options, Agent& agent) {
+    if (options.allAdapters)
+        return {};
+    if (command.takes & TAKES_PORT)
+        return options.adapter ? ChooseAdapter(agent, options.adapter, Need::One) : AdapterOfPort(agent, options.wwpn);
+    return ChooseAdapter(agent, options.adapter, command.takes & TAKES_ONE ? Need::One : Need::Any);
+}
 
 // The agent is loaded for the command alone: it is gone again when notes, messages or the document are written.
 void Execute(const Command& command, Context& context) {
     if (const auto* own = std::get_if<Action>(&command.run))
         return (*own)(context);
     Agent agent(FromUtf8(context.options.agentFile), FromUtf8(context.options.libraryFolder));
-    const Adapter adapter =
-        ChooseAdapter(agent, context.options.adapter, command.takes & TAKES_ONE ? Need::One : Need::Any);
+    const Adapter adapter = Choose(command, context.options, agent);
     AgentContext whole{context, agent, adapter};
     std::get<AgentAction>(command.run)(whole);
 }
@@ -38,13 +49,65 @@ std::optional<Failure> Perform(const Command& command, Context& context) {
     return std::nullopt;
 }
 
-int RunCommand(const Request& request, Output& output) {
-    const Command& command = *request.command;
+Report EmptyReport(const Command& command) {
     Report report;
     if (command.list)
         report.body[command.list] = nlohmann::ordered_json::array();
-    Context context{request.options, output, report};
-    const std::optional<Failure> failure = Perform(command, context);
+    return report;
+}
+
+// What a command needs while it runs. Shared with its thread, which goes on when nobody waits for it any more.
+struct Work {
+    Work(const Request& asked, Output& written)
+        : request(asked), report(EmptyReport(*asked.command)), limit(asked.options.timeout), output(written, limit) {}
+
+    void Do() {
+        limit.Restart();
+        Context context{request.options, output, report, limit};
+        failure = Perform(*request.command, context);
+        limit.Finish();
+    }
+
+    Request request;
+    Report report;
+    TimeLimit limit;
+    ClosableOutput output;
+    std::optional<Failure> failure;
+};
+
+Failure TimedOut(const Request& request) {
+    std::vector<std::string> hints{"The HBA library, the core agent or the DCB service does not return from a call.",
+                                   LogHint()};
+    if (request.command->takes & TAKES_DRY_RUN && !request.options.dryRun)
+        hints.emplace_back("The change may have been carried out, or not, or may still be: look before you try again.");
+    return {Exit::TimedOut, fmt::format("The agent did not answer within {} s.", *request.options.timeout),
+            std::move(hints)};
+}
+
+// On a thread of its own when there is a limit: a call into the agent can only be left behind.
+void DoWithinLimit(const std::shared_ptr<Work>& work) {
+    if (!work->request.options.timeout)
+        return work->Do();
+    std::thread([work] { work->Do(); }).detach();
+    if (work->limit.Wait())
+        return;
+    work->output.Close();
+    throw TimedOut(work->request);
+}
+
+int RunCommand(const Request& request, Output& output) {
+    const Command& command = *request.command;
+    const auto work = std::make_shared<Work>(request, output);
+    Report report;
+    std::optional<Failure> failure;
+    try {
+        DoWithinLimit(work);
+        report = std::move(work->report);
+        failure = std::move(work->failure);
+    } catch (const Failure& timedOut) { // what the command has so far belongs to its thread
+        report = EmptyReport(command);
+        failure = timedOut;
+    }
     if (request.options.json) {
         output.Write(Document(command.name, report, failure ? &*failure : nullptr));
     } else {
@@ -76,7 +139,9 @@ int Run(const std::vector<std::string>& arguments, Output& output) {
         exit = RefuseUsage(request, output);
     else
         output.Write(request.text);
-    return output.Failed() ? static_cast<int>(Exit::OutputFailed) : exit;
+    if (output.Failed() && exit != static_cast<int>(Exit::TimedOut))
+        return static_cast<int>(Exit::OutputFailed);
+    return exit;
 }
 
 } // namespace fcoectl

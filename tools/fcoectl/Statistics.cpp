@@ -8,6 +8,7 @@
 #include "tools/fcoectl/Agent.h"
 #include "tools/fcoectl/Rates.h"
 #include "tools/fcoectl/Table.h"
+#include "tools/fcoectl/TimeLimit.h"
 
 namespace fcoectl {
 namespace {
@@ -76,8 +77,10 @@ void Watch(AgentContext& context) {
     Clock::time_point start;
     Clock::time_point earlier;
     for (unsigned taken = 0; context.options.count == 0 || taken < context.options.count; ++taken) {
+        context.limit.Pause();
         if (taken && !interruption.Wait(*context.options.watch))
             break;
+        context.limit.Restart();
         Reading<QEL_FCOE_STATISTIC> reading = context.agent.Read<QEL_FCOE_STATISTIC>(context.adapter.id);
         context.report.complete = context.report.complete && reading.complete;
         const auto now = Clock::now();

@@ -6,10 +6,11 @@
 //   false:LIST      the list is answered with FALSE, after its first record; LIST as in the table below
 //   empty:LIST      the list is empty
 //   memory:LIST     the list ends with std::bad_alloc; odd:LIST with an exception of no standard type
-//   refuse:N        changes are refused with error entry N, 0 for none
-//   grow            counters grow with every reading
-//   foreign         the first adapter's name is no ASCII text
-//   loads:NAME      loads that module first, and notes where it was found
+//   hang:LIST       the list is never answered; hang:change a change is not, hang:later not the third reading of
+//   counters shared          the second adapter has the first one's virtual port, too refuse:N        changes are
+//   refused with error entry N, 0 for none; refuse:second a rescan of the second adapter grow            counters grow
+//   with every reading foreign         the first adapter's name is no ASCII text loads:NAME      loads that module
+//   first, and notes where it was found
 //
 // The environment variable FAKE_AGENT_CALLS names a file that gets one line a call.
 #include <cwchar>
@@ -84,7 +85,12 @@ class FakeAgent : public CQelFcoeAgentIntf {
         return Answer(L"fabrics", adapter, World().fabrics, list);
     }
     BOOL EnumeratePorts(CQelString& adapter, std::vector<QEL_FCOE_PORT>& list, ULONG64) override {
-        return Answer(L"ports", adapter, World().ports, list);
+        FakeRecords records = World();
+        if (Scripted(L"shared")) {
+            records.ports.push_back(records.ports[1]);
+            records.ports.back().strDeviceId = records.hbas.back().strDeviceId;
+        }
+        return Answer(L"ports", adapter, records.ports, list);
     }
     BOOL EnumerateTargets(CQelString& adapter, std::vector<QEL_FCOE_TARGET>& list, ULONG64) override {
         return Answer(L"targets", adapter, World().targets, list);
@@ -100,7 +106,8 @@ class FakeAgent : public CQelFcoeAgentIntf {
         if (Scripted(L"grow"))
             for (auto& statistic : records.statistics)
                 statistic.llValue += 1000 * m_readings;
-        ++m_readings;
+        if (++m_readings == 3 && Argument(L"hang") == L"later")
+            Sleep(INFINITE);
         return Answer(L"statistics", adapter, records.statistics, list);
     }
     BOOL Uninstall(ULONG64) override {
@@ -130,7 +137,8 @@ class FakeAgent : public CQelFcoeAgentIntf {
     }
     BOOL RefreshTargets(CQelString& adapter, ULONG64) override {
         Note(L"RefreshTargets " + adapter);
-        return Argument(L"refuse").empty();
+        const std::wstring refusal = Argument(L"refuse");
+        return refusal.empty() || (refusal == L"second" && adapter != World().hbas.back().strDeviceId);
     }
 
   private:
@@ -144,6 +152,8 @@ class FakeAgent : public CQelFcoeAgentIntf {
             throw std::bad_alloc();
         if (Argument(L"odd") == name)
             throw 7;
+        if (Argument(L"hang") == name)
+            Sleep(INFINITE);
         const bool fails = Argument(L"false") == name;
         if (Argument(L"empty") != name)
             for (const Record& record : records)
@@ -154,6 +164,8 @@ class FakeAgent : public CQelFcoeAgentIntf {
 
     // Refuses as scripted, with the arguments that the error carries.
     static BOOL Change(const CQelString& wwpn, std::vector<QEL_ERROR_ENTRY>& errors) {
+        if (Argument(L"hang") == L"change")
+            Sleep(INFINITE);
         const std::wstring refusal = Argument(L"refuse");
         if (refusal.empty())
             return TRUE;

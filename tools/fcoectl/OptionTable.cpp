@@ -1,0 +1,73 @@
+#include "tools/fcoectl/OptionTable.h"
+
+#include <algorithm>
+
+namespace fcoectl {
+namespace {
+
+constexpr char ADAPTER[] = "Adapter";
+constexpr char OUTPUT[] = "Output";
+constexpr char WATCHING[] = "Watching";
+constexpr char AGENT[] = "Agent";
+constexpr char CHANGE[] = "Change";
+
+constexpr Option OPTIONS[] = {
+    {TAKES_ADAPTER, "--adapter", ValueOf::Needed, "ADAPTER",
+     "Only this adapter: its number in 'fcoectl hbas', its name or a part that no other has, its port WWN, or its "
+     "device identifier with or without braces (default: all)",
+     ADAPTER, &Typed::adapter},
+    {TAKES_ONE, "--adapter", ValueOf::Needed, "ADAPTER",
+     "The adapter: its number in 'fcoectl hbas', its name or a part that no other has, its port WWN, or its device "
+     "identifier with or without braces (default: the only one; needed when there are several)",
+     ADAPTER, &Typed::adapter},
+    {TAKES_PORT, "--adapter", ValueOf::Needed, "ADAPTER",
+     "The adapter: its number in 'fcoectl hbas', its name or a part that no other has, its port WWN, or its device "
+     "identifier with or without braces (default: the one that has the port)",
+     ADAPTER, &Typed::adapter},
+    {TAKES_ALL, "--all", ValueOf::Flag, "", "Every adapter, one after the other (default: one adapter)", ADAPTER,
+     &Typed::all},
+    {TAKES_DRY_RUN, "--dry-run", ValueOf::Flag, "",
+     "Check what can be checked without a change, and say what would be done (default: do it)", CHANGE, &Typed::dryRun},
+    {TAKES_WATCH, "--watch", ValueOf::Optional, "SECONDS",
+     "Read again and again, and show rates; seconds between two readings (default: 5)", WATCHING, &Typed::watch},
+    {TAKES_WATCH, "--count", ValueOf::Needed, "N", "End after that many readings (default: at Ctrl+C)", WATCHING,
+     &Typed::count},
+    {TAKES_NOTHING, "--json", ValueOf::Flag, "", "One JSON document instead of text (default: text)", OUTPUT,
+     &Typed::json},
+    {TAKES_LONG, "--long", ValueOf::Flag, "", "Every field, one a line (default: a table)", OUTPUT, &Typed::blocks},
+    {TAKES_ASCII, "--ascii", ValueOf::Flag, "", "Draw with ASCII characters (default: box characters)", OUTPUT,
+     &Typed::ascii},
+    {TAKES_AGENT, "--agent", ValueOf::Needed, "FILE", "Load this agent module (default: the registered one)", AGENT,
+     &Typed::agent},
+    {LOADS_AGENT, "--library-dir", ValueOf::Needed, "DIR",
+     "Take the HBA library orvanhapi.dll from this folder (default: beside the agent or the program, or the system's)",
+     AGENT, &Typed::libraryFolder},
+    {LOADS_AGENT, "--timeout", ValueOf::Needed, "SECONDS",
+     "End when the agent does not answer within that time (default: wait as long as it takes)", AGENT, &Typed::timeout},
+};
+
+} // namespace
+
+std::span<const Option> OptionTable() {
+    return OPTIONS;
+}
+
+bool Has(const Command& command, const Option& option) {
+    return option.takes == TAKES_NOTHING || (command.takes & option.takes);
+}
+
+const Option* FindOption(std::string_view name) {
+    const auto* found = std::ranges::find_if(OPTIONS, [&](const Option& option) {
+        const std::string_view names = option.names;
+        const auto comma = names.find(',');
+        return names.substr(0, comma) == name || names.substr(comma + 1) == name;
+    });
+    return found == std::end(OPTIONS) ? nullptr : found;
+}
+
+std::string LongName(const Option& option) {
+    const std::string_view names = option.names;
+    return std::string(names.substr(names.rfind("--")));
+}
+
+} // namespace fcoectl

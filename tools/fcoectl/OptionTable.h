@@ -1,0 +1,55 @@
+// Every option of the program, once: for the parser, the help, the completions and the manual page.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "tools/fcoectl/Command.h"
+
+namespace fcoectl {
+
+// The options as they stand on the command line; a text is there when its option is.
+struct Typed {
+    bool json = false;
+    bool blocks = false;
+    bool ascii = false;
+    bool all = false;
+    bool dryRun = false;
+    std::optional<std::string> adapter;
+    std::optional<std::string> agent;
+    std::optional<std::string> libraryFolder;
+    std::optional<std::string> watch; // empty: without a value
+    std::optional<std::string> count;
+    std::optional<std::string> timeout;
+    std::vector<std::string> arguments; // what is no option
+};
+
+enum class ValueOf {
+    Flag, // takes none
+    Needed,
+    Optional,
+};
+
+struct Option {
+    unsigned takes;    // commands that take one of these have it; TAKES_NOTHING: all
+    const char* names; // "--json", or "-o,--format"
+    ValueOf value;
+    const char* placeholder; // of the value
+    const char* description; // with its default
+    const char* group;       // of the help
+    std::variant<bool Typed::*, std::optional<std::string> Typed::*> member;
+};
+
+std::span<const Option> OptionTable();
+
+// Whether the command has the option.
+bool Has(const Command& command, const Option& option);
+// By one of its names; null when there is none.
+const Option* FindOption(std::string_view name);
+// "--json" of "--json", "--format" of "-o,--format".
+std::string LongName(const Option& option);
+
+} // namespace fcoectl

@@ -1,0 +1,25 @@
+// What the command line asks for, checked.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace fcoectl {
+
+struct Options {
+    std::string agentFile;              // empty: the registered one
+    std::string libraryFolder;          // --library-dir; empty: where the system finds the HBA library
+    std::optional<std::string> adapter; // as typed, not empty; none: all, or the only one
+    bool allAdapters = false;           // --all, of a command that works on one otherwise
+    bool json = false;
+    bool blocks = false; // --long
+    bool ascii = false;
+    bool dryRun = false;           // say what would be done
+    std::string wwpn = "auto";     // of a new or an existing port: in canonical form when it is a WWPN at all
+    std::string code;              // what `explain` explains; empty: all codes
+    std::optional<double> watch;   // seconds between two readings of the counters
+    unsigned count = 0;            // readings of --watch; 0: until Ctrl+C
+    std::optional<double> timeout; // seconds that an answer of the agent may take
+};
+
+} // namespace fcoectl

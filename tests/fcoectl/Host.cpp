@@ -15,6 +15,10 @@ class Captured : public fcoectl::Output {
     void Write(std::string_view text) override { out += text; }
     void WriteError(std::string_view text) override { err += text; }
     bool Failed() const override { return false; }
+    bool HasColours() const override { return colours; }
+    bool ErrorsHaveColours() const override { return colours; }
+
+    bool colours = false;
 
     std::string out;
     std::string err;
@@ -57,6 +61,7 @@ Answer Host::Run(std::vector<std::string> arguments) {
 
 Answer Host::RunPlain(const std::vector<std::string>& arguments) {
     Captured captured;
+    captured.colours = colours;
     const int exit = fcoectl::Run(arguments, captured);
     return {exit, captured.out, captured.err};
 }

@@ -28,6 +28,9 @@ class Host {
     explicit Host(const std::wstring& script = L"");
     ~Host();
 
+    // Whether what is written in this process can be coloured.
+    bool colours = false;
+
     // In this process; --agent is added.
     Answer Run(std::vector<std::string> arguments);
     // The same without --agent.

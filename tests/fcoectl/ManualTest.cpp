@@ -56,8 +56,10 @@ void ExpectTranscript(Host&& host, const std::vector<std::string>& arguments) {
 } // namespace
 
 TEST_F(Manual, TranscriptsAreWhatIsPrinted) {
-    for (const char* command : {"tree", "ports", "dcb"})
+    for (const char* command : {"tree", "hbas", "ports", "dcb", "disks"})
         ExpectTranscript(Host(), {command});
+    ExpectTranscript(Host(), {"luns", "--where", "os_lun=0", "--columns", "os_device_name,capacity,initiator"});
+    ExpectTranscript(Host(), {"ports", "-o", "jsonl", "--where", "kind=virtual*", "--columns", "port_wwn,fabric_name"});
     ExpectTranscript(Host(), {"hbas", "--long"});
     ExpectTranscript(Host(), {"vlans", "--json"});
     ExpectTranscript(Host(L"two"), {"ports", "--adapter", "CNA"});

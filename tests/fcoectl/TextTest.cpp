@@ -25,10 +25,6 @@ TEST(Text, ControlCharactersAreShownAsHex) {
     EXPECT_EQ("\\x00", Printable(std::string_view("\0", 1)));
 }
 
-TEST(Text, CharactersAreCountedNotBytes) {
-    EXPECT_EQ(4u, CharacterCount("\xC3\xA4\xE2\x82\xAC\xF0\x9F\x92\xBEx"));
-}
-
 TEST(Text, SystemMessageEndsWithItsNumber) {
     const std::string text = SystemMessage(ERROR_MOD_NOT_FOUND);
     EXPECT_TRUE(text.ends_with("(error 126)")) << text;

@@ -6,8 +6,8 @@
 #include <fmt/format.h>
 
 #include "tools/fcoectl/LogHint.h"
-#include "tools/reading/Registry.h"
 #include "tools/fcoectl/Text.h"
+#include "tools/reading/Registry.h"
 
 namespace fcoectl {
 namespace {

@@ -31,6 +31,9 @@ class ClosableOutput : public Output {
         return m_closed || m_output.Failed();
     }
 
+    bool HasColours() const override { return m_output.HasColours(); }
+    bool ErrorsHaveColours() const override { return m_output.ErrorsHaveColours(); }
+
     // From now on the other output may be gone.
     void Close() {
         const std::lock_guard guard(m_mutex);

@@ -6,6 +6,7 @@
 #include "tools/fcoectl/Options.h"
 #include "tools/fcoectl/Output.h"
 #include "tools/fcoectl/Report.h"
+#include "tools/fcoectl/Sheet.h"
 
 namespace fcoectl {
 
@@ -32,7 +33,7 @@ enum Takes : unsigned {
     TAKES_AGENT = 1,     // --agent: it loads the agent, or tells of it
     TAKES_ADAPTER = 2,   // --adapter, all adapters without it
     TAKES_ONE = 4,       // --adapter, needed when there are several
-    TAKES_LONG = 8,      // --long
+    TAKES_LIST = 8,      // what lists take: forms, columns, conditions
     TAKES_ASCII = 16,    // --ascii
     TAKES_WATCH = 32,    // --watch, --count
     TAKES_NEW = 64,      // a new port's WWPN or auto
@@ -58,6 +59,7 @@ struct Command {
     unsigned takes;
     const char* list; // JSON member that is there even when the command fails; null: none
     std::variant<Action, AgentAction> run;
+    SheetColumns (*columns)(const Options&) = nullptr; // of a command that takes what lists take
 };
 
 } // namespace fcoectl

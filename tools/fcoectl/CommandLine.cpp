@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <memory>
+#include <stdexcept>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -10,6 +11,7 @@
 #include "tools/fcoectl/Commands.h"
 #include "tools/fcoectl/Help.h"
 #include "tools/fcoectl/OptionTable.h"
+#include "tools/fcoectl/Query.h"
 #include "tools/fcoectl/Wwn.h"
 
 namespace fcoectl {
@@ -17,8 +19,6 @@ namespace {
 
 constexpr double DEFAULT_WATCH_SECONDS = 5;
 constexpr unsigned MAXIMUM_COUNT = 1000000;
-
-constexpr char JSON_OPTION[] = "--json";
 
 // The seconds of an option, at least a tenth and at most a day.
 double Seconds(const char* option, const std::string& text) {
@@ -38,11 +38,39 @@ unsigned Count(const std::string& text) {
     return count;
 }
 
+Form FormOf(const Typed& typed) {
+    constexpr std::pair<const char*, Form> forms[] = {{"table", Form::Table}, {"long", Form::Long},
+                                                      {"csv", Form::Csv},     {"tsv", Form::Tsv},
+                                                      {"json", Form::Json},   {"jsonl", Form::JsonLines}};
+    if (typed.json + typed.blocks + typed.form.has_value() > 1)
+        throw CLI::ValidationError("--format", "--json and --long do not go with one another");
+    if (!typed.form)
+        return typed.json ? Form::Json : typed.blocks ? Form::Long : Form::Table;
+    for (const auto& [name, form] : forms)
+        if (*typed.form == name)
+            return form;
+    throw CLI::ValidationError("--format",
+                               fmt::format("'{}' is none of table, long, csv, tsv, json and jsonl", *typed.form));
+}
+
+// What only lists have.
+void CheckList(const Typed& typed, const Command& command, Options& options) {
+    try {
+        options.query =
+            ParseQuery(typed.columns.value_or(""), typed.sort.value_or(""), typed.where, command.columns(options));
+    } catch (const std::invalid_argument& problem) {
+        throw CLI::ParseError(problem.what(), CLI::ExitCodes::ValidationError);
+    }
+    options.header = !typed.noHeader;
+    if (typed.noHeader && options.form != Form::Table && options.form != Form::Csv && options.form != Form::Tsv)
+        throw CLI::ValidationError("--no-header", "is of table, csv and tsv");
+}
+
 // The options once all are known.
 Options Checked(const Typed& typed, const Command& command) {
     Options options;
-    options.json = typed.json;
-    options.blocks = typed.blocks;
+    options.form = FormOf(typed);
+    options.json = options.form == Form::Json;
     options.ascii = typed.ascii;
     options.dryRun = typed.dryRun;
     options.allAdapters = typed.all;
@@ -63,12 +91,16 @@ Options Checked(const Typed& typed, const Command& command) {
         throw CLI::ValidationError("--count", "needs --watch");
     if (options.watch && options.json && options.count == 0)
         throw CLI::ValidationError("--watch", "with --json needs --count, since the document must end");
-    if (options.watch && options.blocks)
+    if (options.watch && options.form == Form::Long)
         throw CLI::ValidationError("--watch", "shows a table; it does not go with --long");
+    if (command.columns)
+        CheckList(typed, command, options);
     if (!typed.arguments.empty()) {
         std::string& argument = command.takes & TAKES_CODE ? options.code : options.wwpn;
         argument = typed.arguments.front();
     }
+    if (!options.code.empty() && options.form == Form::Table && !typed.form)
+        options.form = Form::Long; // one code
     if (command.takes & (TAKES_NEW | TAKES_PORT))
         options.wwpn = CanonicalWwn(options.wwpn).value_or(options.wwpn);
     return options;
@@ -99,6 +131,11 @@ void AddOption(CLI::App& app, const Option& option, Typed& typed) {
     CLI::Option* added = nullptr;
     if (const auto* flag = std::get_if<bool Typed::*>(&option.member)) {
         added = app.add_flag(option.names, typed.**flag, option.description);
+    } else if (const auto* list = std::get_if<std::vector<std::string> Typed::*>(&option.member)) {
+        auto& texts = typed.**list;
+        added = app.add_option_function<std::string>(
+            option.names, [&texts](const std::string& text) { texts.push_back(text); }, option.description);
+        added->type_name(option.placeholder)->expected(1)->trigger_on_parse();
     } else {
         const auto member = std::get<std::optional<std::string> Typed::*>(option.member);
         added = app.add_option_function<std::string>(
@@ -159,13 +196,16 @@ bool IsValueOf(const std::string& option, const std::string& argument) {
     return found->value == ValueOf::Needed || (!argument.empty() && argument[0] >= '0' && argument[0] <= '9');
 }
 
-// "--adapter=" as "--adapter" and an empty text: the parser would take the next argument for the value.
-Arguments WithEmptyValues(const Arguments& arguments) {
+// "--adapter=" as "--adapter" and an empty text: the parser would take the next argument for the value. "--sort -name"
+// as "--sort=-name": it would take the value for an option.
+Arguments WithClearValues(const Arguments& arguments) {
     Arguments split;
     for (const std::string& argument : arguments) {
         const Option* option = argument.ends_with('=') ? FindOption(argument.substr(0, argument.size() - 1)) : nullptr;
         if (option && option->value != ValueOf::Flag)
             split.insert(split.end(), {argument.substr(0, argument.size() - 1), ""});
+        else if (!split.empty() && split.back() == "--sort" && argument.starts_with("-"))
+            split.back() += '=' + argument;
         else
             split.push_back(argument);
     }
@@ -208,6 +248,17 @@ Words ReadWords(const CLI::App& root, const Arguments& arguments) {
     return words;
 }
 
+// Of a command line that is not understood.
+bool AsksForJson(const Arguments& arguments) {
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const bool valueFollows = (arguments[i] == "-o" || arguments[i] == "--format") && i + 1 < arguments.size();
+        if (arguments[i] == "--json" || arguments[i] == "-ojson" || arguments[i] == "--format=json" ||
+            (valueFollows && arguments[i + 1] == "json"))
+            return true;
+    }
+    return false;
+}
+
 std::string FirstLine(std::string text) {
     text.resize(std::min(text.find('\n'), text.size()));
     return text;
@@ -235,7 +286,7 @@ Request ParseCommandLine(const std::vector<std::string>& arguments) {
     }
     NameHelp(root);
 
-    const Words words = ReadWords(root, WithEmptyValues(arguments));
+    const Words words = ReadWords(root, WithClearValues(arguments));
     request.usage = words.problem;
     request.hint = fmt::format("Try 'fcoectl {}{}--help'.", words.known, words.known.empty() ? "" : " ");
     try {
@@ -253,7 +304,7 @@ Request ParseCommandLine(const std::vector<std::string>& arguments) {
     } catch (const CLI::ParseError& error) {
         request.usage = FirstLine(error.what());
     }
-    request.options.json = std::ranges::find(arguments, JSON_OPTION) != arguments.end();
+    request.options.json = AsksForJson(arguments);
     return request;
 }
 

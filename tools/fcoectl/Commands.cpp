@@ -4,44 +4,56 @@
 
 #include "FcoeAgent/FcoeRecords.h"
 #include "tools/fcoectl/ChangeCommands.h"
+#include "tools/fcoectl/Disks.h"
 #include "tools/fcoectl/Explain.h"
 #include "tools/fcoectl/ListCommands.h"
+#include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Statistics.h"
 
 namespace fcoectl {
 namespace {
 
-constexpr unsigned LISTING = TAKES_AGENT | TAKES_ADAPTER | TAKES_LONG;
+constexpr unsigned LISTING = TAKES_AGENT | TAKES_ADAPTER | TAKES_LIST;
 constexpr unsigned ONE = TAKES_AGENT | TAKES_ONE;
 
+template <class Record> SheetColumns RecordColumns(const Options&) {
+    return ColumnsOf<Record>();
+}
+
 constexpr Command COMMANDS[] = {
-    {"hbas", "List the FCoE adapter ports (HBAs).", LISTING, "hbas", ListHBAs},
+    {"hbas", "List the FCoE adapter ports (HBAs).", LISTING, "hbas", ListHBAs, HbaColumns},
     {"fabrics", "List the fabrics that the adapters see, physical and virtual.", LISTING, "fabrics",
-     List<QEL_FCOE_FABRIC>},
+     List<QEL_FCOE_FABRIC>, RecordColumns<QEL_FCOE_FABRIC>},
     {"ports", "List the Fibre Channel ports of the adapters, physical and virtual.", LISTING, "ports",
-     List<QEL_FCOE_PORT>},
-    {"targets", "List the targets that the ports reach.", LISTING, "targets", List<QEL_FCOE_TARGET>},
-    {"luns", "List the logical units behind the targets.", LISTING, "luns", List<QEL_FCOE_LUN>},
-    {"vlans", "List the VLANs on which FCoE runs.", LISTING, "vlans", List<QEL_FCOE_VLAN>},
+     List<QEL_FCOE_PORT>, RecordColumns<QEL_FCOE_PORT>},
+    {"targets", "List the targets that the ports reach.", LISTING, "targets", List<QEL_FCOE_TARGET>,
+     RecordColumns<QEL_FCOE_TARGET>},
+    {"luns", "List the logical units behind the targets.", LISTING, "luns", List<QEL_FCOE_LUN>,
+     RecordColumns<QEL_FCOE_LUN>},
+    {"disks", "List the disks of the operating system, each with the paths that lead to it.", LISTING, "disks",
+     ListDisks, DiskColumns},
+    {"vlans", "List the VLANs on which FCoE runs.", LISTING, "vlans", List<QEL_FCOE_VLAN>,
+     RecordColumns<QEL_FCOE_VLAN>},
     {"stats", "Show the counters of the adapter ports, or their rates.", LISTING | TAKES_WATCH, "statistics",
-     ShowStatistics},
+     ShowStatistics, StatisticColumns},
     {"tree", "Show each adapter with its fabrics, ports, targets and LUNs.", TAKES_AGENT | TAKES_ADAPTER | TAKES_ASCII,
      "adapters", ShowTree},
-    {"dcb", "Tell whether DCB makes each adapter's link fit for FCoE, and what to do if not.",
-     TAKES_AGENT | TAKES_ADAPTER, "links", ShowLinks},
-    {"vport list", "List the NPIV virtual ports.", LISTING, "ports", ListVPorts},
+    {"dcb", "Tell whether DCB makes each adapter's link fit for FCoE, and what to do if not.", LISTING, "links",
+     ShowLinks, LinkColumns},
+    {"vport list", "List the NPIV virtual ports.", LISTING, "ports", ListVPorts, RecordColumns<QEL_FCOE_PORT>},
     {"vport create", "Create an NPIV virtual port.", ONE | TAKES_NEW | TAKES_DRY_RUN, nullptr, CreateVPort},
     {"vport delete", "Delete an NPIV virtual port.", TAKES_AGENT | TAKES_PORT | TAKES_DRY_RUN, nullptr, DeleteVPort},
     {"wwpn", "Generate an unused port name without creating a port.", ONE, nullptr, GenerateWWPN},
     {"rescan", "Have an adapter look for its targets again.", ONE | TAKES_ALL | TAKES_DRY_RUN, nullptr, Rescan},
-    {"explain", "Explain an error code of the agent or an exit code of this program.", TAKES_CODE, "codes",
-     ExplainCodes},
+    {"explain", "Explain an error code of the agent or an exit code of this program.", TAKES_CODE | TAKES_LIST, "codes",
+     ExplainCodes, CodeColumns},
     {"version", "Show the versions of this program and of the agent.", TAKES_AGENT, nullptr, ShowVersion},
 };
 
 // What a command is said to take is what it gets.
 static_assert(std::ranges::all_of(COMMANDS, [](const Command& command) {
-    return std::holds_alternative<AgentAction>(command.run) == LoadsAgent(command.takes);
+    return std::holds_alternative<AgentAction>(command.run) == LoadsAgent(command.takes) &&
+           (command.columns != nullptr) == ((command.takes & TAKES_LIST) != 0);
 }));
 
 } // namespace

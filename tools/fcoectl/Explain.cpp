@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "tools/fcoectl/Agent.h"
-#include "tools/fcoectl/Table.h"
+#include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/Text.h"
 
 namespace fcoectl {
@@ -77,29 +77,21 @@ std::optional<std::string> FileVersion(const std::wstring& file) {
 
 } // namespace
 
+SheetColumns CodeColumns(const Options&) {
+    return {{"code", "CODE", true, Format::Code, 1},
+            {"kind", "KIND"},
+            {"name", "NAME", false, Format::Plain, 2},
+            {"meaning", "MEANING", false, Format::Plain, 3},
+            {"advice", "ADVICE"},
+            {"exit_code", "EXIT CODE", true}};
+}
+
 void ExplainCodes(Context& context) {
-    const std::vector<Explained> codes = Select(context.options.code);
-    Json list = Json::array();
-    Table table({{"CODE", Align::Right}, {"NAME"}, {"MEANING"}});
-    for (const Explained& code : codes) {
-        list.push_back({{"code", code.code},
-                        {"kind", code.kind},
-                        {"name", code.exit.name},
-                        {"meaning", code.meaning},
-                        {"advice", code.advice},
-                        {"exit_code", static_cast<int>(code.exit.value)}});
-        table.Add({code.shown, code.exit.name, code.meaning});
-    }
-    if (context.options.json)
-        context.report.body["codes"] = std::move(list);
-    else if (codes.size() > 1)
-        context.output.Write(table.Text());
-    else
-        context.output.Write(Block({{"CODE", codes.front().shown},
-                                    {"NAME", codes.front().exit.name},
-                                    {"MEANING", codes.front().meaning},
-                                    {"ADVICE", codes.front().advice},
-                                    {"EXIT CODE", fmt::format("{}", static_cast<int>(codes.front().exit.value))}}));
+    Sheet sheet{CodeColumns(context.options), {}};
+    for (const Explained& code : Select(context.options.code))
+        sheet.rows.push_back(
+            {code.code, code.kind, code.exit.name, code.meaning, code.advice, static_cast<int>(code.exit.value)});
+    ShowSheet(context, "codes", std::move(sheet));
 }
 
 void ShowVersion(Context& context) {

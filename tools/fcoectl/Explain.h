@@ -6,6 +6,7 @@
 namespace fcoectl {
 
 void ExplainCodes(Context& context);
+SheetColumns CodeColumns(const Options& options);
 void ShowVersion(Context& context);
 
 } // namespace fcoectl

@@ -11,16 +11,16 @@ struct KnownStatus {
 };
 
 constexpr KnownStatus STATUSES[] = {
-    {IDS_QEL_LINK_UP, {"usable", "FCoE can be used: priority flow control is on for its priority."}},
+    {IDS_QEL_LINK_UP, USABLE_LINK},
     {IDS_QEL_LINK_PORT_OFFLINE, {"offline", "The port is not online: check cable, switch port and driver."}},
     {IDS_QEL_LINK_QUERY_FAILED, {"query_failed", "The DCB service failed: see the agent's log, restart OrvanDCB."}},
-    {IDS_QEL_LINK_REASON_1_OR_2, {"reserved", "DCB holds the link back for a reason without further explanation."}},
-    {IDS_QEL_LINK_REASON_UNKNOWN, {"unknown", "DCB cannot tell: check that the switch speaks DCBX on this port."}},
+    {IDS_QEL_LINK_REASON_1_OR_2, {"reserved", "DCB holds the link back and does not tell why."}},
+    {IDS_QEL_LINK_REASON_UNKNOWN, {"unknown", "DCB cannot tell: the switch must speak DCBX on this port."}},
     {IDS_QEL_LINK_NO_USER_PRIORITY, {"no_priority", "FCoE has no user priority: configure it on the switch."}},
-    {IDS_QEL_LINK_DCB_DISABLED, {"dcb_off", "DCB is off, or its service does not run: enable DCB, start OrvanDCB."}},
-    {IDS_QEL_LINK_REASON_5, {"reserved", "DCB holds the link back for a reason without further explanation."}},
-    {IDS_QEL_LINK_REASON_6, {"reserved", "DCB holds the link back for a reason without further explanation."}},
-    {IDS_QEL_LINK_PFC_MISMATCH, {"pfc_mismatch", "Enable priority flow control for the FCoE priority on the switch."}},
+    {IDS_QEL_LINK_DCB_DISABLED, {"dcb_off", "DCB is off, or OrvanDCB does not run: enable DCB, start it."}},
+    {IDS_QEL_LINK_REASON_5, {"reserved", "DCB holds the link back and does not tell why."}},
+    {IDS_QEL_LINK_REASON_6, {"reserved", "DCB holds the link back and does not tell why."}},
+    {IDS_QEL_LINK_PFC_MISMATCH, {"pfc_mismatch", "Enable priority flow control for FCoE on the switch."}},
     {IDS_QEL_LINK_APP_DISABLED_BY_PEER, {"application_off_remote", "Enable the FCoE application TLV on the switch."}},
     {IDS_QEL_LINK_PFC_DISABLED_LOCALLY, {"pfc_off_local", "Enable priority flow control on the adapter."}},
     {IDS_QEL_LINK_APP_DISABLED_LOCALLY,

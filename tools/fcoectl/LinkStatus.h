@@ -12,6 +12,9 @@ struct LinkStatus {
     const char* meaning; // a sentence
 };
 
+// Of a link that carries FCoE.
+inline constexpr LinkStatus USABLE_LINK{"usable", "FCoE can be used: its priority has flow control."};
+
 // The agent tells the status as a text of the common library; the text is looked up there. An empty text has the state
 // "unread", one that is not among them "unrecognized".
 LinkStatus ExplainLinkStatus(const CQelString& status);

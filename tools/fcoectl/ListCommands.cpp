@@ -8,28 +8,27 @@
 #include "tools/fcoectl/Agent.h"
 #include "tools/fcoectl/LinkStatus.h"
 #include "tools/fcoectl/LogHint.h"
-#include "tools/fcoectl/Table.h"
+#include "tools/fcoectl/Records.h"
+#include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/Tree.h"
 
 namespace fcoectl {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr ULONG FIRST_VIRTUAL_PORT_TYPE = 2;
+constexpr unsigned PLACE_OF_STATE = 2;
 
-// The records in the form that was asked for.
+Tone StateTone(const nlohmann::ordered_json& state) {
+    return state == USABLE_LINK.state ? Tone::Plain : Tone::Alarm;
+}
+Tone MeaningTone(const nlohmann::ordered_json& meaning) {
+    return meaning == USABLE_LINK.meaning ? Tone::Plain : Tone::Alarm;
+}
+
 template <class Record> void Show(Context& context, const std::vector<Record>& records) {
     const char* list = Describe<Record>().list;
-    if (context.options.json) {
-        Json array = Json::array();
-        for (const Record& record : records)
-            array.push_back(ToJson(record));
-        context.report.body[list] = std::move(array);
-    } else {
-        context.output.Write(context.options.blocks ? BlocksOf(records) : TableOf(records));
-    }
+    ShowSheet(context, list, SheetOf(records));
     if (records.empty() && context.report.complete)
         context.report.notes.push_back(fmt::format("The agent knows no {}.", list));
 }
@@ -63,10 +62,6 @@ template void List<QEL_FCOE_TARGET>(AgentContext& context);
 template void List<QEL_FCOE_LUN>(AgentContext& context);
 template void List<QEL_FCOE_VLAN>(AgentContext& context);
 
-void ListHBAs(AgentContext& context) {
-    Show(context, ReadHBAs(context));
-}
-
 void ListVPorts(AgentContext& context) {
     std::vector<QEL_FCOE_PORT> ports = ReadChosen<QEL_FCOE_PORT>(context);
     std::erase_if(ports, [](const auto& port) { return port.ulPortType < FIRST_VIRTUAL_PORT_TYPE; });
@@ -97,22 +92,37 @@ void ShowTree(AgentContext& context) {
         context.report.notes.emplace_back(NO_ADAPTER);
 }
 
+SheetColumns HbaColumns(const Options&) {
+    SheetColumns columns = ColumnsOf<QEL_FCOE_HBA>();
+    columns.push_back({"state", "STATE", false, Format::Plain, PLACE_OF_STATE, StateTone});
+    return columns;
+}
+
+void ListHBAs(AgentContext& context) {
+    const auto hbas = ReadHBAs(context);
+    Sheet sheet = SheetOf(hbas);
+    sheet.columns = HbaColumns(context.options);
+    for (std::size_t i = 0; i < hbas.size(); ++i)
+        sheet.rows[i].emplace_back(ExplainLinkStatus(hbas[i].strFcoeLinkStatus).state);
+    ShowSheet(context, Describe<QEL_FCOE_HBA>().list, std::move(sheet));
+}
+
+SheetColumns LinkColumns(const Options&) {
+    return {{"device_id", "DEVICE ID"},
+            {"second_id", "NAME", false, Format::Plain, 1},
+            {"fcoe_link_status", "FCOE LINK STATUS"},
+            {"state", "STATE"},
+            {"meaning", "MEANING", false, Format::Plain, 2, MeaningTone}};
+}
+
 void ShowLinks(AgentContext& context) {
-    Table table({{"NAME"}, {"DEVICE ID"}, {"FCOE LINK STATUS"}, {"MEANING"}});
-    Json links = Json::array();
+    Sheet sheet{LinkColumns(context.options), {}};
     for (const QEL_FCOE_HBA& hba : ReadHBAs(context)) {
         const LinkStatus link = ExplainLinkStatus(hba.strFcoeLinkStatus);
-        table.Add({ToUtf8(hba.strSecondId), ToUtf8(hba.strDeviceId), ToUtf8(hba.strFcoeLinkStatus), link.meaning});
-        links.push_back({{"device_id", ToUtf8(hba.strDeviceId)},
-                         {"second_id", ToUtf8(hba.strSecondId)},
-                         {"fcoe_link_status", ToUtf8(hba.strFcoeLinkStatus)},
-                         {"state", link.state},
-                         {"meaning", link.meaning}});
+        sheet.rows.push_back({ToUtf8(hba.strDeviceId), ToUtf8(hba.strSecondId), ToUtf8(hba.strFcoeLinkStatus),
+                              link.state, link.meaning});
     }
-    if (context.options.json)
-        context.report.body["links"] = std::move(links);
-    else
-        context.output.Write(table.Text());
+    ShowSheet(context, "links", std::move(sheet));
 }
 
 } // namespace fcoectl

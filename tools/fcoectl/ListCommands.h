@@ -9,8 +9,10 @@ namespace fcoectl {
 template <class Record> void List(AgentContext& context);
 
 void ListHBAs(AgentContext& context);
+SheetColumns HbaColumns(const Options& options);
 void ListVPorts(AgentContext& context);
 void ShowTree(AgentContext& context);
 void ShowLinks(AgentContext& context);
+SheetColumns LinkColumns(const Options& options);
 
 } // namespace fcoectl

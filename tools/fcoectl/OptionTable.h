@@ -15,6 +15,7 @@ namespace fcoectl {
 struct Typed {
     bool json = false;
     bool blocks = false;
+    bool noHeader = false;
     bool ascii = false;
     bool all = false;
     bool dryRun = false;
@@ -24,12 +25,16 @@ struct Typed {
     std::optional<std::string> watch; // empty: without a value
     std::optional<std::string> count;
     std::optional<std::string> timeout;
+    std::optional<std::string> form;
+    std::optional<std::string> columns;
+    std::optional<std::string> sort;
+    std::vector<std::string> where;
     std::vector<std::string> arguments; // what is no option
 };
 
 enum class ValueOf {
-    Flag, // takes none
-    Needed,
+    Flag,   // takes none
+    Needed, // each time it is given
     Optional,
 };
 
@@ -40,7 +45,7 @@ struct Option {
     const char* placeholder; // of the value
     const char* description; // with its default
     const char* group;       // of the help
-    std::variant<bool Typed::*, std::optional<std::string> Typed::*> member;
+    std::variant<bool Typed::*, std::optional<std::string> Typed::*, std::vector<std::string> Typed::*> member;
 };
 
 std::span<const Option> OptionTable();

@@ -1,18 +1,41 @@
 // What the command line asks for, checked.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace fcoectl {
+
+// Of a list.
+enum class Form { Table, Long, Csv, Tsv, Json, JsonLines };
+
+// Columns stand by their place in the command's list of them.
+struct Query {
+    struct SortKey {
+        std::size_t column;
+        bool descending;
+    };
+    struct Condition {
+        std::size_t column;
+        std::string glob;
+    };
+
+    std::vector<std::size_t> columns; // empty: the usual ones
+    std::vector<SortKey> sort;
+    std::vector<Condition> where; // all of them
+};
 
 struct Options {
     std::string agentFile;              // empty: the registered one
     std::string libraryFolder;          // --library-dir; empty: where the system finds the HBA library
     std::optional<std::string> adapter; // as typed, not empty; none: all, or the only one
     bool allAdapters = false;           // --all, of a command that works on one otherwise
-    bool json = false;
-    bool blocks = false; // --long
+    Form form = Form::Table;
+    bool json = false; // one document
+    Query query;
+    bool header = true;
     bool ascii = false;
     bool dryRun = false;           // say what would be done
     std::string wwpn = "auto";     // of a new or an existing port: in canonical form when it is a WWPN at all

@@ -37,7 +37,20 @@ namespace {
     return true;
 }
 
+bool IsColouredConsole(DWORD standardHandle) {
+    const HANDLE handle = GetStdHandle(standardHandle);
+    DWORD mode = 0;
+    return GetConsoleMode(handle, &mode) && SetConsoleMode(handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+
 } // namespace
+
+StandardOutput::StandardOutput() {
+    if (GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) > 1) // 1: set and empty
+        return;
+    m_colours = IsColouredConsole(STD_OUTPUT_HANDLE);
+    m_errorColours = IsColouredConsole(STD_ERROR_HANDLE);
+}
 
 void StandardOutput::Write(std::string_view text) {
     if (!WriteTo(STD_OUTPUT_HANDLE, text))

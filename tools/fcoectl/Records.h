@@ -1,4 +1,4 @@
-// One description per record type: what every rendering (table, blocks, JSON) knows of its fields.
+// One description per record type: what every form of output knows of its fields.
 #pragma once
 
 #include <cstdint>
@@ -9,25 +9,16 @@
 #include <nlohmann/json.hpp>
 
 #include "FcoeAgent/FcoeRecords.h"
+#include "tools/fcoectl/Sheet.h"
 
 namespace fcoectl {
-
-enum class Format {
-    Plain,
-    Hex, // tables show a number as 0x and at least six digits; JSON keeps the number
-};
-
-enum class Shown {
-    Always,
-    Detail, // only in blocks and JSON
-};
 
 template <class Record> struct Field {
     const char* key;   // of the JSON member
     const char* title; // of the column
     std::variant<CQelString Record::*, ULONG Record::*, LONG64 Record::*, BYTE (Record::*)[8]> member;
+    unsigned place = 0; // in the table, see SheetColumn
     Format format = Format::Plain;
-    Shown shown = Shown::Always;
 
     bool IsNumber() const {
         return std::holds_alternative<ULONG Record::*>(member) || std::holds_alternative<LONG64 Record::*>(member);
@@ -50,12 +41,10 @@ template <> const RecordType<QEL_FCOE_LUN>& Describe();
 template <> const RecordType<QEL_FCOE_VLAN>& Describe();
 
 // A field's value: a text as it is (UTF-8), a number, or eight bytes as a World Wide Name.
-using Value = std::variant<std::string, std::int64_t>;
-std::string ValueText(const Value& value, Format format);
 std::string WwnText(const BYTE (&bytes)[8]);
 std::string FieldText(const CQelString& text);
 
-template <class Record> Value ValueOf(const Field<Record>& field, const Record& record) {
+template <class Record> nlohmann::ordered_json ValueOf(const Field<Record>& field, const Record& record) {
     if (const auto* text = std::get_if<CQelString Record::*>(&field.member))
         return FieldText(record.**text);
     if (const auto* number = std::get_if<ULONG Record::*>(&field.member))
@@ -69,8 +58,25 @@ template <class Record> Value ValueOf(const Field<Record>& field, const Record& 
 template <class Record> nlohmann::ordered_json ToJson(const Record& record) {
     auto object = nlohmann::ordered_json::object();
     for (const Field<Record>& field : Describe<Record>().fields)
-        std::visit([&](const auto& value) { object[field.key] = value; }, ValueOf(field, record));
+        object[field.key] = ValueOf(field, record);
     return object;
+}
+
+template <class Record> SheetColumns ColumnsOf() {
+    SheetColumns columns;
+    for (const Field<Record>& field : Describe<Record>().fields)
+        columns.push_back({field.key, field.title, field.IsNumber(), field.format, field.place});
+    return columns;
+}
+
+template <class Record> Sheet SheetOf(const std::vector<Record>& records) {
+    Sheet sheet{ColumnsOf<Record>(), {}};
+    for (const Record& record : records) {
+        auto& row = sheet.rows.emplace_back();
+        for (const Field<Record>& field : Describe<Record>().fields)
+            row.push_back(ValueOf(field, record));
+    }
+    return sheet;
 }
 
 } // namespace fcoectl

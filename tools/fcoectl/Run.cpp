@@ -49,6 +49,11 @@ std::optional<Failure> Perform(const Command& command, Context& context) {
     return std::nullopt;
 }
 
+// Errors in red where that can be.
+void Complain(Output& output, const std::string& text) {
+    output.WriteError(output.ErrorsHaveColours() ? "\x1B[31m" + text + "\x1B[0m" : text);
+}
+
 Report EmptyReport(const Command& command) {
     Report report;
     if (command.list)
@@ -114,7 +119,7 @@ int RunCommand(const Request& request, Output& output) {
         for (const std::string& note : report.notes)
             output.WriteError(fmt::format("fcoectl: {}\n", Printable(note)));
         if (failure)
-            output.WriteError(Messages(*failure));
+            Complain(output, Messages(*failure));
     }
     return static_cast<int>(failure ? failure->Code() : Exit::Complete);
 }
@@ -124,7 +129,7 @@ int RefuseUsage(const Request& request, Output& output) {
     if (request.options.json)
         output.Write(Document("usage", {}, &failure));
     else
-        output.WriteError(fmt::format("fcoectl: {}\n{}\n", Printable(request.usage), request.hint));
+        Complain(output, fmt::format("fcoectl: {}\n{}\n", Printable(request.usage), request.hint));
     return static_cast<int>(Exit::Usage);
 }
 

@@ -6,8 +6,11 @@
 
 #include "tools/fcoectl/Adapters.h"
 #include "tools/fcoectl/Agent.h"
+#include "tools/fcoectl/Query.h"
 #include "tools/fcoectl/Rates.h"
-#include "tools/fcoectl/Table.h"
+#include "tools/fcoectl/Records.h"
+#include "tools/fcoectl/Rendering.h"
+#include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/TimeLimit.h"
 
 namespace fcoectl {
@@ -17,6 +20,8 @@ using Json = nlohmann::ordered_json;
 using Clock = std::chrono::steady_clock;
 using Records = std::vector<QEL_FCOE_STATISTIC>;
 using Rates = std::vector<std::optional<double>>;
+
+constexpr char SECONDS[] = "seconds"; // since the first reading
 
 // While it lives, Ctrl+C ends the waiting instead of the process.
 class Interruption {
@@ -48,26 +53,29 @@ class Interruption {
     static inline HANDLE s_event = nullptr;
 };
 
-std::string RatesTable(const Records& records, const Rates& rates) {
-    std::vector<Column> columns = ColumnsOf<QEL_FCOE_STATISTIC>();
-    columns.push_back({"PER SECOND", Align::Right});
-    Table table(std::move(columns));
+// With the rates, and in the forms that have nothing else to tell it, the time of the reading.
+Sheet RatesSheet(const Options& options, const Records& records, const Rates& rates, double seconds) {
+    Sheet sheet{StatisticColumns(options), {}};
     for (std::size_t i = 0; i < records.size(); ++i) {
-        std::vector<std::string> cells = CellsOf(records[i]);
-        cells.push_back(rates[i] ? fmt::format("{:.1f}", *rates[i]) : "");
-        table.Add(std::move(cells));
+        auto& row = sheet.rows.emplace_back();
+        if (sheet.columns.front().key == SECONDS)
+            row.emplace_back(seconds);
+        for (const Field<QEL_FCOE_STATISTIC>& field : Describe<QEL_FCOE_STATISTIC>().fields)
+            row.push_back(ValueOf(field, records[i]));
+        row.push_back(rates[i] ? Json(*rates[i]) : Json(nullptr));
     }
-    return table.Text();
+    return Arranged(std::move(sheet), options.query, options.form);
 }
 
-Json Sample(const Records& records, const Rates& rates, double seconds) {
-    Json list = Json::array();
-    for (std::size_t i = 0; i < records.size(); ++i) {
-        Json object = ToJson(records[i]);
-        object["per_second"] = rates[i] ? Json(*rates[i]) : Json(nullptr);
-        list.push_back(std::move(object));
-    }
-    return {{"seconds", seconds}, {"statistics", std::move(list)}};
+// What is written of one reading.
+std::string Sample(const Context& context, const Sheet& sheet, double seconds, bool first) {
+    const Options& options = context.options;
+    const Style style{options.header && (first || options.form == Form::Table), context.output.HasColours()};
+    if (options.form == Form::JsonLines)
+        return JsonLine({{"seconds", seconds}, {"statistics", JsonOf(sheet)}});
+    const std::string rendered = Rendered(sheet, options.form, style);
+    return options.form == Form::Table ? fmt::format("{}After {:.1f} s\n{}", first ? "" : "\n", seconds, rendered)
+                                       : rendered;
 }
 
 void Watch(AgentContext& context) {
@@ -88,11 +96,11 @@ void Watch(AgentContext& context) {
             start = now;
         const auto since = [&](Clock::time_point then) { return std::chrono::duration<double>(now - then).count(); };
         const Rates rates = RatesBetween(before, reading.records, taken ? since(earlier) : 0);
+        const Sheet sheet = RatesSheet(context.options, reading.records, rates, since(start));
         if (context.options.json)
-            samples.push_back(Sample(reading.records, rates, since(start)));
+            samples.push_back({{"seconds", since(start)}, {"statistics", JsonOf(sheet)}});
         else
-            context.output.Write(fmt::format("{}After {:.1f} s\n{}", taken ? "\n" : "", since(start),
-                                             RatesTable(reading.records, rates)));
+            context.output.Write(Sample(context, sheet, since(start), !taken));
         if (context.output.Failed())
             break;
         before = std::move(reading.records);
@@ -106,16 +114,23 @@ void Watch(AgentContext& context) {
 
 } // namespace
 
+SheetColumns StatisticColumns(const Options& options) {
+    constexpr unsigned last = 9;
+    SheetColumns columns = ColumnsOf<QEL_FCOE_STATISTIC>();
+    if (!options.watch)
+        return columns;
+    columns.push_back({"per_second", "PER SECOND", true, Format::Rate, last});
+    if (options.form == Form::Csv || options.form == Form::Tsv)
+        columns.insert(columns.begin(), {SECONDS, "SECONDS", true, Format::Rate});
+    return columns;
+}
+
 void ShowStatistics(AgentContext& context) {
     if (context.options.watch)
         return Watch(context);
     const Reading<QEL_FCOE_STATISTIC> reading = context.agent.Read<QEL_FCOE_STATISTIC>(context.adapter.id);
     context.report.complete = reading.complete;
-    if (context.options.json)
-        for (const QEL_FCOE_STATISTIC& record : reading.records)
-            context.report.body["statistics"].push_back(ToJson(record));
-    else
-        context.output.Write(context.options.blocks ? BlocksOf(reading.records) : TableOf(reading.records));
+    ShowSheet(context, Describe<QEL_FCOE_STATISTIC>().list, SheetOf(reading.records));
     // The agent answers TRUE, too, when an adapter's counters cannot be read.
     if (reading.records.empty() && reading.complete)
         context.report.notes.push_back("No adapter's counters could be read, or there is no adapter.");

@@ -6,5 +6,6 @@
 namespace fcoectl {
 
 void ShowStatistics(AgentContext& context);
+SheetColumns StatisticColumns(const Options& options);
 
 } // namespace fcoectl

@@ -16,9 +16,6 @@ std::wstring FromUtf8(std::string_view text);
 // The text with its control characters as \xNN, so that no name can break a line or steer a terminal.
 std::string Printable(std::string_view utf8);
 
-// Characters of a UTF-8 text, for the width of a column.
-std::size_t CharacterCount(std::string_view utf8);
-
 // The system's text of a Win32 error with its number: "Module not found. (error 126)".
 std::string SystemMessage(DWORD error);
 

@@ -39,7 +39,7 @@ QEL_FCOE_HBA Hba(int index) {
     hba.strPortSpeed = L"10 Gbps";
     hba.strFcoeLinkStatus = Resource(index ? IDS_QEL_LINK_PFC_MISMATCH : IDS_QEL_LINK_UP);
     hba.strAdapterName = Text(L"orvan-fcoe-" + std::to_wstring(index));
-    hba.strModel = L"ON-2100";
+    hba.strModel = L"CX-"; // all that the agent gives of it
     return hba;
 }
 
@@ -115,6 +115,11 @@ QEL_FCOE_STATISTIC Counter(const QEL_FCOE_HBA& hba, UINT label) {
     auto statistic = Of<QEL_FCOE_STATISTIC>(hba);
     statistic.strLabel = Resource(label);
     statistic.llValue = (label - IDS_QEL_STAT_TX_FRAMES + 1) * 1000;
+    // As the agent counts: of words it makes kilobytes, and two of its counters are always 0.
+    if (label == IDS_QEL_STAT_TX_KILOBYTES || label == IDS_QEL_STAT_RX_KILOBYTES)
+        statistic.llValue = (statistic.llValue - 1000) * 4 / 1024;
+    if (label == IDS_QEL_STAT_TX_RESERVED || label == IDS_QEL_STAT_RX_RESERVED)
+        statistic.llValue = 0;
     return statistic;
 }
 

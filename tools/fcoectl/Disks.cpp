@@ -1,0 +1,131 @@
+#include "tools/fcoectl/Disks.h"
+
+#include <algorithm>
+#include <cwchar>
+
+#include <fmt/format.h>
+
+#include "tools/fcoectl/Adapters.h"
+#include "tools/fcoectl/Agent.h"
+#include "tools/fcoectl/DiskSize.h"
+#include "tools/fcoectl/ShowSheet.h"
+#include "tools/fcoectl/Text.h"
+
+namespace fcoectl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Luns = std::vector<const QEL_FCOE_LUN*>; // of one disk
+
+std::vector<Luns> ByDevice(const std::vector<QEL_FCOE_LUN>& luns) {
+    std::vector<Luns> disks;
+    for (const QEL_FCOE_LUN& lun : luns) {
+        if (lun.strOsDeviceName.empty())
+            continue;
+        const auto found = std::ranges::find_if(disks, [&](const Luns& disk) {
+            return EqualIgnoringCase(disk.front()->strOsDeviceName, lun.strOsDeviceName);
+        });
+        if (found == disks.end())
+            disks.push_back({&lun});
+        else
+            found->push_back(&lun);
+    }
+    return disks;
+}
+
+// Without the blanks that fill the library's texts up; several values with ", " between.
+void AddOnce(std::string& texts, const CQelString& text) {
+    std::string trimmed = ToUtf8(text);
+    trimmed.erase(trimmed.find_last_not_of(' ') + 1);
+    const std::string separated = ", " + texts + ", ";
+    if (!trimmed.empty() && separated.find(", " + trimmed + ", ") == std::string::npos)
+        texts += (texts.empty() ? "" : ", ") + trimmed;
+}
+
+bool Reaches(const QEL_FCOE_TARGET& target, const QEL_FCOE_LUN& lun) {
+    return target.strDeviceId == lun.strDeviceId && target.strPortWWN == lun.strTargetPortWWN &&
+           target.strInitiatorPortWWN == lun.strInitiatorPortWWN;
+}
+
+Json PathOf(const QEL_FCOE_LUN& lun) {
+    return {{"second_id", ToUtf8(lun.strSecondId)},
+            {"device_id", ToUtf8(lun.strDeviceId)},
+            {"initiator_port_wwn", ToUtf8(lun.strInitiatorPortWWN)},
+            {"target_port_wwn", ToUtf8(lun.strTargetPortWWN)},
+            {"os_lun", lun.ulOsLun}};
+}
+
+} // namespace
+
+std::optional<std::uint64_t> BytesOfText(std::wstring_view capacity) {
+    constexpr std::pair<std::wstring_view, unsigned> units[] = {{L" MB", 20}, {L" GB", 30}, {L" TB", 40}};
+    const std::wstring text(capacity);
+    wchar_t* end = nullptr;
+    const std::uint64_t number = std::wcstoull(text.c_str(), &end, 10);
+    for (const auto& [unit, bits] : units)
+        if (end != text.c_str() && unit == end)
+            return number << bits;
+    return std::nullopt;
+}
+
+SheetColumns DiskColumns(const Options&) {
+    return {{"os_device_name", "DISK", false, Format::Plain, 1},
+            {"bytes", "BYTES", true, Format::Plain, 2},
+            {"bytes_source", "BYTES FROM", false, Format::Plain, 3},
+            {"capacity", "CAPACITY"},
+            {"block_size", "BLOCK SIZE"},
+            {"vendor", "VENDOR", false, Format::Plain, 4},
+            {"serial", "SERIAL", false, Format::Plain, 5},
+            {"path_count", "PATHS", true, Format::Plain, 6},
+            {"paths", "WAYS"}};
+}
+
+Sheet SheetOfDisks(const std::vector<QEL_FCOE_LUN>& luns, const std::vector<QEL_FCOE_TARGET>& targets,
+                   const SizeOf& sizeOf) {
+    Sheet sheet{DiskColumns({}), {}};
+    for (const Luns& disk : ByDevice(luns)) {
+        const QEL_FCOE_LUN& first = *disk.front();
+        const auto exact = sizeOf(first.strOsDeviceName);
+        const auto bytes = exact ? exact : BytesOfText(first.strCapacity);
+        std::string vendor;
+        std::string serial;
+        Json paths = Json::array();
+        for (const QEL_FCOE_LUN* lun : disk) {
+            paths.push_back(PathOf(*lun));
+            for (const QEL_FCOE_TARGET& target : targets)
+                if (Reaches(target, *lun)) {
+                    AddOnce(vendor, target.strVendor);
+                    AddOnce(serial, target.strSerial);
+                }
+        }
+        sheet.rows.push_back({ToUtf8(first.strOsDeviceName), bytes ? Json(*bytes) : Json(nullptr),
+                              exact   ? "disk"
+                              : bytes ? "capacity"
+                                      : "",
+                              ToUtf8(first.strCapacity), ToUtf8(first.strBlockSize), vendor, serial, disk.size(),
+                              std::move(paths)});
+    }
+    return sheet;
+}
+
+void ListDisks(AgentContext& context) {
+    const auto targets = context.agent.Read<QEL_FCOE_TARGET>(context.adapter.id);
+    const auto luns = context.agent.Read<QEL_FCOE_LUN>(context.adapter.id);
+    context.report.complete = targets.complete && luns.complete;
+    Sheet sheet = SheetOfDisks(luns.records, targets.records, DiskSize);
+    const auto fromText = std::ranges::count_if(sheet.rows, [](const auto& row) { return row[2] == "capacity"; });
+    const auto withoutDisk =
+        std::ranges::count_if(luns.records, [](const auto& lun) { return lun.strOsDeviceName.empty(); });
+    if (fromText)
+        context.report.notes.push_back(fmt::format("{} of {} disks cannot be asked for their size: their bytes are "
+                                                   "those of the capacity, which is rounded down.",
+                                                   fromText, sheet.rows.size()));
+    if (withoutDisk)
+        context.report.notes.push_back(fmt::format("{} logical unit{} no disk of the operating system.", withoutDisk,
+                                                   withoutDisk == 1 ? " is" : "s are"));
+    if (luns.records.empty() && context.report.complete)
+        context.report.notes.emplace_back("The agent knows no luns.");
+    ShowSheet(context, "disks", std::move(sheet));
+}
+
+} // namespace fcoectl

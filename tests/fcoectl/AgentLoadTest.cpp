@@ -40,11 +40,12 @@ TEST(AgentFile, MissingKeyIsNamed) {
     const PrivateHive hive;
     const Answer answer = Host().RunPlain({"hbas"});
     EXPECT_EQ(3, answer.exit);
-    EXPECT_EQ("fcoectl: The agent is not installed. The registry key "
-              "\"HKEY_LOCAL_MACHINE\\SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\FcoeAgnt\" with the value "
-              "\"InstalledDir\" is missing.\n"
-              "  Install the agent, or name its file with --agent FILE.\n",
-              answer.err);
+    EXPECT_EQ(
+        "fcoectl: The agent is not installed. The registry key "
+        "\"HKEY_LOCAL_MACHINE\\SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\FcoeAgnt\" with the value "
+        "\"InstalledDir\" is missing.\n"
+        "  Install the agent. --agent FILE does not help: the agent starts only from the file that its value names.\n",
+        answer.err);
 }
 
 TEST(AgentFile, MissingValueIsNamed) {

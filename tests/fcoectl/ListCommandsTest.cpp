@@ -102,7 +102,8 @@ TEST_P(Lists, ExhaustedMemoryInTheAgentIsReported) {
 TEST_P(Lists, UnknownExceptionOfTheAgentIsReported) {
     const Answer answer = Host(L"odd:" + std::wstring(GetParam().script)).Run({GetParam().command});
     EXPECT_EQ(6, answer.exit);
-    EXPECT_EQ("fcoectl: The agent ended the call with an unknown exception.\n", answer.err);
+    EXPECT_THAT(answer.err, StartsWith("fcoectl: The agent ended the call with an unknown exception.\n  Free memory"));
+    EXPECT_THAT(answer.err, HasSubstr("\n  The agent"));
 }
 
 TEST_P(Lists, LongFormShowsEveryField) {

@@ -45,8 +45,8 @@ class Manual : public testing::Test {
     wchar_t m_temp[MAX_PATH] = L"";
 };
 
-void ExpectTranscript(Host&& host, const std::vector<std::string>& arguments) {
-    const Answer answer = host.Run(arguments);
+void ExpectTranscript(Host&& host, const std::vector<std::string>& arguments, bool withAgent = true) {
+    const Answer answer = withAgent ? host.Run(arguments) : host.RunPlain(arguments);
     std::string command = "fcoectl";
     for (const std::string& argument : arguments)
         command += ' ' + argument;
@@ -66,6 +66,12 @@ TEST_F(Manual, TranscriptsAreWhatIsPrinted) {
     ExpectTranscript(Host(), {"vport", "delete", "2001001b21000001", "--dry-run"});
     ExpectTranscript(Host(L"refuse:203"), {"vport", "create", "20:01:00:1B:21"});
     ExpectTranscript(Host(L"refuse:203"), {"vport", "create", "20:01:00:1B:21", "--json"});
+    ExpectTranscript(Host(), {"prots"}, false);
+    ExpectTranscript(Host(), {"vlans", "--adaptor", "1"}, false);
+    ExpectTranscript(Host(), {"explain", "pfc_mismatch"}, false);
+    ExpectTranscript(Host(),
+                     {"explain", "CHBAAPIInt::InitHBAAPIMod", "InitializeLibrary", "failed", "-", "Status", "-", "3"},
+                     false);
     const fcoectl::Example* explain = fcoectl::FindExample("explain");
     ASSERT_NE(nullptr, explain);
     EXPECT_THAT(ManualText(), HasSubstr(Block(explain->command, explain->output)));

@@ -88,10 +88,15 @@ TEST(Program, LostOutputIsAFailure) {
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = CreateFileW(name.c_str(), GENERIC_READ, FILE_SHARE_READ, &inherit, OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(INVALID_HANDLE_VALUE, startup.hStdOutput);
+    const TempFolder folder;
+    const auto errors = folder.Path() / L"errors.txt";
+    startup.hStdError =
+        CreateFileW(errors.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr);
     PROCESS_INFORMATION process{};
     const std::wstring line = L"\"" + name.wstring() + L"\" explain";
     const bool started = StartProcess(line, true, startup, process);
     CloseHandle(startup.hStdOutput);
+    CloseHandle(startup.hStdError);
     ASSERT_TRUE(started);
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process.hProcess, 60000));
     DWORD exit = 0;
@@ -99,4 +104,5 @@ TEST(Program, LostOutputIsAFailure) {
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
     EXPECT_EQ(7u, exit);
+    EXPECT_THAT(ReadFileBytes(errors), HasSubstr("fcoectl: The output could not be written.\n"));
 }

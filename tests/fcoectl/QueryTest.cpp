@@ -57,8 +57,8 @@ TEST(Columns, OfATableHaveTheirPlaces) {
 TEST(Columns, AreNamedByKeyOrTitle) {
     EXPECT_EQ((Texts{"fc_id", "second_id", "fc_id"}), Keys("fc_id,Name,fc id", Form::Table));
     EXPECT_EQ((Texts{"fc_id"}), Keys("FC-ID", Form::Csv));
-    EXPECT_EQ("There is no column 'nmae'; there are: second_id, fc_id, lun.", Refused("nmae", {}));
-    EXPECT_THAT(Refused("lum", {}), HasSubstr("did you mean 'lun'?"));
+    EXPECT_EQ("There is no column 'nmae'. There are: second_id, fc_id, lun.", Refused("nmae", {}));
+    EXPECT_THAT(Refused("lum", {}), HasSubstr("'lum'; did you mean 'lun'? There are: "));
     EXPECT_NE("", Refused("lun,", {}));
 }
 

@@ -103,7 +103,8 @@ std::wstring AgentFile(const std::wstring& file) {
         const RegistryText agent = RegisteredAgent(AGENT_NAME);
         if (!agent.Found())
             throw Failure(Exit::AgentMissing, "The agent is not installed. " + agent.Problem(),
-                          {"Install the agent, or name its file with --agent FILE."});
+                          {"Install the agent. --agent FILE does not help: the agent starts only from the file that "
+                           "its value names."});
         return agent.text;
     }
     return FullPath(file);
@@ -115,9 +116,9 @@ Agent::Agent(const std::wstring& file, const std::wstring& libraryFolder)
     m_module.reset(
         LoadLibraryExW(m_path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS));
     if (!m_module)
-        throw Failure(Exit::AgentMissing, LoadProblem("agent's", m_path, GetLastError()),
-                      {file.empty() ? "The registry names this file; reinstall the agent, or pass --agent FILE."
-                                    : "Check the path after --agent."});
+        throw Failure(
+            Exit::AgentMissing, LoadProblem("agent's", m_path, GetLastError()),
+            {file.empty() ? "The registry names this file; reinstall the agent." : "Check the path after --agent."});
     const auto get =
         reinterpret_cast<PFN_GetFcoeAgent>(reinterpret_cast<void*>(GetProcAddress(m_module.get(), "GetFcoeAgent")));
     if (!get)

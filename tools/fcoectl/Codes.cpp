@@ -13,7 +13,7 @@ constexpr ExitCode EXIT_CODES[] = {
     {Exit::Usage, ENDS_ANY, "usage", "The command line is wrong; nothing was done.",
      "See 'fcoectl --help' or 'fcoectl COMMAND --help'."},
     {Exit::AgentMissing, ENDS_AGENT_USER, "agent_missing", "The agent is not installed or cannot be loaded.",
-     "Check the registry value and the file that the message names, or pass --agent FILE."},
+     "Check the registry value and the file that the message names; the agent starts from no other file."},
     {Exit::AgentRefused, ENDS_AGENT_USER, "agent_refused", "The agent was loaded but could not start.",
      "The message tells which registry value or module is at fault; usually the core agent is missing."},
     {Exit::AdapterUnknown, ENDS_AGENT_USER, "adapter_unknown", "The adapter is unknown, or one must be named.",

@@ -1,7 +1,10 @@
 // A command as the command line, the help and the dispatch see it, and what it gets when it runs.
 #pragma once
 
+#include <span>
+#include <string>
 #include <variant>
+#include <vector>
 
 #include "tools/fcoectl/Options.h"
 #include "tools/fcoectl/Output.h"
@@ -14,7 +17,16 @@ class Agent;
 struct Adapter;
 class TimeLimit;
 
+struct Command;
+
+// What commands that tell of the program itself need of it.
+struct Program {
+    std::span<const Command> commands;
+    std::string (*helpOf)(const std::vector<std::string>& words); // throws Failure when there is no such command
+};
+
 struct Context {
+    const Program& program;
     const Options& options;
     Output& output;
     Report& report;
@@ -30,17 +42,19 @@ struct AgentContext : Context {
 // What a command takes; combined.
 enum Takes : unsigned {
     TAKES_NOTHING = 0,
-    TAKES_AGENT = 1,     // --agent: it loads the agent, or tells of it
-    TAKES_ADAPTER = 2,   // --adapter, all adapters without it
-    TAKES_ONE = 4,       // --adapter, needed when there are several
-    TAKES_LIST = 8,      // what lists take: forms, columns, conditions
-    TAKES_ASCII = 16,    // --ascii
-    TAKES_WATCH = 32,    // --watch, --count
-    TAKES_NEW = 64,      // a new port's WWPN or auto
-    TAKES_PORT = 128,    // an existing port's WWPN; --adapter, the adapter that has the port without it
-    TAKES_CODE = 256,    // an error or exit code
-    TAKES_ALL = 512,     // --all
-    TAKES_DRY_RUN = 1024 // --dry-run
+    TAKES_AGENT = 1,      // --agent: it loads the agent, or tells of it
+    TAKES_ADAPTER = 2,    // --adapter, all adapters without it
+    TAKES_ONE = 4,        // --adapter, needed when there are several
+    TAKES_LIST = 8,       // what lists take: forms, columns, conditions
+    TAKES_ASCII = 16,     // --ascii
+    TAKES_WATCH = 32,     // --watch, --count
+    TAKES_NEW = 64,       // a new port's WWPN or auto
+    TAKES_PORT = 128,     // an existing port's WWPN; --adapter, the adapter that has the port without it
+    TAKES_CODE = 256,     // what `explain` explains
+    TAKES_ALL = 512,      // --all
+    TAKES_DRY_RUN = 1024, // --dry-run
+    TAKES_TOPIC = 2048,   // the words of a command, or none
+    TAKES_SHELL = 4096,   // the name of a shell
 };
 
 // Those that take an adapter load the agent.

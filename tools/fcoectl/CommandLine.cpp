@@ -7,11 +7,13 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "tools/fcoectl/Commands.h"
 #include "tools/fcoectl/Help.h"
 #include "tools/fcoectl/OptionTable.h"
 #include "tools/fcoectl/Query.h"
+#include "tools/fcoectl/Suggestion.h"
 #include "tools/fcoectl/Wwn.h"
 
 namespace fcoectl {
@@ -19,6 +21,11 @@ namespace {
 
 constexpr double DEFAULT_WATCH_SECONDS = 5;
 constexpr unsigned MAXIMUM_COUNT = 1000000;
+constexpr int MAXIMUM_WORDS = 1000;
+
+constexpr const char* GENERAL_OPTIONS[] = {"--help", "-h", "--version"};
+// What PowerShell makes of an identifier in braces without quotes.
+constexpr char POWERSHELL_SCRIPT[] = "-encodedCommand";
 
 // The seconds of an option, at least a tenth and at most a day.
 double Seconds(const char* option, const std::string& text) {
@@ -97,7 +104,8 @@ Options Checked(const Typed& typed, const Command& command) {
         CheckList(typed, command, options);
     if (!typed.arguments.empty()) {
         std::string& argument = command.takes & TAKES_CODE ? options.code : options.wwpn;
-        argument = typed.arguments.front();
+        argument = fmt::format("{}", fmt::join(typed.arguments, " "));
+        options.words = typed.arguments;
     }
     if (!options.code.empty() && options.form == Form::Table && !typed.form)
         options.form = Form::Long; // one code
@@ -120,11 +128,17 @@ void AddArgument(CLI::App& app, const Command& command, Typed& typed) {
             ->expected(1)
             ->required();
     if (takes & TAKES_CODE)
-        app.add_option("CODE", typed.arguments,
-                       "Decimal or 0x hexadecimal; of the agent's codes the last three digits suffice (default: all "
-                       "codes)")
+        app.add_option("WHAT", typed.arguments,
+                       "A number, decimal or 0x hexadecimal; of the agent's codes the last three digits suffice. Or a "
+                       "name, a link status, a line of the agent's log (default: all codes)")
             ->type_name("")
-            ->expected(0, 1);
+            ->expected(0, MAXIMUM_WORDS);
+    if (takes & TAKES_TOPIC)
+        app.add_option("COMMAND", typed.arguments, "The command to tell of (default: the program)")
+            ->type_name("")
+            ->expected(0, 2);
+    if (takes & TAKES_SHELL)
+        app.add_option("SHELL", typed.arguments, "bash or powershell")->type_name("")->expected(1)->required();
 }
 
 void AddOption(CLI::App& app, const Option& option, Typed& typed) {
@@ -196,6 +210,32 @@ bool IsValueOf(const std::string& option, const std::string& argument) {
     return found->value == ValueOf::Needed || (!argument.empty() && argument[0] >= '0' && argument[0] <= '9');
 }
 
+// An option that stands before the command, when there is none of that name.
+std::string ProblemOf(const std::string& option) {
+    const std::string name = option.substr(0, option.find('='));
+    const auto isGeneral = [&](const char* general) { return name == general; };
+    if (FindOption(name) || FindOption(name.substr(0, 2)) || std::ranges::any_of(GENERAL_OPTIONS, isGeneral))
+        return {};
+    std::vector<std::string> names(std::begin(GENERAL_OPTIONS), std::end(GENERAL_OPTIONS));
+    for (const Option& known : OptionTable())
+        names.push_back(LongName(known));
+    return fmt::format("There is no option '{}'{}", name, DidYouMean(name, names));
+}
+
+// What the parser could not place, in the order in which it was typed.
+std::string ProblemOf(const Arguments& extras, const Command& command) {
+    const auto option = std::ranges::find_if(extras, IsOption);
+    if (option == extras.end())
+        return fmt::format("{} not expected: {}", extras.size() == 1 ? "This argument was" : "These arguments were",
+                           fmt::join(extras, " "));
+    const std::string name = option->substr(0, option->find('='));
+    std::vector<std::string> names{"--help"};
+    for (const Option& known : OptionTable())
+        if (Has(command, known))
+            names.push_back(LongName(known));
+    return fmt::format("'{}' has no option '{}'{}", command.name, name, DidYouMean(name, names));
+}
+
 // "--adapter=" as "--adapter" and an empty text: the parser would take the next argument for the value. "--sort -name"
 // as "--sort=-name": it would take the value for an option.
 Arguments WithClearValues(const Arguments& arguments) {
@@ -223,6 +263,10 @@ Words ReadWords(const CLI::App& root, const Arguments& arguments) {
     auto at = arguments.begin();
     for (; at != arguments.end() && !childrenOf(app).empty(); ++at) {
         if (IsOption(*at)) {
+            if (const std::string problem = ProblemOf(*at); !problem.empty()) {
+                words.problem = problem;
+                return words;
+            }
             asksForText = asksForText || *at == "-h" || *at == "--help" || *at == "--version";
             options.push_back(*at);
             if (at + 1 != arguments.end() && IsValueOf(*at, *(at + 1)))
@@ -233,8 +277,11 @@ Words ReadWords(const CLI::App& root, const Arguments& arguments) {
         const auto found =
             std::ranges::find_if(children, [&](const CLI::App* child) { return child->check_name(*at); });
         if (found == children.end()) {
-            words.problem =
-                fmt::format("There is no command '{}{}{}'.", words.known, words.known.empty() ? "" : " ", *at);
+            std::vector<std::string> names;
+            for (const CLI::App* child : children)
+                names.push_back(child->get_name());
+            words.problem = fmt::format("There is no command '{}{}{}'{}", words.known, words.known.empty() ? "" : " ",
+                                        *at, DidYouMean(*at, names));
             return words;
         }
         app = *found;
@@ -301,9 +348,13 @@ Request ParseCommandLine(const std::vector<std::string>& arguments) {
         request.text = std::string(version.what()) + "\n";
     } catch (const CLI::CallForHelp&) {
         request.text = root.help();
+    } catch (const CLI::ExtrasError&) {
+        request.usage = ProblemOf(root.remaining(true), *std::ranges::find(Commands(), words.known, &Command::name));
     } catch (const CLI::ParseError& error) {
         request.usage = FirstLine(error.what());
     }
+    if (std::ranges::find(arguments, POWERSHELL_SCRIPT) != arguments.end())
+        request.hint = "PowerShell takes braces for a script: write the identifier in quotes, or without its braces.";
     request.options.json = AsksForJson(arguments);
     return request;
 }

@@ -6,6 +6,7 @@
 #include "tools/fcoectl/ChangeCommands.h"
 #include "tools/fcoectl/Disks.h"
 #include "tools/fcoectl/Explain.h"
+#include "tools/fcoectl/HelpCommands.h"
 #include "tools/fcoectl/ListCommands.h"
 #include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Statistics.h"
@@ -45,8 +46,12 @@ constexpr Command COMMANDS[] = {
     {"vport delete", "Delete an NPIV virtual port.", TAKES_AGENT | TAKES_PORT | TAKES_DRY_RUN, nullptr, DeleteVPort},
     {"wwpn", "Generate an unused port name without creating a port.", ONE, nullptr, GenerateWWPN},
     {"rescan", "Have an adapter look for its targets again.", ONE | TAKES_ALL | TAKES_DRY_RUN, nullptr, Rescan},
-    {"explain", "Explain an error code of the agent or an exit code of this program.", TAKES_CODE | TAKES_LIST, "codes",
-     ExplainCodes, CodeColumns},
+    {"explain", "Explain a code of the agent or of this program, an HBA status, a link state or a line of the log.",
+     TAKES_CODE | TAKES_LIST, "codes", ExplainCodes, CodeColumns},
+    {"help", "Show the help of the program or of a command.", TAKES_TOPIC, nullptr, ShowHelp},
+    {"completion", "Print the script with which bash or PowerShell completes command lines.", TAKES_SHELL, nullptr,
+     ShowCompletion},
+    {"man", "Print the manual page.", TAKES_NOTHING, nullptr, ShowManualPage},
     {"version", "Show the versions of this program and of the agent.", TAKES_AGENT, nullptr, ShowVersion},
 };
 

@@ -1,10 +1,9 @@
 #include "tools/fcoectl/Explain.h"
 
-#include <charconv>
-
 #include <fmt/format.h>
 
 #include "tools/fcoectl/Agent.h"
+#include "tools/fcoectl/Explanations.h"
 #include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/Text.h"
 
@@ -12,56 +11,6 @@ namespace fcoectl {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-constexpr std::uint32_t AGENT_CODE_BASE = 0x37000000;
-
-// One code in the words of its table.
-struct Explained {
-    std::uint32_t code;
-    std::string shown;
-    const char* kind;
-    const ExitCode& exit;
-    std::string meaning;
-    const char* advice;
-};
-
-std::vector<Explained> AllCodes() {
-    std::vector<Explained> codes;
-    for (const AgentError& error : AgentErrors())
-        codes.push_back({error.code, fmt::format("0x{:08X}", error.code), "agent_error", Describe(error.exit),
-                         Insert(error.sentence, "..."), error.advice});
-    for (const ExitCode& exit : ExitCodes())
-        codes.push_back({static_cast<std::uint32_t>(exit.value), fmt::format("{}", static_cast<int>(exit.value)),
-                         "exit_code", exit, exit.meaning, exit.advice});
-    return codes;
-}
-
-// Decimal, or hexadecimal after 0x; the whole text.
-std::optional<std::uint32_t> ParseCode(std::string_view text) {
-    int base = 10;
-    if (text.starts_with("0x") || text.starts_with("0X")) {
-        text.remove_prefix(2);
-        base = 16;
-    }
-    std::uint32_t code = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), code, base);
-    if (error != std::errc() || end != text.data() + text.size())
-        return std::nullopt;
-    return code;
-}
-
-// The codes asked for: all of them, or the one whose number, or whose last three digits, were given.
-std::vector<Explained> Select(const std::string& wanted) {
-    std::vector<Explained> codes = AllCodes();
-    if (wanted.empty())
-        return codes;
-    if (const auto code = ParseCode(wanted))
-        for (const Explained& candidate : codes)
-            if (candidate.code == *code || candidate.code == AGENT_CODE_BASE + *code)
-                return {candidate};
-    throw Failure(Exit::Usage, fmt::format("'{}' is no code of the agent or of this program.", wanted),
-                  {"'fcoectl explain' lists them all."}, {wanted});
-}
 
 std::optional<std::string> FileVersion(const std::wstring& file) {
     const DWORD size = GetFileVersionInfoSizeW(file.c_str(), nullptr);
@@ -79,18 +28,25 @@ std::optional<std::string> FileVersion(const std::wstring& file) {
 
 SheetColumns CodeColumns(const Options&) {
     return {{"code", "CODE", true, Format::Code, 1},
-            {"kind", "KIND"},
-            {"name", "NAME", false, Format::Plain, 2},
-            {"meaning", "MEANING", false, Format::Plain, 3},
+            {"kind", "KIND", false, Format::Plain, 2},
+            {"name", "NAME", false, Format::Plain, 3},
+            {"meaning", "MEANING", false, Format::Plain, 4},
             {"advice", "ADVICE"},
             {"exit_code", "EXIT CODE", true}};
 }
 
 void ExplainCodes(Context& context) {
+    const std::string& wanted = context.options.code;
+    const auto explanations = wanted.empty() ? AllExplanations() : Explained(wanted);
+    if (explanations.empty())
+        throw Failure(
+            Exit::Usage,
+            fmt::format("'{}' is no code, status, link state or line of the log that this program knows.", wanted),
+            {"'fcoectl explain' lists them all."}, {wanted});
     Sheet sheet{CodeColumns(context.options), {}};
-    for (const Explained& code : Select(context.options.code))
-        sheet.rows.push_back(
-            {code.code, code.kind, code.exit.name, code.meaning, code.advice, static_cast<int>(code.exit.value)});
+    for (const Explanation& known : explanations)
+        sheet.rows.push_back({known.code ? Json(*known.code) : Json(nullptr), known.kind, known.name, known.meaning,
+                              known.advice, known.exitCode ? Json(*known.exitCode) : Json(nullptr)});
     ShowSheet(context, "codes", std::move(sheet));
 }
 

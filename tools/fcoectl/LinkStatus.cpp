@@ -1,5 +1,8 @@
 #include "tools/fcoectl/LinkStatus.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "FcoeAgent/QelResource.h"
 
 namespace fcoectl {
@@ -27,17 +30,30 @@ constexpr KnownStatus STATUSES[] = {
      {"application_off_local", "Enable the DCB application feature on the adapter."}},
 };
 
+constexpr LinkStatus UNREAD{"unread", "The adapter could not be read; the agent's log tells why."};
+constexpr LinkStatus UNRECOGNIZED{"unrecognized", "This program does not know the status."};
+
 } // namespace
+
+std::vector<LinkStatus> LinkStatuses() {
+    std::vector<LinkStatus> statuses;
+    for (const KnownStatus& known : STATUSES)
+        if (std::ranges::find(statuses, std::string_view(known.status.state), &LinkStatus::state) == statuses.end())
+            statuses.push_back(known.status);
+    statuses.push_back(UNREAD);
+    statuses.push_back(UNRECOGNIZED);
+    return statuses;
+}
 
 LinkStatus ExplainLinkStatus(const CQelString& status) {
     if (status.empty())
-        return {"unread", "The adapter could not be read; the agent's log tells why."};
+        return UNREAD;
     for (const KnownStatus& known : STATUSES) {
         CQelString text;
-        if (text.LoadCommonResString(known.resource) > 0 && text == status)
+        if (text.LoadCommonResString(known.resource) > 0 && text.CompareI(status))
             return known.status;
     }
-    return {"unrecognized", "This program does not know the status."};
+    return UNRECOGNIZED;
 }
 
 } // namespace fcoectl

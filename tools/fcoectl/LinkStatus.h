@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "FcoeAgent/QelString.h"
 
@@ -18,5 +19,8 @@ inline constexpr LinkStatus USABLE_LINK{"usable", "FCoE can be used: its priorit
 // The agent tells the status as a text of the common library; the text is looked up there. An empty text has the state
 // "unread", one that is not among them "unrecognized".
 LinkStatus ExplainLinkStatus(const CQelString& status);
+
+// Each state once, with "unread" and "unrecognized".
+std::vector<LinkStatus> LinkStatuses();
 
 } // namespace fcoectl

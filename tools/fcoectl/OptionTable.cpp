@@ -15,55 +15,73 @@ constexpr Option OPTIONS[] = {
     {TAKES_ADAPTER, "--adapter", ValueOf::Needed, "ADAPTER",
      "Only this adapter: its number in 'fcoectl hbas', its name or a part that no other has, its port WWN, or its "
      "device identifier with or without braces (default: all)",
-     ADAPTER, &Typed::adapter},
+     ADAPTER, nullptr, &Typed::adapter},
     {TAKES_ONE, "--adapter", ValueOf::Needed, "ADAPTER",
      "The adapter: its number in 'fcoectl hbas', its name or a part that no other has, its port WWN, or its device "
      "identifier with or without braces (default: the only one; needed when there are several)",
-     ADAPTER, &Typed::adapter},
+     ADAPTER, nullptr, &Typed::adapter},
     {TAKES_PORT, "--adapter", ValueOf::Needed, "ADAPTER",
      "The adapter: its number in 'fcoectl hbas', its name or a part that no other has, its port WWN, or its device "
      "identifier with or without braces (default: the one that has the port)",
-     ADAPTER, &Typed::adapter},
+     ADAPTER, nullptr, &Typed::adapter},
     {TAKES_ALL, "--all", ValueOf::Flag, "", "Every adapter, one after the other (default: one adapter)", ADAPTER,
-     &Typed::all},
+     nullptr, &Typed::all},
     {TAKES_DRY_RUN, "--dry-run", ValueOf::Flag, "",
-     "Check what can be checked without a change, and say what would be done (default: do it)", CHANGE, &Typed::dryRun},
+     "Check what can be checked without a change, and say what would be done (default: do it)", CHANGE, nullptr,
+     &Typed::dryRun},
     {TAKES_WATCH, "--watch", ValueOf::Optional, "SECONDS",
-     "Read again and again, and show rates; seconds between two readings (default: 5)", WATCHING, &Typed::watch},
+     "Read again and again, and show rates; seconds between two readings (default: 5)", WATCHING, nullptr,
+     &Typed::watch},
     {TAKES_WATCH, "--count", ValueOf::Needed, "N", "End after that many readings (default: at Ctrl+C)", WATCHING,
-     &Typed::count},
-    {TAKES_NOTHING, "--json", ValueOf::Flag, "", "One JSON document instead of text (default: text)", OUTPUT,
+     nullptr, &Typed::count},
+    {TAKES_NOTHING, "--json", ValueOf::Flag, "", "One JSON document instead of text (default: text)", OUTPUT, nullptr,
      &Typed::json},
-    {TAKES_LIST, "--long", ValueOf::Flag, "", "Every field, one a line (default: a table)", OUTPUT, &Typed::blocks},
+    {TAKES_LIST, "--long", ValueOf::Flag, "", "Every field, one a line (default: a table)", OUTPUT, nullptr,
+     &Typed::blocks},
     {TAKES_LIST, "-o,--format", ValueOf::Needed, "FORM",
-     "table, long, csv, tsv, json (as --json), or jsonl: a JSON object a line (default: table)", OUTPUT, &Typed::form},
+     "table, long, csv, tsv, json (as --json), or jsonl: a JSON object a line (default: table)", OUTPUT,
+     "table long csv tsv json jsonl", &Typed::form},
     {TAKES_LIST, "--columns", ValueOf::Needed, "A,B",
      "These columns in this order, named by their keys in JSON or their titles (default: those of a table; all in the "
      "other forms)",
-     OUTPUT, &Typed::columns},
+     OUTPUT, nullptr, &Typed::columns},
     {TAKES_LIST, "--sort", ValueOf::Needed, "[-]A,B",
-     "Sort by these columns, each descending after a minus (default: the agent's order)", OUTPUT, &Typed::sort},
+     "Sort by these columns, each descending after a minus (default: the agent's order)", OUTPUT, nullptr,
+     &Typed::sort},
     {TAKES_LIST, "--where", ValueOf::Needed, "A=VALUE",
      "Only rows whose column A has this value, in any letter case; * stands for any text, ? for one character; may be "
      "given several times (default: all rows)",
-     OUTPUT, &Typed::where},
+     OUTPUT, nullptr, &Typed::where},
     {TAKES_LIST, "--no-header", ValueOf::Flag, "", "No names of columns: of table, csv and tsv (default: with them)",
-     OUTPUT, &Typed::noHeader},
-    {TAKES_ASCII, "--ascii", ValueOf::Flag, "", "Draw with ASCII characters (default: box characters)", OUTPUT,
+     OUTPUT, nullptr, &Typed::noHeader},
+    {TAKES_ASCII, "--ascii", ValueOf::Flag, "", "Draw with ASCII characters (default: box characters)", OUTPUT, nullptr,
      &Typed::ascii},
     {TAKES_AGENT, "--agent", ValueOf::Needed, "FILE", "Load this agent module (default: the registered one)", AGENT,
-     &Typed::agent},
+     nullptr, &Typed::agent},
     {LOADS_AGENT, "--library-dir", ValueOf::Needed, "DIR",
      "Take the HBA library orvanhapi.dll from this folder (default: beside the agent or the program, or the system's)",
-     AGENT, &Typed::libraryFolder},
+     AGENT, nullptr, &Typed::libraryFolder},
     {LOADS_AGENT, "--timeout", ValueOf::Needed, "SECONDS",
-     "End when the agent does not answer within that time (default: wait as long as it takes)", AGENT, &Typed::timeout},
+     "End when the agent does not answer within that time (default: wait as long as it takes)", AGENT, nullptr,
+     &Typed::timeout},
 };
 
 } // namespace
 
 std::span<const Option> OptionTable() {
     return OPTIONS;
+}
+
+const char* ArgumentOf(const Command& command) {
+    constexpr std::pair<unsigned, const char*> arguments[] = {{TAKES_NEW, " [WWPN]"},
+                                                              {TAKES_PORT, " WWPN"},
+                                                              {TAKES_CODE, " [WHAT]"},
+                                                              {TAKES_TOPIC, " [COMMAND]"},
+                                                              {TAKES_SHELL, " SHELL"}};
+    for (const auto& [takes, argument] : arguments)
+        if (command.takes & takes)
+            return argument;
+    return "";
 }
 
 bool Has(const Command& command, const Option& option) {

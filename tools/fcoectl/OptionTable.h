@@ -45,10 +45,14 @@ struct Option {
     const char* placeholder; // of the value
     const char* description; // with its default
     const char* group;       // of the help
+    const char* choices;     // its values, with blanks between; null: any
     std::variant<bool Typed::*, std::optional<std::string> Typed::*, std::vector<std::string> Typed::*> member;
 };
 
 std::span<const Option> OptionTable();
+
+// " WWPN", " [WWPN]" and so on: what the command takes that is no option.
+const char* ArgumentOf(const Command& command);
 
 // Whether the command has the option.
 bool Has(const Command& command, const Option& option);

@@ -40,8 +40,8 @@ std::size_t ColumnNamed(std::string_view name, const SheetColumns& known) {
         if (found != known.end())
             return static_cast<std::size_t>(found - known.begin());
     }
-    throw std::invalid_argument(fmt::format("There is no column '{}'{}; there are: {}.", name, DidYouMean(wanted, keys),
-                                            fmt::join(keys, ", ")));
+    throw std::invalid_argument(
+        fmt::format("There is no column '{}'{} There are: {}.", name, DidYouMean(wanted, keys), fmt::join(keys, ", ")));
 }
 
 std::vector<std::string_view> Parts(std::string_view list) {

@@ -10,12 +10,22 @@
 #include "tools/fcoectl/Agent.h"
 #include "tools/fcoectl/ClosableOutput.h"
 #include "tools/fcoectl/CommandLine.h"
+#include "tools/fcoectl/Commands.h"
 #include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/TimeLimit.h"
 
 namespace fcoectl {
 namespace {
+
+std::string HelpOf(const std::vector<std::string>& words) {
+    std::vector<std::string> arguments = words;
+    arguments.emplace_back("--help");
+    const Request asked = ParseCommandLine(arguments);
+    if (!asked.usage.empty())
+        throw Failure(Exit::Usage, asked.usage, {asked.hint}, words);
+    return asked.text;
+}
 
 Adapter Choose(const Command& command, const Options& options, Agent& agent) {
     if (options.allAdapters)
@@ -68,11 +78,12 @@ struct Work {
 
     void Do() {
         limit.Restart();
-        Context context{request.options, output, report, limit};
+        Context context{program, request.options, output, report, limit};
         failure = Perform(*request.command, context);
         limit.Finish();
     }
 
+    Program program{Commands(), HelpOf};
     Request request;
     Report report;
     TimeLimit limit;
@@ -100,6 +111,15 @@ void DoWithinLimit(const std::shared_ptr<Work>& work) {
     throw TimedOut(work->request);
 }
 
+// None is left without advice.
+void Advise(Failure& failure) {
+    if (!failure.Hints().empty())
+        return;
+    failure.Add(Describe(failure.Code()).advice);
+    if (failure.Code() == Exit::AgentThrew)
+        failure.Add(LogHint());
+}
+
 int RunCommand(const Request& request, Output& output) {
     const Command& command = *request.command;
     const auto work = std::make_shared<Work>(request, output);
@@ -113,6 +133,8 @@ int RunCommand(const Request& request, Output& output) {
         report = EmptyReport(command);
         failure = timedOut;
     }
+    if (failure)
+        Advise(*failure);
     if (request.options.json) {
         output.Write(Document(command.name, report, failure ? &*failure : nullptr));
     } else {
@@ -144,9 +166,11 @@ int Run(const std::vector<std::string>& arguments, Output& output) {
         exit = RefuseUsage(request, output);
     else
         output.Write(request.text);
-    if (output.Failed() && exit != static_cast<int>(Exit::TimedOut))
-        return static_cast<int>(Exit::OutputFailed);
-    return exit;
+    if (!output.Failed() || exit == static_cast<int>(Exit::TimedOut))
+        return exit;
+    const ExitCode& lost = Describe(Exit::OutputFailed);
+    Complain(output, fmt::format("fcoectl: {}\n  {}\n", lost.meaning, lost.advice));
+    return static_cast<int>(Exit::OutputFailed);
 }
 
 } // namespace fcoectl

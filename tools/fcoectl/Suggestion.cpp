@@ -45,7 +45,7 @@ std::string Suggestion(std::string_view given, const std::vector<std::string>& k
 
 std::string DidYouMean(std::string_view given, const std::vector<std::string>& known) {
     const std::string meant = Suggestion(given, known);
-    return meant.empty() ? "" : fmt::format("; did you mean '{}'?", meant);
+    return meant.empty() ? "." : fmt::format("; did you mean '{}'?", meant);
 }
 
 } // namespace fcoectl

@@ -267,10 +267,22 @@ TEST(OneAdapter, SeveralNeedAName) {
 TEST(OneAdapter, NoneIsSaid) {
     const Answer answer = Host(L"none").Run({"rescan"});
     EXPECT_EQ(5, answer.exit);
-    EXPECT_THAT(answer.err, StartsWith("fcoectl: There is no adapter.\n  FCoE is not installed"));
+    EXPECT_THAT(answer.err, StartsWith("fcoectl: There is no adapter.\n  There is no core agent in this process"));
 }
 
 TEST(OneAdapter, IsNotGuessedWhileOthersMayBeHidden) {
     EXPECT_EQ(5, Host(L"false:hbas").Run({"rescan"}).exit) << "the list is not complete";
     EXPECT_EQ(5, Host(L"unread").Run({"rescan"}).exit) << "its only record is empty";
+}
+
+TEST(WithoutLibrary, ARescanOfNothingIsNoSuccess) {
+    const Answer answer = Host(L"nolibrary").Run({"rescan"});
+    EXPECT_EQ(16, answer.exit);
+    EXPECT_EQ("", answer.out);
+    EXPECT_THAT(answer.err, StartsWith("fcoectl: Nothing was rescanned.\n  The adapters' HBA library "));
+}
+
+TEST(WithoutLibrary, ARefusalTellsThatItIsMissing) {
+    for (const auto& arguments : {std::vector<std::string>{"vport", "create"}, {"wwpn"}, {"rescan"}})
+        EXPECT_THAT(Host(L"nolibrary refuse:0").Run(arguments).err, HasSubstr("\n  The adapters' HBA library "));
 }

@@ -24,6 +24,21 @@ class Captured : public fcoectl::Output {
     std::string err;
 };
 
+// Where the scripted agent's log is looked for.
+class LogFolder {
+  public:
+    explicit LogFolder(const std::wstring& path) {
+        GetEnvironmentVariableW(L"Temp", m_before, MAX_PATH);
+        SetEnvironmentVariableW(L"Temp", path.c_str());
+    }
+    ~LogFolder() { SetEnvironmentVariableW(L"Temp", m_before); }
+    LogFolder(const LogFolder&) = delete;
+    LogFolder& operator=(const LogFolder&) = delete;
+
+  private:
+    wchar_t m_before[MAX_PATH] = L"";
+};
+
 HANDLE InheritedFile(const std::filesystem::path& path) {
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
     return CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, CREATE_ALWAYS, 0,
@@ -55,6 +70,7 @@ Host::~Host() {
 }
 
 Answer Host::Run(std::vector<std::string> arguments) {
+    const LogFolder folder(LogPlace());
     arguments.insert(arguments.end(), {"--agent", fcoectl::ToUtf8(FakeAgent())});
     return RunPlain(arguments);
 }
@@ -67,6 +83,7 @@ Answer Host::RunPlain(const std::vector<std::string>& arguments) {
 }
 
 Answer Host::RunProgram(const std::wstring& commandLine, const std::filesystem::path& program) {
+    const LogFolder folder(LogPlace());
     Answer answer;
     const auto outPath = m_folder.Path() / L"out.txt";
     const auto errPath = m_folder.Path() / L"err.txt";

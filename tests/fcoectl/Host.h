@@ -40,6 +40,8 @@ class Host {
 
     // The calls that the scripted agent got so far, one a line.
     std::vector<std::string> Calls() const;
+    // The folder for temporary files of all that it runs but plainly, with the scripted agent's log.
+    std::wstring LogPlace() const { return m_folder.Path().wstring(); }
     std::wstring FakeAgent() const { return Beside(L"FakeFcoeAgent.dll").wstring(); }
 
   private:

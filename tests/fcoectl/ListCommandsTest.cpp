@@ -68,7 +68,7 @@ TEST_P(Lists, PartialAnswerIsPrintedAndHasItsOwnExitCode) {
     const Answer answer = Host(L"two false:" + std::wstring(GetParam().script)).Run({GetParam().command});
     EXPECT_EQ(1, answer.exit);
     EXPECT_EQ(3, std::count(answer.out.begin(), answer.out.end(), '\n')) << "header, dashes, the one record";
-    EXPECT_THAT(answer.err, StartsWith("fcoectl: The agent could not read everything"));
+    EXPECT_THAT(answer.err, HasSubstr("\nfcoectl: The agent could not read everything"));
     EXPECT_THAT(answer.err, HasSubstr("log"));
 }
 
@@ -119,17 +119,73 @@ TEST(Adapter, WithoutOneTheAgentIsAskedForAllAtOnce) {
     EXPECT_EQ((std::vector<std::string>{"GetFcoeAgent", "Enumerate luns ", "Uninstall"}), host.Calls());
 }
 
-TEST(Hbas, AdapterThatCouldNotBeReadIsPointedOut) {
+TEST(Hbas, AdapterThatCouldNotBeReadIsAProblem) {
     const Answer answer = Host(L"two unread").Run({"hbas"});
-    EXPECT_EQ(0, answer.exit);
-    EXPECT_THAT(answer.err, StartsWith("fcoectl: 1 adapter could not be read and has an empty record."));
+    EXPECT_EQ(1, answer.exit);
+    EXPECT_THAT(answer.err, StartsWith("fcoectl: Adapter number 1: the adapter could not be read: "));
     const auto document = Host(L"two unread").Run({"hbas", "--json"}).Json();
-    EXPECT_EQ(1u, document["notes"].size());
+    EXPECT_EQ(false, document["complete"]);
+    ASSERT_EQ(1u, document["problems"].size());
+    EXPECT_EQ("adapter", document["problems"][0]["what"]);
+    EXPECT_EQ("partial", document["error"]["name"]);
 }
 
-TEST(Hbas, NoAdapterSaysWhyThatMayBe) {
-    EXPECT_THAT(Host(L"none").Run({"hbas"}).err,
-                HasSubstr("FCoE is not installed, or the core agent knows no adapter"));
+TEST(Hbas, NoAdapterSaysWhyInOneLine) {
+    EXPECT_EQ("fcoectl: There is no core agent in this process, so the agent knows no adapter.\n",
+              Host(L"none").Run({"hbas"}).err);
+}
+
+TEST(Problems, AreThereOfCompleteAnswersToo) {
+    for (const char* command : {"hbas", "tree", "stats", "dcb", "vlans"}) {
+        const auto document = Host(L"two").Run({command, "--json"}).Json();
+        EXPECT_EQ(nlohmann::ordered_json::array(), document["problems"]) << command;
+        EXPECT_FALSE(document.contains("notes")) << command;
+    }
+    EXPECT_FALSE(Host().Run({"wwpn", "--json"}).Json().contains("problems")) << "which reads nothing";
+}
+
+TEST(Problems, AFailedCallInTheLogIsOne) {
+    const Answer answer =
+        Host(L"two failed:CHBAAPIInt::GetTargetList_failed_with_error_-_3").Run({"targets", "--json"});
+    EXPECT_EQ(1, answer.exit);
+    const auto document = answer.Json();
+    EXPECT_EQ(3u, document["targets"].size()) << "what could be read";
+    ASSERT_EQ(1u, document["problems"].size());
+    const auto& problem = document["problems"][0];
+    EXPECT_EQ(FIRST, problem["adapter"]);
+    EXPECT_EQ("targets", problem["what"]);
+    EXPECT_EQ("ORVAN_GetTargetList", problem["function"]);
+    EXPECT_EQ(3, problem["status"]);
+    EXPECT_THAT(problem["text"].get<std::string>(), HasSubstr("invalid handle"));
+    EXPECT_NE("", problem["advice"].get<std::string>());
+}
+
+TEST(Problems, AreToldOfEachReadingOfTheCountersOnce) {
+    const Answer answer = Host(L"failed:CHBAAPIInt::GetTargetList_failed_with_error_-_3")
+                              .Run({"stats", "--watch", "0.1", "--count", "2", "--json"});
+    EXPECT_EQ(0, answer.exit) << "counters need no targets";
+    const Answer lost = Host(L"false:statistics").Run({"stats", "--watch", "0.1", "--count", "2", "--json"});
+    EXPECT_EQ(1, lost.exit);
+    EXPECT_EQ(1u, lost.Json()["problems"].size());
+}
+
+TEST(Problems, TolerantMakesThemNoFailure) {
+    const Answer answer = Host(L"false:targets").Run({"targets", "--tolerant"});
+    EXPECT_EQ(0, answer.exit);
+    EXPECT_THAT(answer.err, HasSubstr("could not be read"));
+    const auto document = Host(L"false:targets").Run({"targets", "--tolerant", "--json"}).Json();
+    EXPECT_EQ(false, document["complete"]);
+    EXPECT_EQ(1u, document["problems"].size());
+    EXPECT_FALSE(document.contains("error"));
+    EXPECT_EQ(2, Host().Run({"wwpn", "--tolerant"}).exit);
+    EXPECT_EQ(6, Host(L"memory:targets").Run({"targets", "--tolerant"}).exit) << "an answer there must be";
+}
+
+TEST(Problems, WithoutALogItIsSaidThatFailuresCannotBeSeen) {
+    const auto document = Host(L"two silent").Run({"targets", "--json"}).Json();
+    EXPECT_EQ(true, document["complete"]);
+    ASSERT_EQ(1u, document["notes"].size());
+    EXPECT_THAT(document["notes"][0].get<std::string>(), StartsWith("Calls that failed cannot be seen, because "));
 }
 
 TEST(TreeCommand, DrawsAndNests) {
@@ -145,7 +201,7 @@ TEST(TreeCommand, TellsWhichListIsNotComplete) {
     const Answer answer = Host(L"false:targets").Run({"tree"});
     EXPECT_EQ(1, answer.exit);
     EXPECT_THAT(answer.out, HasSubstr("Fabric 1"));
-    EXPECT_THAT(answer.err, StartsWith("fcoectl: The targets are not complete.\n"));
+    EXPECT_THAT(answer.err, HasSubstr("\nfcoectl: The targets are not complete.\n"));
 }
 
 TEST(DcbCommand, ExplainsEachLink) {
@@ -173,7 +229,7 @@ TEST(StatsWatch, PrintsATableForEachReading) {
     EXPECT_EQ(0, answer.exit);
     EXPECT_THAT(answer.out, StartsWith("After 0.0 s\nADAPTER"));
     EXPECT_THAT(answer.out, HasSubstr("PER SECOND"));
-    EXPECT_THAT(answer.out, HasSubstr("\n\nAfter 0.1 s\n"));
+    EXPECT_THAT(answer.out, HasSubstr("\n\nAfter 0.")) << "a tenth of a second, or what a busy machine takes";
 }
 
 TEST(VportList, LeavesPhysicalPortsOut) {

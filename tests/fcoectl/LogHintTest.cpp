@@ -108,5 +108,5 @@ TEST_F(Log, WithoutTheKeyThereIsNone) {
 }
 
 TEST_F(Log, IsNamedWhenTheAgentRefuses) {
-    EXPECT_THAT(Host(L"null").Run({"hbas"}).err, HasSubstr("\n  The agent's log is " + File(registered)));
+    EXPECT_THAT(Host(L"null silent").Run({"hbas"}).err, HasSubstr("\n  The agent's log is " + File(registered)));
 }

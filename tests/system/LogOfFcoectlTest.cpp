@@ -23,7 +23,7 @@ class Captured : public fcoectl::Output {
 // What a command says that points to the log.
 std::string Said() {
     Captured captured;
-    EXPECT_EQ(0, fcoectl::Run({"hbas"}, captured));
+    EXPECT_EQ(1, fcoectl::Run({"hbas"}, captured)) << "an adapter fails";
     return captured.err;
 }
 

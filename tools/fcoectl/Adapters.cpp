@@ -17,7 +17,8 @@ constexpr std::size_t GUID_LENGTH = 36;
 
 // How each adapter that can be named is named: by its number, or by its identifier, in quotes since braces are a script
 // to PowerShell. meant: those that can have been meant; none: all.
-Failure Unclear(const std::string& problem, const Hbas& hbas, const Hbas& meant = {}) {
+Failure Unclear(const std::string& problem, const Reading<QEL_FCOE_HBA>& reading, const Hbas& meant = {}) {
+    const Hbas& hbas = reading.records;
     std::vector<std::string> hints;
     std::vector<std::string> ids;
     for (std::size_t i = 0; i < hbas.size(); ++i) {
@@ -28,8 +29,10 @@ Failure Unclear(const std::string& problem, const Hbas& hbas, const Hbas& meant 
         hints.push_back(
             fmt::format("--adapter {} or --adapter \"{}\"  {}", i + 1, ids.back(), ToUtf8(hbas[i].strSecondId)));
     }
-    if (hints.empty())
-        hints.emplace_back(NO_ADAPTER);
+    if (hints.empty() && !reading.findings.whyNone.empty())
+        hints.push_back(reading.findings.whyNone);
+    for (const reading::Problem& lacking : reading.findings.problems)
+        hints.push_back(lacking.text);
     return Failure(Exit::AdapterUnknown, problem, std::move(hints), std::move(ids));
 }
 
@@ -128,7 +131,7 @@ Adapter ChooseAdapter(Agent& agent, const std::optional<std::string>& wanted, Ne
         if (all && hbas.size() == 1)
             return {hbas.front().strDeviceId, hbas.front().strSecondId};
         throw Unclear(hbas.empty() ? "There is no adapter." : "There are several adapters; name one with --adapter.",
-                      hbas);
+                      reading);
     }
     Hbas found = NamedBy(*wanted, reading);
     // While adapters may be hidden, a part of a name may be theirs, too.
@@ -137,11 +140,11 @@ Adapter ChooseAdapter(Agent& agent, const std::optional<std::string>& wanted, Ne
     if (found.size() == 1)
         return {found.front().strDeviceId, found.front().strSecondId};
     if (found.size() > 1)
-        throw Unclear(fmt::format("'{}' names {} adapters.", *wanted, found.size()), hbas, found);
+        throw Unclear(fmt::format("'{}' names {} adapters.", *wanted, found.size()), reading, found);
     if (all || !wanted->starts_with('{'))
         throw Unclear(
             fmt::format("The adapter '{}' is unknown{}.", *wanted, all ? "" : ", and not every adapter could be read"),
-            hbas);
+            reading);
     Adapter adapter;
     adapter.id = id.empty() ? FromUtf8(*wanted) : id;
     return adapter;
@@ -163,21 +166,21 @@ Adapter AdapterOfPort(Agent& agent, const std::string& wwpn) {
         return {found.front().strDeviceId, found.front().strSecondId};
     if (found.size() > 1)
         throw Unclear(fmt::format("{} adapters have a port '{}'; name one with --adapter.", found.size(), wwpn),
-                      reading.records, found);
+                      reading, found);
     if (reading.records.empty() || !all || !ports.complete)
         throw Unclear(
             reading.records.empty()
                 ? "There is no adapter."
                 : fmt::format("No adapter that could be read has a port '{}'; name one with --adapter.", wwpn),
-            reading.records);
+            reading);
     throw Failure(Exit::PortNotFound, fmt::format("No adapter has a virtual port '{}'.", wwpn),
                   {Describe(Exit::PortNotFound).advice}, {wwpn});
 }
 
 Reading<QEL_FCOE_HBA> AllAdapters(Agent& agent) {
-    Reading<QEL_FCOE_HBA> reading = agent.Read<QEL_FCOE_HBA>({});
+    Reading<QEL_FCOE_HBA> reading = agent.Read<QEL_FCOE_HBA>({}, reading::Answer::Adapters);
     if (reading.records.empty())
-        throw Unclear("There is no adapter.", {});
+        throw Unclear("There is no adapter.", reading);
     return reading;
 }
 

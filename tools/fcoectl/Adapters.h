@@ -18,9 +18,6 @@ struct Adapter {
     std::string Label() const;
 };
 
-// What is said when the agent lists no adapter at all.
-inline constexpr char NO_ADAPTER[] = "FCoE is not installed, or the core agent knows no adapter that supports it.";
-
 enum class Need {
     Any, // none named means all adapters
     One, // none named means the only adapter

@@ -8,6 +8,7 @@
 #include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/reading/Registry.h"
+#include "tools/reading/VendorLibrary.h"
 
 namespace fcoectl {
 namespace {
@@ -87,13 +88,13 @@ std::vector<ErrorDetail> Details(const std::vector<QEL_ERROR_ENTRY>& entries) {
     return details;
 }
 
-[[noreturn]] void ThrowRefusal(const std::vector<QEL_ERROR_ENTRY>& entries) {
+Failure Refusal(const std::vector<QEL_ERROR_ENTRY>& entries) {
     if (entries.empty())
-        throw Failure(Exit::Refused, "The agent refused the change without giving a reason.",
-                      {Describe(Exit::Refused).advice, LogHint()});
+        return Failure(Exit::Refused, "The agent refused the change without giving a reason.",
+                       {Describe(Exit::Refused).advice, LogHint()});
     const AgentError* known = FindAgentError(entries.front().ulCode);
     const Exit exit = known ? known->exit : Exit::Refused;
-    throw Failure(exit, Details(entries), {known ? known->advice : Describe(exit).advice, LogHint()});
+    return Failure(exit, Details(entries), {known ? known->advice : Describe(exit).advice, LogHint()});
 }
 
 } // namespace
@@ -145,7 +146,7 @@ void Agent::CreateVPort(const CQelString& adapter, CQelString& wwpn) {
     BOOL done = FALSE;
     Call([&] { done = m_interface->CreateVPort(copy, wwpn, errors, owner); });
     if (!done)
-        ThrowRefusal(errors);
+        throw Explained(Refusal(errors));
 }
 
 void Agent::DeleteVPort(const CQelString& adapter, const CQelString& wwpn) {
@@ -155,7 +156,7 @@ void Agent::DeleteVPort(const CQelString& adapter, const CQelString& wwpn) {
     BOOL done = FALSE;
     Call([&] { done = m_interface->DeleteVPort(copy, name, errors, QEL_LOCK_REQUEST{GetCurrentProcessId(), 0, 0}); });
     if (!done)
-        ThrowRefusal(errors);
+        throw Explained(Refusal(errors));
 }
 
 CQelString Agent::GenerateWWPN(const CQelString& adapter) {
@@ -165,8 +166,8 @@ CQelString Agent::GenerateWWPN(const CQelString& adapter) {
     BOOL done = FALSE;
     Call([&] { done = m_interface->GenerateVPortWWPN(copy, wwpn, unused, 0); });
     if (!done)
-        throw Failure(Exit::NotGenerated, Describe(Exit::NotGenerated).meaning,
-                      {Describe(Exit::NotGenerated).advice, LogHint()});
+        throw Explained(Failure(Exit::NotGenerated, Describe(Exit::NotGenerated).meaning,
+                                {Describe(Exit::NotGenerated).advice, LogHint()}));
     return wwpn;
 }
 
@@ -175,8 +176,22 @@ void Agent::RefreshTargets(const CQelString& adapter) {
     BOOL done = FALSE;
     Call([&] { done = m_interface->RefreshTargets(copy, 0); });
     if (!done)
-        throw Failure(Exit::LibraryRefused, "The adapter's HBA library did not rescan the targets.",
-                      {Describe(Exit::LibraryRefused).advice, LogHint()});
+        throw Explained(Failure(Exit::LibraryRefused, "The adapter's HBA library did not rescan the targets.",
+                                {Describe(Exit::LibraryRefused).advice, LogHint()}));
+    // The agent answers TRUE, too, when there is nothing that could.
+    if (!reading::IsLibraryLoaded())
+        throw Explained(Failure(Exit::LibraryRefused, "Nothing was rescanned."));
+    if (reading::IsLibraryLoaded() && !reading::LibraryExports("ORVAN_RescanScsiBus"))
+        throw Failure(Exit::LibraryRefused, "Nothing was rescanned: the HBA library has no ORVAN_RescanScsiBus.",
+                      {"Reinstall the adapter maker's software."});
+}
+
+Failure Agent::Explained(Failure failure) const {
+    if (!reading::IsLibraryLoaded()) {
+        failure.AddHint(reading::WhyNotLoaded(reading::LibraryFolders(m_search.Folders())));
+        failure.AddHint(reading::LIBRARY_ADVICE);
+    }
+    return failure;
 }
 
 } // namespace fcoectl

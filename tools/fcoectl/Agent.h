@@ -11,6 +11,7 @@
 #include "FcoeAgent/FcoeAgentIntf.h"
 #include "tools/fcoectl/Failure.h"
 #include "tools/fcoectl/LibrarySearch.h"
+#include "tools/reading/Examiner.h"
 
 namespace fcoectl {
 
@@ -18,6 +19,7 @@ namespace fcoectl {
 template <class Record> struct Reading {
     bool complete = false; // the agent answered TRUE
     std::vector<Record> records;
+    reading::Findings findings; // what they lack
 };
 
 // Every member throws Failure: AgentMissing or AgentRefused while loading, AgentThrew when a call ended by an
@@ -31,11 +33,16 @@ class Agent {
     Agent(const Agent&) = delete;
     Agent& operator=(const Agent&) = delete;
 
-    // adapter: empty reads all adapters that support FCoE.
-    template <class Record> [[nodiscard]] Reading<Record> Read(const CQelString& adapter) {
-        Reading<Record> reading;
-        Call([&] { reading.complete = Enumerate(adapter, reading.records) != FALSE; });
-        return reading;
+    // adapter: empty reads all adapters that support FCoE. answer: what is shown of the records.
+    template <class Record>
+    [[nodiscard]] Reading<Record> Read(const CQelString& adapter, reading::Answer answer = AnswerOf<Record>()) {
+        Reading<Record> result;
+        Call([&] {
+            m_examiner.Begin();
+            result.complete = Enumerate(adapter, result.records) != FALSE;
+            result.findings = m_examiner.Examine(answer, adapter, result.complete, result.records);
+        });
+        return result;
     }
 
     // wwpn: the name, or "auto"; receives the generated name. Throws a Failure with the agent's reasons.
@@ -64,6 +71,20 @@ class Agent {
         }
     }
 
+    // The same, with what a missing HBA library explains.
+    [[nodiscard]] Failure Explained(Failure failure) const;
+
+    template <class Record> static constexpr reading::Answer AnswerOf() {
+        using reading::Answer;
+        return std::is_same_v<Record, QEL_FCOE_HBA>      ? Answer::Hbas
+               : std::is_same_v<Record, QEL_FCOE_FABRIC> ? Answer::Fabrics
+               : std::is_same_v<Record, QEL_FCOE_PORT>   ? Answer::Ports
+               : std::is_same_v<Record, QEL_FCOE_TARGET> ? Answer::Targets
+               : std::is_same_v<Record, QEL_FCOE_LUN>    ? Answer::Luns
+               : std::is_same_v<Record, QEL_FCOE_VLAN>   ? Answer::Vlans
+                                                         : Answer::Statistics;
+    }
+
     template <class Record> BOOL Enumerate(const CQelString& adapter, std::vector<Record>& records) {
         CQelString copy(adapter); // most operations take a reference that they may change
         if constexpr (std::is_same_v<Record, QEL_FCOE_HBA>)
@@ -84,6 +105,7 @@ class Agent {
 
     std::wstring m_path;
     LibrarySearch m_search; // outlives the module
+    reading::Examiner m_examiner{m_search.Folders()};
     std::unique_ptr<HMODULE, Unload> m_module;
     CQelFcoeAgentIntf* m_interface = nullptr; // the agent's own
 };

@@ -54,7 +54,7 @@ Failure Refusal(std::uint32_t code, const std::string& wwpn) {
 
 std::vector<QEL_FCOE_PORT> PortsNamed(AgentContext& context) {
     Reading<QEL_FCOE_PORT> reading = context.agent.Read<QEL_FCOE_PORT>(context.adapter.id);
-    context.report.complete = reading.complete;
+    context.report.Add(reading.complete, reading.findings);
     std::erase_if(reading.records, [&](const QEL_FCOE_PORT& port) {
         return CanonicalWwn(ToUtf8(port.strPortWWN)) != context.options.wwpn;
     });
@@ -87,16 +87,14 @@ void CheckOldPort(AgentContext& context) {
 // Every adapter is asked, whatever the others answer.
 void RescanAll(AgentContext& context) {
     const Reading<QEL_FCOE_HBA> reading = AllAdapters(context.agent);
-    context.report.complete = reading.complete;
+    context.report.Add(reading.complete, reading.findings);
     Json rescanned = Json::array();
     std::vector<ErrorDetail> refusals;
     std::vector<std::string> hints;
     for (const QEL_FCOE_HBA& hba : reading.records) {
         const Adapter adapter{hba.strDeviceId, hba.strSecondId};
-        if (adapter.id.empty()) {
-            context.report.complete = false;
+        if (adapter.id.empty()) // a problem tells of it
             continue;
-        }
         context.limit.Restart();
         try {
             if (!context.options.dryRun)

@@ -78,6 +78,7 @@ Options Checked(const Typed& typed, const Command& command) {
     Options options;
     options.form = FormOf(typed);
     options.json = options.form == Form::Json;
+    options.tolerant = typed.tolerant;
     options.ascii = typed.ascii;
     options.dryRun = typed.dryRun;
     options.allAdapters = typed.all;

@@ -111,7 +111,8 @@ Sheet SheetOfDisks(const std::vector<QEL_FCOE_LUN>& luns, const std::vector<QEL_
 void ListDisks(AgentContext& context) {
     const auto targets = context.agent.Read<QEL_FCOE_TARGET>(context.adapter.id);
     const auto luns = context.agent.Read<QEL_FCOE_LUN>(context.adapter.id);
-    context.report.complete = targets.complete && luns.complete;
+    context.report.Add(targets.complete, targets.findings);
+    context.report.Add(luns.complete, luns.findings);
     Sheet sheet = SheetOfDisks(luns.records, targets.records, DiskSize);
     const auto fromText = std::ranges::count_if(sheet.rows, [](const auto& row) { return row[2] == "capacity"; });
     const auto withoutDisk =
@@ -124,7 +125,8 @@ void ListDisks(AgentContext& context) {
         context.report.notes.push_back(fmt::format("{} logical unit{} no disk of the operating system.", withoutDisk,
                                                    withoutDisk == 1 ? " is" : "s are"));
     if (luns.records.empty() && context.report.complete)
-        context.report.notes.emplace_back("The agent knows no luns.");
+        context.report.notes.push_back(luns.findings.whyNone.empty() ? "The agent knows no luns."
+                                                                     : luns.findings.whyNone);
     ShowSheet(context, "disks", std::move(sheet));
 }
 

@@ -35,7 +35,7 @@ class Failure : public std::runtime_error {
     Exit Code() const { return m_exit; }
     const std::vector<ErrorDetail>& Details() const { return m_details; }
     const std::vector<std::string>& Hints() const { return m_hints; }
-    void Add(std::string hint) { m_hints.push_back(std::move(hint)); }
+    void AddHint(std::string hint) { m_hints.push_back(std::move(hint)); }
 
   private:
     Exit m_exit;

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <windows.h>
 
@@ -19,6 +20,9 @@ class LibrarySearch {
     // is named. Throws Failure when it cannot be had from there.
     LibrarySearch(const std::wstring& agentFile, const std::wstring& folder);
 
+    // The folders that it adds to those of every program.
+    const std::vector<std::wstring>& Folders() const { return m_folders; }
+
   private:
     struct Remove {
         void operator()(void* folder) const { RemoveDllDirectory(folder); }
@@ -31,6 +35,7 @@ class LibrarySearch {
 
     void Prefer(const std::wstring& folder);
 
+    std::vector<std::wstring> m_folders;
     AddedFolder m_besideAgent;
     AddedFolder m_preferred;
     std::unique_ptr<HMODULE, Unload> m_library;

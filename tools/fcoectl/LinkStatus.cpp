@@ -30,7 +30,6 @@ constexpr KnownStatus STATUSES[] = {
      {"application_off_local", "Enable the DCB application feature on the adapter."}},
 };
 
-constexpr LinkStatus UNREAD{"unread", "The adapter could not be read; the agent's log tells why."};
 constexpr LinkStatus UNRECOGNIZED{"unrecognized", "This program does not know the status."};
 
 } // namespace
@@ -40,14 +39,14 @@ std::vector<LinkStatus> LinkStatuses() {
     for (const KnownStatus& known : STATUSES)
         if (std::ranges::find(statuses, std::string_view(known.status.state), &LinkStatus::state) == statuses.end())
             statuses.push_back(known.status);
-    statuses.push_back(UNREAD);
+    statuses.push_back(UNREAD_LINK);
     statuses.push_back(UNRECOGNIZED);
     return statuses;
 }
 
 LinkStatus ExplainLinkStatus(const CQelString& status) {
     if (status.empty())
-        return UNREAD;
+        return UNREAD_LINK;
     for (const KnownStatus& known : STATUSES) {
         CQelString text;
         if (text.LoadCommonResString(known.resource) > 0 && text.CompareI(status))

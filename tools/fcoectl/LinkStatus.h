@@ -15,6 +15,8 @@ struct LinkStatus {
 
 // Of a link that carries FCoE.
 inline constexpr LinkStatus USABLE_LINK{"usable", "FCoE can be used: its priority has flow control."};
+// Of an adapter that was not read: what it shows of its link means nothing.
+inline constexpr LinkStatus UNREAD_LINK{"unread", "The adapter could not be read; the problems tell why."};
 
 // The agent tells the status as a text of the common library; the text is looked up there. An empty text has the state
 // "unread", one that is not among them "unrecognized".

@@ -1,13 +1,12 @@
 #include "tools/fcoectl/ListCommands.h"
 
-#include <algorithm>
+#include <functional>
 
 #include <fmt/format.h>
 
 #include "tools/fcoectl/Adapters.h"
 #include "tools/fcoectl/Agent.h"
 #include "tools/fcoectl/LinkStatus.h"
-#include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/Text.h"
@@ -29,26 +28,36 @@ Tone MeaningTone(const nlohmann::ordered_json& meaning) {
 template <class Record> void Show(Context& context, const std::vector<Record>& records) {
     const char* list = Describe<Record>().list;
     ShowSheet(context, list, SheetOf(records));
-    if (records.empty() && context.report.complete)
-        context.report.notes.push_back(fmt::format("The agent knows no {}.", list));
 }
 
-template <class Record> std::vector<Record> ReadChosen(AgentContext& context) {
+// What there is to say of an answer without records that is whole: why there is no adapter, or that there is one.
+void NoteNone(Report& report, const std::string& whyNone, const char* list) {
+    if (report.complete)
+        report.notes.push_back(whyNone.empty() ? fmt::format("The agent knows no {}.", list) : whyNone);
+}
+
+LinkStatus LinkOf(const QEL_FCOE_HBA& hba, const reading::Findings& findings) {
+    return findings.Lack(hba.strDeviceId, reading::What::Adapter) ? UNREAD_LINK
+                                                                  : ExplainLinkStatus(hba.strFcoeLinkStatus);
+}
+
+// shown: whether the record is one of those that the command shows.
+template <class Record> std::vector<Record> ReadChosen(AgentContext& context, bool (*shown)(const Record&) = nullptr) {
     Reading<Record> reading = context.agent.Read<Record>(context.adapter.id);
-    context.report.complete = reading.complete;
+    context.report.Add(reading.complete, reading.findings);
+    if (shown)
+        std::erase_if(reading.records, std::not_fn(shown));
+    if (reading.records.empty())
+        NoteNone(context.report, reading.findings.whyNone, Describe<Record>().list);
     return std::move(reading.records);
 }
 
-// An adapter that the library could not read gives a record without texts.
-std::vector<QEL_FCOE_HBA> ReadHBAs(AgentContext& context) {
-    std::vector<QEL_FCOE_HBA> hbas = ReadChosen<QEL_FCOE_HBA>(context);
-    const auto unread = std::ranges::count_if(hbas, [](const auto& hba) { return hba.strDeviceId.empty(); });
-    if (unread > 0)
-        context.report.notes.push_back(fmt::format("{} adapter{} could not be read and {} an empty record. {}", unread,
-                                                   unread == 1 ? "" : "s", unread == 1 ? "has" : "have", LogHint()));
-    if (hbas.empty() && context.report.complete)
-        context.report.notes.emplace_back(NO_ADAPTER);
-    return hbas;
+Reading<QEL_FCOE_HBA> ReadAdapters(AgentContext& context, reading::Answer answer) {
+    Reading<QEL_FCOE_HBA> reading = context.agent.Read<QEL_FCOE_HBA>(context.adapter.id, answer);
+    context.report.Add(reading.complete, reading.findings);
+    if (reading.records.empty())
+        NoteNone(context.report, reading.findings.whyNone, Describe<QEL_FCOE_HBA>().list);
+    return reading;
 }
 
 } // namespace
@@ -63,19 +72,20 @@ template void List<QEL_FCOE_LUN>(AgentContext& context);
 template void List<QEL_FCOE_VLAN>(AgentContext& context);
 
 void ListVPorts(AgentContext& context) {
-    std::vector<QEL_FCOE_PORT> ports = ReadChosen<QEL_FCOE_PORT>(context);
-    std::erase_if(ports, [](const auto& port) { return port.ulPortType < FIRST_VIRTUAL_PORT_TYPE; });
-    Show(context, ports);
+    Show(context, ReadChosen<QEL_FCOE_PORT>(
+                      context, [](const QEL_FCOE_PORT& port) { return port.ulPortType >= FIRST_VIRTUAL_PORT_TYPE; }));
 }
 
 void ShowTree(AgentContext& context) {
+    std::string whyNone;
     const auto read = [&]<class Record>(std::vector<Record>& records) {
         Reading<Record> reading = context.agent.Read<Record>(context.adapter.id);
         records = std::move(reading.records);
-        if (!reading.complete) {
-            context.report.complete = false;
+        context.report.Add(reading.complete, reading.findings);
+        if (!reading.complete)
             context.report.notes.push_back(fmt::format("The {} are not complete.", Describe<Record>().list));
-        }
+        if (whyNone.empty())
+            whyNone = reading.findings.whyNone;
     };
     Lists lists;
     read(lists.hbas);
@@ -88,8 +98,8 @@ void ShowTree(AgentContext& context) {
         context.report.body["adapters"] = TreeToJson(tree);
     else
         context.output.Write(DrawTree(tree, context.options.ascii));
-    if (tree.empty() && context.report.complete)
-        context.report.notes.emplace_back(NO_ADAPTER);
+    if (tree.empty())
+        NoteNone(context.report, whyNone, Describe<QEL_FCOE_HBA>().list);
 }
 
 SheetColumns HbaColumns(const Options&) {
@@ -99,11 +109,11 @@ SheetColumns HbaColumns(const Options&) {
 }
 
 void ListHBAs(AgentContext& context) {
-    const auto hbas = ReadHBAs(context);
-    Sheet sheet = SheetOf(hbas);
+    const auto reading = ReadAdapters(context, reading::Answer::Hbas);
+    Sheet sheet = SheetOf(reading.records);
     sheet.columns = HbaColumns(context.options);
-    for (std::size_t i = 0; i < hbas.size(); ++i)
-        sheet.rows[i].emplace_back(ExplainLinkStatus(hbas[i].strFcoeLinkStatus).state);
+    for (std::size_t i = 0; i < sheet.rows.size(); ++i)
+        sheet.rows[i].emplace_back(LinkOf(reading.records[i], reading.findings).state);
     ShowSheet(context, Describe<QEL_FCOE_HBA>().list, std::move(sheet));
 }
 
@@ -116,9 +126,10 @@ SheetColumns LinkColumns(const Options&) {
 }
 
 void ShowLinks(AgentContext& context) {
+    const auto reading = ReadAdapters(context, reading::Answer::Links);
     Sheet sheet{LinkColumns(context.options), {}};
-    for (const QEL_FCOE_HBA& hba : ReadHBAs(context)) {
-        const LinkStatus link = ExplainLinkStatus(hba.strFcoeLinkStatus);
+    for (const QEL_FCOE_HBA& hba : reading.records) {
+        const LinkStatus link = LinkOf(hba, reading.findings);
         sheet.rows.push_back({ToUtf8(hba.strDeviceId), ToUtf8(hba.strSecondId), ToUtf8(hba.strFcoeLinkStatus),
                               link.state, link.meaning});
     }

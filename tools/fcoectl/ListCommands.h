@@ -5,7 +5,7 @@
 
 namespace fcoectl {
 
-// For fabrics, ports, targets, LUNs and VLANs.
+// For HBAs, fabrics, ports, targets, LUNs and VLANs.
 template <class Record> void List(AgentContext& context);
 
 void ListHBAs(AgentContext& context);

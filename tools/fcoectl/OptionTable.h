@@ -14,6 +14,7 @@ namespace fcoectl {
 // The options as they stand on the command line; a text is there when its option is.
 struct Typed {
     bool json = false;
+    bool tolerant = false;
     bool blocks = false;
     bool noHeader = false;
     bool ascii = false;

@@ -27,7 +27,22 @@ Json ErrorObject(const ErrorDetail& detail, Exit exit) {
     return object;
 }
 
+Json ProblemObject(const reading::Problem& problem) {
+    return {{"adapter", problem.adapter},   {"what", problem.what},
+            {"function", problem.function}, {"status", problem.status ? Json(*problem.status) : Json(nullptr)},
+            {"text", problem.text},         {"advice", problem.advice}};
+}
+
 } // namespace
+
+void Report::Add(bool answered, const reading::Findings& findings) {
+    complete = complete && answered && findings.problems.empty();
+    for (const reading::Problem& problem : findings.problems)
+        if (problems && std::ranges::find(*problems, problem) == problems->end())
+            problems->push_back(problem);
+    if (!findings.blindness.empty() && std::ranges::find(notes, findings.blindness) == notes.end())
+        notes.push_back(findings.blindness);
+}
 
 std::string Document(const std::string& command, const Report& report, const Failure* failure) {
     std::string schema = command;
@@ -38,6 +53,11 @@ std::string Document(const std::string& command, const Report& report, const Fai
     document["complete"] = report.complete && !failure;
     for (const auto& [key, value] : report.body.items())
         document[key] = value;
+    if (report.problems) {
+        document["problems"] = Json::array();
+        for (const reading::Problem& problem : *report.problems)
+            document["problems"].push_back(ProblemObject(problem));
+    }
     if (!report.notes.empty())
         document["notes"] = report.notes;
     if (failure) {
@@ -49,6 +69,10 @@ std::string Document(const std::string& command, const Report& report, const Fai
             document["more_errors"].push_back(ErrorObject(details[i], failure->Code()));
     }
     return document.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
+}
+
+std::string Message(const reading::Problem& problem) {
+    return fmt::format("fcoectl: {} {}\n", Printable(problem.text), Printable(problem.advice));
 }
 
 std::string Messages(const Failure& failure) {

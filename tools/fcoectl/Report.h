@@ -1,25 +1,35 @@
 // What one command says: the JSON document, the notes, the messages of a failure.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "tools/fcoectl/Failure.h"
+#include "tools/reading/Examiner.h"
 
 namespace fcoectl {
 
 struct Report {
-    bool complete = true; // the agent answered TRUE to everything asked
+    bool complete = true; // all that was asked for was read
     // Members of the document after the envelope, in order.
     nlohmann::ordered_json body = nlohmann::ordered_json::object();
+    // What was not read; nothing for a command that does not read.
+    std::optional<std::vector<reading::Problem>> problems;
     std::vector<std::string> notes; // sentences, on the error stream or in the document
+
+    // Takes over what a reading came to; what was told before is not told again.
+    void Add(bool answered, const reading::Findings& findings);
 };
 
-// {"schema": "fcoectl/vport-create", "version": 1, "complete": ..., body..., "notes": [...], "error": {...}} with two
-// blanks of indent and LF. command: its words; failure: null when there is none.
+// {"schema": "fcoectl/vport-create", "version": 1, "complete": ..., body..., "problems": [...], "notes": [...],
+// "error": {...}} with two blanks of indent and LF. command: its words; failure: null when there is none.
 std::string Document(const std::string& command, const Report& report, const Failure* failure);
+
+// The line for people of one problem.
+std::string Message(const reading::Problem& problem);
 
 // The lines for people: each error as a sentence, with its code and arguments when the agent reported it, then the
 // hints.

@@ -54,7 +54,7 @@ std::optional<Failure> Perform(const Command& command, Context& context) {
     } catch (const std::bad_alloc&) {
         return Failure(Exit::AgentThrew, "Memory is exhausted.");
     }
-    if (!context.report.complete)
+    if (!context.report.complete && !context.options.tolerant)
         return Failure(Exit::Partial, Describe(Exit::Partial).meaning, {LogHint()});
     return std::nullopt;
 }
@@ -64,17 +64,20 @@ void Complain(Output& output, const std::string& text) {
     output.WriteError(output.ErrorsHaveColours() ? "\x1B[31m" + text + "\x1B[0m" : text);
 }
 
-Report EmptyReport(const Command& command) {
+Report EmptyReport(const Command& command, const Options& options) {
     Report report;
     if (command.list)
         report.body[command.list] = nlohmann::ordered_json::array();
+    if (command.takes & TAKES_ADAPTER || options.dryRun || options.allAdapters)
+        report.problems.emplace();
     return report;
 }
 
 // What a command needs while it runs. Shared with its thread, which goes on when nobody waits for it any more.
 struct Work {
     Work(const Request& asked, Output& written)
-        : request(asked), report(EmptyReport(*asked.command)), limit(asked.options.timeout), output(written, limit) {}
+        : request(asked), report(EmptyReport(*asked.command, asked.options)), limit(asked.options.timeout),
+          output(written, limit) {}
 
     void Do() {
         limit.Restart();
@@ -115,9 +118,9 @@ void DoWithinLimit(const std::shared_ptr<Work>& work) {
 void Advise(Failure& failure) {
     if (!failure.Hints().empty())
         return;
-    failure.Add(Describe(failure.Code()).advice);
+    failure.AddHint(Describe(failure.Code()).advice);
     if (failure.Code() == Exit::AgentThrew)
-        failure.Add(LogHint());
+        failure.AddHint(LogHint());
 }
 
 int RunCommand(const Request& request, Output& output) {
@@ -130,7 +133,7 @@ int RunCommand(const Request& request, Output& output) {
         report = std::move(work->report);
         failure = std::move(work->failure);
     } catch (const Failure& timedOut) { // what the command has so far belongs to its thread
-        report = EmptyReport(command);
+        report = EmptyReport(command, request.options);
         failure = timedOut;
     }
     if (failure)
@@ -138,6 +141,8 @@ int RunCommand(const Request& request, Output& output) {
     if (request.options.json) {
         output.Write(Document(command.name, report, failure ? &*failure : nullptr));
     } else {
+        for (const reading::Problem& problem : report.problems.value_or(std::vector<reading::Problem>()))
+            output.WriteError(Message(problem));
         for (const std::string& note : report.notes)
             output.WriteError(fmt::format("fcoectl: {}\n", Printable(note)));
         if (failure)

@@ -78,6 +78,16 @@ std::string Sample(const Context& context, const Sheet& sheet, double seconds, b
                                        : rendered;
 }
 
+// Counters that were not read are left out: the agent tells zeros then.
+Reading<QEL_FCOE_STATISTIC> ReadCounters(AgentContext& context) {
+    Reading<QEL_FCOE_STATISTIC> reading = context.agent.Read<QEL_FCOE_STATISTIC>(context.adapter.id);
+    context.report.Add(reading.complete, reading.findings);
+    std::erase_if(reading.records, [&](const QEL_FCOE_STATISTIC& record) {
+        return reading.findings.Lack(record.strDeviceId, reading::What::Counters);
+    });
+    return reading;
+}
+
 void Watch(AgentContext& context) {
     const Interruption interruption;
     Json samples = Json::array();
@@ -89,8 +99,7 @@ void Watch(AgentContext& context) {
         if (taken && !interruption.Wait(*context.options.watch))
             break;
         context.limit.Restart();
-        Reading<QEL_FCOE_STATISTIC> reading = context.agent.Read<QEL_FCOE_STATISTIC>(context.adapter.id);
-        context.report.complete = context.report.complete && reading.complete;
+        Reading<QEL_FCOE_STATISTIC> reading = ReadCounters(context);
         const auto now = Clock::now();
         if (!taken)
             start = now;
@@ -128,12 +137,11 @@ SheetColumns StatisticColumns(const Options& options) {
 void ShowStatistics(AgentContext& context) {
     if (context.options.watch)
         return Watch(context);
-    const Reading<QEL_FCOE_STATISTIC> reading = context.agent.Read<QEL_FCOE_STATISTIC>(context.adapter.id);
-    context.report.complete = reading.complete;
+    const Reading<QEL_FCOE_STATISTIC> reading = ReadCounters(context);
     ShowSheet(context, Describe<QEL_FCOE_STATISTIC>().list, SheetOf(reading.records));
-    // The agent answers TRUE, too, when an adapter's counters cannot be read.
-    if (reading.records.empty() && reading.complete)
-        context.report.notes.push_back("No adapter's counters could be read, or there is no adapter.");
+    if (reading.records.empty() && context.report.complete)
+        context.report.notes.push_back(reading.findings.whyNone.empty() ? "The agent knows no statistics."
+                                                                        : reading.findings.whyNone);
 }
 
 } // namespace fcoectl

@@ -6,13 +6,18 @@
 //   false:LIST      the list is answered with FALSE, after its first record; LIST as in the table below
 //   empty:LIST      the list is empty
 //   memory:LIST     the list ends with std::bad_alloc; odd:LIST with an exception of no standard type
-//   hang:LIST       the list is never answered; hang:change a change is not, hang:later not the third reading of
-//   counters shared          the second adapter has the first one's virtual port, too refuse:N        changes are
-//   refused with error entry N, 0 for none; refuse:second a rescan of the second adapter grow            counters grow
-//   with every reading foreign         the first adapter's name is no ASCII text loads:NAME      loads that module
-//   first, and notes where it was found
+//   hang:LIST       the list is never answered; hang:change a change, hang:later the third reading of the counters
+//   shared          the second adapter has the first one's virtual port, too
+//   refuse:N        changes are refused with error entry N, 0 for none; refuse:second a rescan of the second adapter
+//   grow            counters grow with every reading
+//   foreign         the first adapter's name is no ASCII text
+//   loads:NAME      loads that module first, and notes where it was found; else the HBA library, until Uninstall
+//   nolibrary       it does not
+//   silent          no log is written
+//   failed:TEXT     in the log a call of the first adapter fails, in the words of TEXT with "_" for blanks
 //
-// The environment variable FAKE_AGENT_CALLS names a file that gets one line a call.
+// The environment variable FAKE_AGENT_CALLS names a file that gets one line a call; beside it goes the agent's log.
+#include <algorithm>
 #include <cwchar>
 #include <new>
 #include <sstream>
@@ -61,6 +66,35 @@ void Note(const std::wstring& call) {
     std::fclose(file);
 }
 
+std::wstring LogFile() {
+    const std::wstring calls = Environment(L"FAKE_AGENT_CALLS");
+    return calls.empty() || Scripted(L"silent") ? L"" : calls.substr(0, calls.rfind(L'\\') + 1) + L"FcoeAgnt.txt";
+}
+
+// A line in the agent's form; mode as of fopen.
+void Log(const std::wstring& text, const wchar_t* mode = L"ab") {
+    const std::wstring name = LogFile();
+    FILE* file = name.empty() ? nullptr : _wfopen(name.c_str(), mode);
+    if (!file)
+        return;
+    std::fprintf(file, "FCOEAGENT\tPID:%lx\tTID:%lx\t14:03:27.512\t(1D3A5C02)\tTIER 1\t\t%ls\r\n",
+                 GetCurrentProcessId(), GetCurrentThreadId(), text.c_str());
+    std::fclose(file);
+}
+
+class LoggedScope {
+  public:
+    explicit LoggedScope(std::wstring name) : m_name(std::move(name)) { Log(L"ENTRY:  " + m_name); }
+    ~LoggedScope() { Log(L"EXIT:  " + m_name); }
+    LoggedScope(const LoggedScope&) = delete;
+    LoggedScope& operator=(const LoggedScope&) = delete;
+
+  private:
+    std::wstring m_name;
+};
+
+HMODULE g_library;
+
 // As the agent loads the HBA library.
 void Load(const std::wstring& name) {
     wchar_t file[MAX_PATH] = L"nothing";
@@ -79,10 +113,10 @@ class FakeAgent : public CQelFcoeAgentIntf {
             records.hbas.front() = {};
         if (Scripted(L"foreign"))
             records.hbas.front().strSecondId = L"Ger\u00E4t \u20AC \U0001F4BE";
-        return Answer(L"hbas", adapter, records.hbas, list);
+        return Answer(L"EnumerateHBAs", L"hbas", adapter, records.hbas, list);
     }
     BOOL EnumerateFabrics(CQelString& adapter, std::vector<QEL_FCOE_FABRIC>& list, ULONG64) override {
-        return Answer(L"fabrics", adapter, World().fabrics, list);
+        return Answer(L"EnumerateFabrics", L"fabrics", adapter, World().fabrics, list);
     }
     BOOL EnumeratePorts(CQelString& adapter, std::vector<QEL_FCOE_PORT>& list, ULONG64) override {
         FakeRecords records = World();
@@ -90,16 +124,16 @@ class FakeAgent : public CQelFcoeAgentIntf {
             records.ports.push_back(records.ports[1]);
             records.ports.back().strDeviceId = records.hbas.back().strDeviceId;
         }
-        return Answer(L"ports", adapter, records.ports, list);
+        return Answer(L"EnumeratePorts", L"ports", adapter, records.ports, list);
     }
     BOOL EnumerateTargets(CQelString& adapter, std::vector<QEL_FCOE_TARGET>& list, ULONG64) override {
-        return Answer(L"targets", adapter, World().targets, list);
+        return Answer(L"EnumerateTargets", L"targets", adapter, World().targets, list);
     }
     BOOL EnumerateVLANs(CQelString& adapter, std::vector<QEL_FCOE_VLAN>& list, ULONG64) override {
-        return Answer(L"vlans", adapter, World().vlans, list);
+        return Answer(L"EnumerateVLANs", L"vlans", adapter, World().vlans, list);
     }
     BOOL EnumerateLUNs(CQelString& adapter, std::vector<QEL_FCOE_LUN>& list, ULONG64) override {
-        return Answer(L"luns", adapter, World().luns, list);
+        return Answer(L"EnumerateLUNs", L"luns", adapter, World().luns, list);
     }
     BOOL EnumerateStatistics(CQelString& adapter, std::vector<QEL_FCOE_STATISTIC>& list, ULONG64) override {
         FakeRecords records = World();
@@ -108,10 +142,13 @@ class FakeAgent : public CQelFcoeAgentIntf {
                 statistic.llValue += 1000 * m_readings;
         if (++m_readings == 3 && Argument(L"hang") == L"later")
             Sleep(INFINITE);
-        return Answer(L"statistics", adapter, records.statistics, list);
+        return Answer(L"EnumerateStatistics", L"statistics", adapter, records.statistics, list);
     }
     BOOL Uninstall(ULONG64) override {
         Note(L"Uninstall");
+        if (g_library)
+            FreeLibrary(g_library);
+        g_library = nullptr;
         return TRUE;
     }
 
@@ -145,8 +182,11 @@ class FakeAgent : public CQelFcoeAgentIntf {
     static FakeRecords World() { return MakeFakeRecords(Scripted(L"none") ? 0 : Scripted(L"two") ? 2 : 1); }
 
     template <class Record>
-    static BOOL Answer(const std::wstring& name, const CQelString& adapter, const std::vector<Record>& records,
-                       std::vector<Record>& list) {
+    static BOOL Answer(const wchar_t* operation, const std::wstring& name, const CQelString& adapter,
+                       const std::vector<Record>& records, std::vector<Record>& list) {
+        const LoggedScope scope(std::wstring(L"CQelFcoeAgentWin::") + operation);
+        for (std::size_t i = 0; i < World().hbas.size() && (i == 0 || adapter.empty()); ++i)
+            AskAdapter(i);
         Note(L"Enumerate " + name + L" " + adapter);
         if (Argument(L"memory") == name)
             throw std::bad_alloc();
@@ -160,6 +200,18 @@ class FakeAgent : public CQelFcoeAgentIntf {
                 if ((adapter.empty() || record.strDeviceId == adapter) && (!fails || list.empty()))
                     list.push_back(record);
         return !fails;
+    }
+
+    // What the log has of one adapter.
+    static void AskAdapter(std::size_t place) {
+        { const LoggedScope scope(L"CQelFcoeAgentWin::GetHBAObject"); }
+        std::wstring failure = Argument(L"failed");
+        if (failure.empty() || place > 0)
+            return;
+        std::ranges::replace(failure, L'_', L' ');
+        const LoggedScope list(L"CQelFcoeTarget::GetTargetsList_HBA");
+        const LoggedScope call(L"CHBAAPIInt::GetTargetList");
+        Log(failure);
     }
 
     // Refuses as scripted, with the arguments that the error carries.
@@ -187,7 +239,10 @@ class FakeAgent : public CQelFcoeAgentIntf {
 CQelFcoeAgentIntf* GetFcoeAgent() {
     static FakeAgent agent;
     Note(L"GetFcoeAgent");
+    Log(L"CQelFcoeAgentWin::Initialize", L"wb");
     if (const std::wstring module = Argument(L"loads"); !module.empty())
         Load(module);
+    else if (!g_library && !Scripted(L"nolibrary") && !Scripted(L"null"))
+        g_library = LoadLibraryW(L"orvanhapi.dll");
     return Scripted(L"null") ? nullptr : &agent;
 }

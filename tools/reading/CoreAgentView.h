@@ -1,0 +1,26 @@
+// What the core agent of this process tells of its adapters.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace reading {
+
+// Identifiers are UTF-8.
+struct CoreAgentView {
+    bool loaded = false;
+    bool threw = false;                    // when it was asked for its adapters
+    std::uint32_t error = 0;               // that it answered; 0: none
+    std::vector<std::string> adapters;     // all of them
+    std::vector<std::string> withFcoe;     // those that support FCoE, in the same order
+    std::vector<std::string> supportThrew; // those of which it could not tell
+
+    bool Answered() const { return loaded && !threw && error == 0; }
+};
+
+// Asks the one that the agent has loaded; loads none. Throws std::bad_alloc only.
+[[nodiscard]] CoreAgentView AskCoreAgent();
+
+} // namespace reading

@@ -1,0 +1,86 @@
+// Every function of a neighbour, each way to fail, each command that reads: where the answer is another than the
+// healthy one, the exit code is 1 and a problem names the adapter and the function; where it is the same, nothing is
+// said.
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include "tests/reading/Faults.h"
+#include "tests/reading/ReadingHost.h"
+
+namespace {
+
+using Json = ReadingHost::Json;
+
+constexpr int COMPLETE = 0;
+constexpr int PARTIAL = 1;
+constexpr int REFUSED = 4;         // the agent has not started, and the message says why
+constexpr int RESCAN_REFUSED = 16; // the same, of what `rescan` does beside reading
+
+bool Names(const Json& problem, const Fault& fault) {
+    const std::string function = problem["function"];
+    const std::string text = problem["text"];
+    const bool whom = problem["adapter"] == ReadingHost::FAULTY || !fault.ofOneAdapter;
+    return whom && (WhyNotNamed(fault) || function.find(fault.function) != function.npos ||
+                    text.find(fault.function) != text.npos);
+}
+
+// What is wrong with what was said; empty: nothing.
+std::string Judge(const ReadingHost::Reading& healthy, const ReadingHost::Reading& reading, const Fault& fault) {
+    if (reading.exit == REFUSED || reading.exit == RESCAN_REFUSED)
+        return reading.document.contains("error") ? "" : "refused without a word";
+    const Json& problems = reading.document["problems"];
+    const bool whole = reading.document["complete"] == true;
+    if (whole != (reading.exit == COMPLETE) || problems.empty() != whole)
+        return fmt::format("exit {}, complete: {}, {} problems", reading.exit, whole, problems.size());
+    if (reading.Answer() == healthy.Answer())
+        return whole ? "" : fmt::format("a false alarm: {}", problems.dump());
+    if (reading.exit != PARTIAL)
+        return fmt::format("exit {} though the answer differs: {}", reading.exit,
+                           Json::diff(healthy.Answer(), reading.Answer()).dump().substr(0, 300));
+    if (std::ranges::none_of(problems, [&](const Json& problem) { return Names(problem, fault); }))
+        return fmt::format("no problem names the function: {}", problems.dump());
+    return {};
+}
+
+class FailingNeighbours : public testing::TestWithParam<Function> {};
+
+} // namespace
+
+TEST_P(FailingNeighbours, AreTold) {
+    ReadingHost host;
+    const Function& function = GetParam();
+    if (function.online)
+        host.Dcb();
+    host.Simulate(ReadingHost::Topology("", function.online));
+    std::map<std::string, ReadingHost::Reading> healthy;
+    for (const char* words : READERS) {
+        healthy[words] = host.Run(words);
+        EXPECT_EQ(COMPLETE, healthy[words].exit) << words << healthy[words].document.dump();
+    }
+    for (const Fault& fault : FaultsOf(function)) {
+        const std::string topology = ReadingHost::Topology(fault.entry, function.online);
+        if (function.neighbour == Neighbour::DcbService)
+            host.SimulateDcb(topology);
+        else
+            host.Simulate(topology);
+        bool told = true;
+        for (const char* words : READERS) {
+            const std::string problem = Judge(healthy[words], host.Run(words), fault);
+            told = told && problem.empty();
+            if (!WhyUndecidable(fault)) {
+                EXPECT_EQ("", problem) << words << ' ' << fault.entry;
+            }
+        }
+        if (WhyUndecidable(fault)) {
+            EXPECT_FALSE(told) << "is told by now, and needs no exception: " << fault.entry;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, FailingNeighbours, testing::ValuesIn(Functions()),
+                         [](const auto& info) { return std::string(info.param.name); });

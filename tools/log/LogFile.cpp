@@ -19,10 +19,14 @@ bool LogFile::Open(const std::wstring& path, std::uint64_t offset) {
     if (!m_file)
         return false;
     m_buffer.resize(BUFFER);
-    m_beginning.resize(BEGINNING);
-    m_beginning.resize(ReadAt(0, m_beginning.data(), BEGINNING));
+    RememberBeginning();
     GoTo(offset);
     return true;
+}
+
+void LogFile::RememberBeginning() {
+    m_beginning.resize(BEGINNING);
+    m_beginning.resize(ReadAt(0, m_beginning.data(), BEGINNING));
 }
 
 DWORD LogFile::ReadAt(std::uint64_t offset, char* bytes, DWORD length) const {
@@ -85,12 +89,9 @@ std::uint64_t LogFile::Size() const {
 bool LogFile::WasRewritten() {
     if (!m_file)
         return false;
-    char bytes[BEGINNING];
-    const std::string_view beginning(bytes, ReadAt(0, bytes, BEGINNING));
-    if (Size() < m_offset || !beginning.starts_with(m_beginning))
-        return true;
-    m_beginning = beginning; // longer, if the file was short
-    return false;
+    const std::string before = m_beginning;
+    RememberBeginning(); // longer, if the file was short
+    return Size() < m_offset || !m_beginning.starts_with(before);
 }
 
 std::string Utf8(std::string_view text) {

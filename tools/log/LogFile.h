@@ -34,7 +34,7 @@ class LogFile {
     std::uint64_t Offset() const { return m_offset; }
     // The length of the file as it is now.
     std::uint64_t Size() const;
-    // Whether the file is another one than at its opening, or was written anew: what was read has gone.
+    // Whether the file was written anew since its opening, or since the last time that this was asked.
     [[nodiscard]] bool WasRewritten();
     // Reads on from there.
     void GoTo(std::uint64_t offset);
@@ -45,6 +45,7 @@ class LogFile {
     };
 
     bool Fill();
+    void RememberBeginning();
     DWORD ReadAt(std::uint64_t offset, char* bytes, DWORD length) const;
 
     std::unique_ptr<void, Close> m_file;

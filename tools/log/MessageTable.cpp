@@ -41,6 +41,7 @@ constexpr char DCB_LINK[] = "What the link's state shows; the DCB service answer
 constexpr char NOT_READ[] = "The installer's flag is not set: FCoE counts as not installed, and there are no adapters.";
 constexpr char SEE_FLAG[] = "Install FCoE, or set InstalledTOLV_FCOE to the text 1; see docs/registry.md.";
 constexpr char SUPPORT_OFF[] = "A support setting, or what turns them on, is not there.";
+constexpr char FAILED_RETRY[] = "The list was left out; a line before says why its second reading failed.";
 constexpr char FAILED_LIST[] = "The list's first reading asks with room for one entry; a line before says how it went.";
 
 constexpr LogMessage TABLE[] = {
@@ -149,12 +150,10 @@ constexpr LogMessage TABLE[] = {
      "GetFcpTargetMapping", OTHER, FAILED_LIST, ""},
     {"GetVLANList() failed Input No of vlans = %d, dwNoOfVlans = %d", CONSEQUENCE, LIBRARY, "ORVAN_GetVlanIdList",
      OTHER, FAILED_LIST, ""},
-    {"GetTargetsInfo() failed Inout No of targets = %d, dwNoOfTargets = %d", PROBLEM, LIBRARY, "GetFcpTargetMapping",
-     OTHER, "The list of LUNs could not be read with the room that its probe asked for.",
-     "Ask again: the list may have grown meanwhile."},
-    {"GetVLANList() failed Inout No of Vlans = %d, dwNoOfVlans = %d", PROBLEM, LIBRARY, "ORVAN_GetVlanIdList", OTHER,
-     "The list of VLANs could not be read with the room that its probe asked for.",
-     "Ask again: the list may have grown meanwhile."},
+    {"GetTargetsInfo() failed Inout No of targets = %d, dwNoOfTargets = %d", CONSEQUENCE, LIBRARY,
+     "GetFcpTargetMapping", OTHER, FAILED_RETRY, ""},
+    {"GetVLANList() failed Inout No of Vlans = %d, dwNoOfVlans = %d", CONSEQUENCE, LIBRARY, "ORVAN_GetVlanIdList",
+     OTHER, FAILED_RETRY, ""},
     {"GetTargetList() succeeded, dwNoOfTargets = %d", PROGRESS, LIBRARY, "ORVAN_GetTargetList", OTHER,
      "So many targets there are.", ""},
     {"GetTargetsInfo() succeeded, dwNoOfTargets = %d", PROGRESS, LIBRARY, "GetFcpTargetMapping", OTHER,

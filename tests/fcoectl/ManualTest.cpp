@@ -1,5 +1,7 @@
 // The manual says what the program does.
+#include <iterator>
 #include <regex>
+#include <sstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -83,9 +85,11 @@ TEST_F(Manual, TranscriptsAreWhatIsPrinted) {
     ExpectTranscript(Host(),
                      {"explain", "CHBAAPIInt::InitHBAAPIMod", "InitializeLibrary", "failed", "-", "Status", "-", "3"},
                      false);
-    const fcoectl::Example* explain = fcoectl::FindExample("explain");
-    ASSERT_NE(nullptr, explain);
-    EXPECT_THAT(ManualText(), HasSubstr(Block(explain->command, explain->output)));
+    for (const char* name : {"explain", "log requests", "log problems"}) {
+        const fcoectl::Example* example = fcoectl::FindExample(name);
+        ASSERT_NE(nullptr, example);
+        EXPECT_THAT(ManualText(), HasSubstr(Block(example->command, example->output)));
+    }
 }
 
 TEST_F(Manual, ListsEveryCode) {
@@ -109,10 +113,14 @@ TEST_F(Manual, ListsEveryCommandAndKey) {
             continue;
         Host host;
         const std::string name = command.name;
-        std::vector<std::string> arguments{name, "--json"};
-        if (name == "vport list")
-            arguments = {"vport", "list", "--json"};
-        const auto document = name == "explain" ? host.RunPlain(arguments).Json() : host.Run(arguments).Json();
+        std::istringstream words(name + " --json");
+        std::vector<std::string> arguments{std::istream_iterator<std::string>(words), {}};
+        if (command.takes & fcoectl::TAKES_LOG_FILE)
+            arguments.insert(arguments.end(), {"--file", FCOE_TEST_DATA "/log/FcoeAgnt.txt"});
+        if (command.takes & fcoectl::TAKES_REQUEST)
+            arguments.emplace_back("2");
+        const bool agent = command.takes & fcoectl::TAKES_AGENT;
+        const auto document = agent ? host.Run(arguments).Json() : host.RunPlain(arguments).Json();
         ASSERT_FALSE(document[command.list].empty()) << name;
         for (const auto& [key, value] : document[command.list][0].items())
             EXPECT_THAT(manual, HasSubstr("`" + key + "`")) << name;

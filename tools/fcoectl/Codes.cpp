@@ -25,6 +25,8 @@ constexpr ExitCode EXIT_CODES[] = {
      "Check the disk or the program that reads the output. The command itself was carried out."},
     {Exit::TimedOut, ENDS_AGENT_USER, "timed_out", "The agent did not answer within the time of --timeout.",
      "The agent's log shows which call hangs. Whether a change was carried out is not known: look."},
+    {Exit::LogUnreadable, ENDS_LOG_READER, "log_unreadable", "The log cannot be read, or lacks what was asked for.",
+     "The message names the file; --file reads another one."},
     {Exit::InvalidWWPN, ENDS_CREATION | ENDS_DELETION, "invalid_wwpn", "The WWPN is not valid.",
      "Write sixteen hexadecimal digits, with colons after each two or without, or 'auto'."},
     {Exit::WWPNInUse, ENDS_CREATION, "wwpn_in_use", "The WWPN is already in use.",

@@ -17,6 +17,7 @@ enum class Exit : int {
     AgentThrew = 6,
     OutputFailed = 7,
     TimedOut = 8,
+    LogUnreadable = 9,
     InvalidWWPN = 10,
     WWPNInUse = 11,
     PortLimit = 12,
@@ -36,7 +37,8 @@ enum Ends : unsigned {
     ENDS_DELETION = 16,
     ENDS_GENERATION = 32, // of a port name
     ENDS_RESCAN = 64,
-    ENDS_ALL = 127,
+    ENDS_LOG_READER = 128,
+    ENDS_ALL = 255,
 };
 
 struct ExitCode {

@@ -55,6 +55,12 @@ enum Takes : unsigned {
     TAKES_DRY_RUN = 1024, // --dry-run
     TAKES_TOPIC = 2048,   // the words of a command, or none
     TAKES_SHELL = 4096,   // the name of a shell
+    // Of the log's commands.
+    TAKES_LOG_FILE = 1 << 16, // --file
+    TAKES_FOLLOW = 1 << 17,   // --follow, --count: the last so many
+    TAKES_TOP = 1 << 18,      // --count: the first so many
+    TAKES_REQUEST = 1 << 19,  // a request's number
+    TAKES_OUTPUT = 1 << 20,   // --output
 };
 
 // Those that take an adapter load the agent.

@@ -26,6 +26,8 @@ constexpr int MAXIMUM_WORDS = 1000;
 constexpr const char* GENERAL_OPTIONS[] = {"--help", "-h", "--version"};
 // What PowerShell makes of an identifier in braces without quotes.
 constexpr char POWERSHELL_SCRIPT[] = "-encodedCommand";
+constexpr char LOG_GROUP[] = "log";
+constexpr char LOG_DEFAULT[] = "requests";
 
 // The seconds of an option, at least a tenth and at most a day.
 double Seconds(const char* option, const std::string& text) {
@@ -73,6 +75,21 @@ void CheckList(const Typed& typed, const Command& command, Options& options) {
         throw CLI::ValidationError("--no-header", "is of table, csv and tsv");
 }
 
+// What only the log's commands have.
+void CheckLog(const Typed& typed, const Command& command, Options& options) {
+    options.log.file = typed.file.value_or("");
+    options.log.follow = typed.follow;
+    options.log.output = typed.output.value_or("");
+    if (typed.follow && options.json)
+        throw CLI::ValidationError("--follow", "does not go with --json, since the document must end");
+    if (!(command.takes & TAKES_REQUEST))
+        return;
+    const std::string& text = typed.arguments.front();
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), options.log.request);
+    if (error != std::errc() || end != text.data() + text.size() || options.log.request == 0)
+        throw CLI::ValidationError("NUMBER", fmt::format("'{}' is no request's number", text));
+}
+
 // The options once all are known.
 Options Checked(const Typed& typed, const Command& command) {
     Options options;
@@ -94,8 +111,9 @@ Options Checked(const Typed& typed, const Command& command) {
     if (typed.watch)
         options.watch = typed.watch->empty() ? DEFAULT_WATCH_SECONDS : Seconds("--watch", *typed.watch);
     if (typed.count)
-        options.count = Count(*typed.count);
-    if (typed.count && !typed.watch)
+        (command.takes & TAKES_WATCH ? options.count : options.log.count) = Count(*typed.count);
+    CheckLog(typed, command, options);
+    if (options.count && !options.watch)
         throw CLI::ValidationError("--count", "needs --watch");
     if (options.watch && options.json && options.count == 0)
         throw CLI::ValidationError("--watch", "with --json needs --count, since the document must end");
@@ -134,6 +152,11 @@ void AddArgument(CLI::App& app, const Command& command, Typed& typed) {
                        "name, a link status, a line of the agent's log (default: all codes)")
             ->type_name("")
             ->expected(0, MAXIMUM_WORDS);
+    if (takes & TAKES_REQUEST)
+        app.add_option("NUMBER", typed.arguments, "The request's number, as 'fcoectl log requests' has it")
+            ->type_name("")
+            ->expected(1)
+            ->required();
     if (takes & TAKES_TOPIC)
         app.add_option("COMMAND", typed.arguments, "The command to tell of (default: the program)")
             ->type_name("")
@@ -162,6 +185,11 @@ void AddOption(CLI::App& app, const Option& option, Typed& typed) {
     added->group(option.group);
 }
 
+const char* GroupPurpose(std::string_view group) {
+    return group == LOG_GROUP ? "Tell what the agent's log has: requests, problems, where the time goes."
+                              : "List, create and delete NPIV virtual ports.";
+}
+
 // The parser for the command's words below the program; groups such as `vport` are made on the way.
 CLI::App& AddCommand(CLI::App& root, const Command& command) {
     CLI::App* parent = &root;
@@ -172,7 +200,7 @@ CLI::App& AddCommand(CLI::App& root, const Command& command) {
         const auto groups = root.get_subcommands([&](const CLI::App* app) { return app->check_name(group); });
         parent = groups.empty() ? nullptr : groups.front();
         if (!parent) {
-            parent = root.add_subcommand(group, "List, create and delete NPIV virtual ports.");
+            parent = root.add_subcommand(group, GroupPurpose(group));
             parent->require_subcommand(1);
             parent->group("Commands");
         }
@@ -289,8 +317,12 @@ Words ReadWords(const CLI::App& root, const Arguments& arguments) {
         words.known += (words.known.empty() ? "" : " ") + app->get_name();
         words.arguments.push_back(*at);
     }
-    if (!childrenOf(app).empty() && !asksForText)
+    if (words.known == LOG_GROUP && !asksForText) { // the group's name alone
+        words.known += fmt::format(" {}", LOG_DEFAULT);
+        words.arguments.emplace_back(LOG_DEFAULT);
+    } else if (!childrenOf(app).empty() && !asksForText) {
         words.problem = "A command is needed.";
+    }
     words.arguments.insert(words.arguments.end(), options.begin(), options.end());
     words.arguments.insert(words.arguments.end(), at, arguments.end());
     return words;

@@ -8,6 +8,7 @@
 #include "tools/fcoectl/Explain.h"
 #include "tools/fcoectl/HelpCommands.h"
 #include "tools/fcoectl/ListCommands.h"
+#include "tools/fcoectl/LogCommands.h"
 #include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Statistics.h"
 
@@ -46,6 +47,16 @@ constexpr Command COMMANDS[] = {
     {"vport delete", "Delete an NPIV virtual port.", TAKES_AGENT | TAKES_PORT | TAKES_DRY_RUN, nullptr, DeleteVPort},
     {"wwpn", "Generate an unused port name without creating a port.", ONE, nullptr, GenerateWWPN},
     {"rescan", "Have an adapter look for its targets again.", ONE | TAKES_ALL | TAKES_DRY_RUN, nullptr, Rescan},
+    {"log requests", "List what hosts asked the agent for, one line each.", TAKES_LOG_FILE | TAKES_FOLLOW, "requests",
+     ListLogRequests},
+    {"log request", "Show the calls of one request, how long they took and what the library answered.",
+     TAKES_LOG_FILE | TAKES_REQUEST, "calls", ShowLogRequest},
+    {"log problems", "Tell what is wrong in the log, and what to do; what is normal is left out.",
+     TAKES_LOG_FILE | TAKES_TOP, "problems", ListLogProblems},
+    {"log slow", "Tell where the time goes: the operations that took longest themselves.", TAKES_LOG_FILE | TAKES_TOP,
+     "operations", ListSlowCalls},
+    {"log timeline", "Write the log as Trace Event JSON, for the viewers of Chrome and Perfetto.",
+     TAKES_LOG_FILE | TAKES_OUTPUT, nullptr, WriteLogTimeline},
     {"explain", "Explain a code of the agent or of this program, an HBA status, a link state or a line of the log.",
      TAKES_CODE | TAKES_LIST, "codes", ExplainCodes, CodeColumns},
     {"help", "Show the help of the program or of a command.", TAKES_TOPIC, nullptr, ShowHelp},

@@ -41,7 +41,7 @@ _fcoectl() {{
             COMPREPLY=($(compgen -S = -W "$columns" -- "$current"))
             compopt -o nospace 2>/dev/null
             return ;;
-        --agent) COMPREPLY=($(compgen -f -- "$current")); return ;;
+        --agent | --file | --output) COMPREPLY=($(compgen -f -- "$current")); return ;;
         --library-dir) COMPREPLY=($(compgen -d -- "$current")); return ;;
         {values}) return ;;
     esac

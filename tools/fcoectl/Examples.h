@@ -1,4 +1,5 @@
-// The examples of the help: what each command prints on a machine with one adapter. A test runs them all.
+// The examples of the help: what each command prints on a machine with one adapter, and of the log of tests/data/log.
+// A test runs them all.
 #pragma once
 
 #include <string_view>

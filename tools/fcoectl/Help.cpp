@@ -47,6 +47,8 @@ unsigned EndsOf(unsigned takes) {
         ends |= ENDS_RESCAN;
     if (takes == (TAKES_AGENT | TAKES_ONE))
         ends |= ENDS_GENERATION;
+    if (takes & TAKES_LOG_FILE)
+        ends |= ENDS_LOG_READER;
     return ends;
 }
 

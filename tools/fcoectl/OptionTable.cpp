@@ -10,6 +10,7 @@ constexpr char OUTPUT[] = "Output";
 constexpr char WATCHING[] = "Watching";
 constexpr char AGENT[] = "Agent";
 constexpr char CHANGE[] = "Change";
+constexpr char LOG[] = "Log";
 
 constexpr Option OPTIONS[] = {
     {TAKES_ADAPTER, "--adapter", ValueOf::Needed, "ADAPTER",
@@ -34,6 +35,17 @@ constexpr Option OPTIONS[] = {
      &Typed::watch},
     {TAKES_WATCH, "--count", ValueOf::Needed, "N", "End after that many readings (default: at Ctrl+C)", WATCHING,
      nullptr, &Typed::count},
+    {TAKES_LOG_FILE, "--file", ValueOf::Needed, "FILE", "Read this log (default: the one that the agent wrote last)",
+     LOG, nullptr, &Typed::file},
+    {TAKES_FOLLOW, "--follow", ValueOf::Flag, "",
+     "Go on while the log grows, a line for each request that ends (default: up to the log's end)", LOG, nullptr,
+     &Typed::follow},
+    {TAKES_FOLLOW, "-n,--count", ValueOf::Needed, "N",
+     "The last so many; with --follow end after so many (default: 1000; with --follow at Ctrl+C)", LOG, nullptr,
+     &Typed::count},
+    {TAKES_TOP, "-n,--count", ValueOf::Needed, "N", "At most so many (default: 1000)", LOG, nullptr, &Typed::count},
+    {TAKES_OUTPUT, "--output", ValueOf::Needed, "FILE", "Write to this file (default: standard output)", LOG, nullptr,
+     &Typed::output},
     {TAKES_NOTHING, "--json", ValueOf::Flag, "", "One JSON document instead of text (default: text)", OUTPUT, nullptr,
      &Typed::json},
     {TAKES_ADAPTER, "--tolerant", ValueOf::Flag, "",
@@ -76,11 +88,9 @@ std::span<const Option> OptionTable() {
 }
 
 const char* ArgumentOf(const Command& command) {
-    constexpr std::pair<unsigned, const char*> arguments[] = {{TAKES_NEW, " [WWPN]"},
-                                                              {TAKES_PORT, " WWPN"},
-                                                              {TAKES_CODE, " [WHAT]"},
-                                                              {TAKES_TOPIC, " [COMMAND]"},
-                                                              {TAKES_SHELL, " SHELL"}};
+    constexpr std::pair<unsigned, const char*> arguments[] = {{TAKES_NEW, " [WWPN]"},  {TAKES_PORT, " WWPN"},
+                                                              {TAKES_CODE, " [WHAT]"}, {TAKES_TOPIC, " [COMMAND]"},
+                                                              {TAKES_SHELL, " SHELL"}, {TAKES_REQUEST, " N"}};
     for (const auto& [takes, argument] : arguments)
         if (command.takes & takes)
             return argument;

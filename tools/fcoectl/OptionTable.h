@@ -20,12 +20,15 @@ struct Typed {
     bool ascii = false;
     bool all = false;
     bool dryRun = false;
+    bool follow = false;
     std::optional<std::string> adapter;
     std::optional<std::string> agent;
     std::optional<std::string> libraryFolder;
     std::optional<std::string> watch; // empty: without a value
     std::optional<std::string> count;
     std::optional<std::string> timeout;
+    std::optional<std::string> file;
+    std::optional<std::string> output;
     std::optional<std::string> form;
     std::optional<std::string> columns;
     std::optional<std::string> sort;

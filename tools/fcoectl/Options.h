@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/fcoectl/LogOptions.h"
+
 namespace fcoectl {
 
 // Of a list.
@@ -45,6 +47,7 @@ struct Options {
     std::optional<double> watch;    // seconds between two readings of the counters
     unsigned count = 0;             // readings of --watch; 0: until Ctrl+C
     std::optional<double> timeout;  // seconds that an answer of the agent may take
+    LogOptions log;
 };
 
 } // namespace fcoectl

@@ -6,6 +6,7 @@
 
 #include "tools/fcoectl/Adapters.h"
 #include "tools/fcoectl/Agent.h"
+#include "tools/fcoectl/Interruption.h"
 #include "tools/fcoectl/Query.h"
 #include "tools/fcoectl/Rates.h"
 #include "tools/fcoectl/Records.h"
@@ -22,36 +23,6 @@ using Records = std::vector<QEL_FCOE_STATISTIC>;
 using Rates = std::vector<std::optional<double>>;
 
 constexpr char SECONDS[] = "seconds"; // since the first reading
-
-// While it lives, Ctrl+C ends the waiting instead of the process.
-class Interruption {
-  public:
-    Interruption() {
-        s_event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-        SetConsoleCtrlHandler(OnControl, TRUE);
-    }
-    ~Interruption() {
-        SetConsoleCtrlHandler(OnControl, FALSE);
-        CloseHandle(s_event);
-    }
-    Interruption(const Interruption&) = delete;
-    Interruption& operator=(const Interruption&) = delete;
-
-    // False when the user ended it before the time was up.
-    [[nodiscard]] bool Wait(double seconds) const {
-        return WaitForSingleObject(s_event, static_cast<DWORD>(seconds * 1000)) == WAIT_TIMEOUT;
-    }
-
-  private:
-    static BOOL WINAPI OnControl(DWORD control) {
-        if (control != CTRL_C_EVENT && control != CTRL_BREAK_EVENT)
-            return FALSE;
-        SetEvent(s_event);
-        return TRUE;
-    }
-
-    static inline HANDLE s_event = nullptr;
-};
 
 // With the rates, and in the forms that have nothing else to tell it, the time of the reading.
 Sheet RatesSheet(const Options& options, const Records& records, const Rates& rates, double seconds) {

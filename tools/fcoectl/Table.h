@@ -16,8 +16,10 @@ struct Column {
 };
 
 struct Cell {
+    Cell(std::string shown, Tone ofText = Tone::Plain) : text(std::move(shown)), tone(ofText) {}
+
     std::string text;
-    Tone tone = Tone::Plain;
+    Tone tone;
 };
 
 // Header, dashes, one line a row; two blanks between columns, "-" for an empty cell, no blanks at line ends.

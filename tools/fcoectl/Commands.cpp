@@ -11,6 +11,7 @@
 #include "tools/fcoectl/LogCommands.h"
 #include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Statistics.h"
+#include "tools/fcoectl/doctor/Doctor.h"
 
 namespace fcoectl {
 namespace {
@@ -47,6 +48,8 @@ constexpr Command COMMANDS[] = {
     {"vport delete", "Delete an NPIV virtual port.", TAKES_AGENT | TAKES_PORT | TAKES_DRY_RUN, nullptr, DeleteVPort},
     {"wwpn", "Generate an unused port name without creating a port.", ONE, nullptr, GenerateWWPN},
     {"rescan", "Have an adapter look for its targets again.", ONE | TAKES_ALL | TAKES_DRY_RUN, nullptr, Rescan},
+    {"doctor", "Check the installation, the neighbours and each adapter, and tell what to do.",
+     TAKES_AGENT | TAKES_LIBRARY, "checks", Examine},
     {"log requests", "List what hosts asked the agent for, one line each.", TAKES_LOG_FILE | TAKES_FOLLOW, "requests",
      ListLogRequests},
     {"log request", "Show the calls of one request, how long they took and what the library answered.",

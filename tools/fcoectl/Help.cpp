@@ -37,7 +37,7 @@ unsigned EndsOf(unsigned takes) {
     unsigned ends = ENDS_ANY;
     if (LoadsAgent(takes))
         ends |= ENDS_AGENT_USER;
-    if (takes & TAKES_ADAPTER)
+    if (takes & (TAKES_ADAPTER | TAKES_LIBRARY))
         ends |= ENDS_READER;
     if (takes & TAKES_NEW)
         ends |= ENDS_CREATION;

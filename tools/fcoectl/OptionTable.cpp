@@ -73,7 +73,7 @@ constexpr Option OPTIONS[] = {
      &Typed::ascii},
     {TAKES_AGENT, "--agent", ValueOf::Needed, "FILE", "Load this agent module (default: the registered one)", AGENT,
      nullptr, &Typed::agent},
-    {LOADS_AGENT, "--library-dir", ValueOf::Needed, "DIR",
+    {LOADS_AGENT | TAKES_LIBRARY, "--library-dir", ValueOf::Needed, "DIR",
      "Take the HBA library orvanhapi.dll from this folder (default: beside the agent or the program, or the system's)",
      AGENT, nullptr, &Typed::libraryFolder},
     {LOADS_AGENT, "--timeout", ValueOf::Needed, "SECONDS",

@@ -102,7 +102,11 @@ TEST_F(LogFileTest, SeesThatItWasWrittenAnew) {
     EXPECT_TRUE(m_file.WasRewritten());
     ASSERT_TRUE(m_file.Open(Path().wstring()));
     EXPECT_EQ(1u, Rest().size());
-    Write("F");
+    const std::string line = std::string(80, 'x') + "\r\n"; // the file begins as before
+    Write(line + line);
+    ASSERT_TRUE(m_file.Open(Path().wstring()));
+    EXPECT_EQ(2u, Rest().size());
+    Write(line);
     EXPECT_TRUE(m_file.WasRewritten());
 }
 

@@ -130,16 +130,23 @@ TEST_F(ReadLogTest, ProblemsOfOneKindAreCountedTogether) {
     log.Enter(LUNS)
         .Call("CHBAAPIInt::GetTargetList", {"CHBAAPIInt::GetTargetList failed with error - 4"}, "bReturn=false")
         .Leave(LUNS, "bReturn=true");
+    // What an operation came to after its repetitions has no line of its own.
+    for (const char* status : {"2", "10"})
+        log.Enter(LUNS)
+            .Call("CHBAAPIInt::RetrieveLUNCapacityV2", {std::string("RetrieveLUNCapacityV2 failed - Status=") + status})
+            .Leave(LUNS, "bReturn=true");
     Write(log.Lines());
     agentlog::ProblemList problems;
     static_cast<void>(agentlog::ReadLog(Path(), problems));
-    EXPECT_EQ(4u, problems.Total());
-    ASSERT_THAT(problems.Kinds(), SizeIs(2));
+    EXPECT_EQ(6u, problems.Total());
+    ASSERT_THAT(problems.Kinds(), SizeIs(4));
     EXPECT_EQ(3u, problems.Kinds()[0].count);
     EXPECT_EQ(1u, problems.Kinds()[0].firstRequest);
     EXPECT_EQ(3u, problems.Kinds()[0].lastRequest);
     EXPECT_EQ(3u, problems.Kinds()[0].firstLine);
     EXPECT_EQ(4u, problems.Kinds()[1].number);
+    EXPECT_EQ(2u, problems.Kinds()[2].number);
+    EXPECT_EQ(10u, problems.Kinds()[3].number);
 }
 
 TEST_F(ReadLogTest, TimelineIsTraceEventJson) {

@@ -80,11 +80,8 @@ struct Patient {
             failures.push_back(fmt::format("{}: {}", step, failure.what()));
         }
         steps.push_back({step, Milliseconds() - start, records.size()});
-        for (const auto& problem : log.Since()) {
-            const std::string number = agentlog::NumberText(problem.argument, problem.number);
-            failures.push_back(fmt::format("{}: {}{}{}", step, problem.function.empty() ? "" : problem.function + ": ",
-                                           problem.meaning, number.empty() ? "" : " (" + number + ")"));
-        }
+        for (const auto& problem : log.Since())
+            failures.push_back(fmt::format("{}: {}", step, Sentence(problem)));
         return records;
     }
 };

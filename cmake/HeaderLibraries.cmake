@@ -1,15 +1,19 @@
-# The header-only libraries of tools and tests: nlohmann-json, CLI11 and {fmt}.
+# The header-only libraries of tools and tests: nlohmann-json, CLI11, {fmt} and Mustache.
 add_library(header_libraries INTERFACE)
 
-# fcoe_header_library(package target header): the package's target when it is for the machine that we build for. Else the
-# headers of the machine that builds, each library linked into one folder of its own: adding the folder where all of them
-# lie would bring that system's C headers into a cross-build.
+# fcoe_header_library(package target header): the package's target when it is for the machine that we build for.
 function(fcoe_header_library package target header)
   fcoe_find_package(${package})
   if(TARGET ${target})
     target_link_libraries(header_libraries INTERFACE ${target})
-    return()
+  else()
+    fcoe_headers(${package} ${header})
   endif()
+endfunction()
+
+# fcoe_headers(package header): the headers of the machine that builds, each library linked into one folder of its own:
+# adding the folder where all of them lie would bring that system's C headers into a cross-build.
+function(fcoe_headers package header)
   find_path(FCOE_${package}_HEADERS ${header} NO_CMAKE_FIND_ROOT_PATH REQUIRED
             DOC "Where ${header} is, of any machine: it is headers only")
   cmake_path(GET header PARENT_PATH folder)
@@ -22,4 +26,5 @@ endfunction()
 fcoe_header_library(nlohmann_json nlohmann_json::nlohmann_json nlohmann/json.hpp)
 fcoe_header_library(CLI11 CLI11::CLI11 CLI/CLI.hpp)
 fcoe_header_library(fmt fmt::fmt-header-only fmt/format.h)
+fcoe_headers(mustache kainjow/mustache.hpp)
 target_compile_definitions(header_libraries INTERFACE FMT_HEADER_ONLY=1)

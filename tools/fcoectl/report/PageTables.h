@@ -1,0 +1,14 @@
+// The tables of the page.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+namespace fcoectl {
+
+struct ReportData;
+
+// One for each list that has elements: {title, count, open, columns: [{name, number}], rows: [{cells: [{text, number,
+// code}]}]}. Ports, targets and LUNs are taken out of the tree; the counters have a column for each adapter.
+nlohmann::ordered_json PageTables(const ReportData& report);
+
+} // namespace fcoectl

@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-#include "tools/fcoectl/report/ReportPage.h"
 
 namespace fcoectl {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <nlohmann/json.hpp>
 
-namespace fcoectl {
+#include "tools/fcoectl/report/ReportData.h"
 
-struct ReportData;
+namespace fcoectl {
 
 // One for each list that has elements: {title, count, open, columns: [{name, number}], rows: [{cells: [{text, number,
 // code}]}]}. Ports, targets and LUNs are taken out of the tree; the counters have a column for each adapter.

@@ -4,24 +4,9 @@
 
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include "tools/fcoectl/report/ReportData.h"
 
 namespace fcoectl {
-
-// What the page shows. The documents are those that the commands print with --json; null leaves their part out.
-struct ReportData {
-    std::string computer;
-    std::string user;
-    std::string time; // local, as it is to be read
-    bool masked = false;
-    nlohmann::ordered_json tree;
-    nlohmann::ordered_json links; // of `dcb`
-    nlohmann::ordered_json vlans;
-    nlohmann::ordered_json statistics;
-    nlohmann::ordered_json doctor;
-    nlohmann::ordered_json requests; // of `log slow`
-    nlohmann::ordered_json version;
-};
 
 // The page as UTF-8. The data are inside it, as one JSON document with the members of ReportData.
 std::string RenderPage(const ReportData& data);

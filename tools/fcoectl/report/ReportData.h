@@ -1,0 +1,25 @@
+// What a page of everything that was read is made of.
+#pragma once
+
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace fcoectl {
+
+// The documents are those that the commands print with --json; null leaves their part out.
+struct ReportData {
+    std::string computer;
+    std::string user;
+    std::string time; // local, as it is to be read
+    bool masked = false;
+    nlohmann::ordered_json tree;
+    nlohmann::ordered_json links; // of `dcb`
+    nlohmann::ordered_json vlans;
+    nlohmann::ordered_json statistics;
+    nlohmann::ordered_json doctor;
+    nlohmann::ordered_json requests; // of `log slow`
+    nlohmann::ordered_json version;
+};
+
+} // namespace fcoectl

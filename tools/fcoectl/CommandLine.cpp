@@ -158,7 +158,7 @@ void AddArgument(CLI::App& app, const Command& command, Typed& typed) {
             ->expected(1)
             ->required();
     if (takes & TAKES_TOPIC)
-        app.add_option("COMMAND", typed.arguments, "The command to tell of (default: the program)")
+        app.add_option("COMMAND", typed.arguments, "The command to tell of (default: the program as a whole)")
             ->type_name("")
             ->expected(0, 2);
     if (takes & TAKES_SHELL)

@@ -65,6 +65,7 @@ constexpr Command COMMANDS[] = {
     {"help", "Show the help of the program or of a command.", TAKES_TOPIC, nullptr, ShowHelp},
     {"completion", "Print the script with which bash or PowerShell completes command lines.", TAKES_SHELL, nullptr,
      ShowCompletion},
+    {"schema", "Print the JSON Schema of a command's document, or which there are.", TAKES_TOPIC, nullptr, ShowSchema},
     {"man", "Print the manual page.", TAKES_NOTHING, nullptr, ShowManualPage},
     {"version", "Show the versions of this program and of the agent.", TAKES_AGENT, nullptr, ShowVersion},
 };

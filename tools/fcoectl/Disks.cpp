@@ -10,6 +10,7 @@
 #include "tools/fcoectl/DiskSize.h"
 #include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/Text.h"
+#include "tools/fcoectl/schema/Types.h"
 
 namespace fcoectl {
 namespace {
@@ -68,16 +69,33 @@ std::optional<std::uint64_t> BytesOfText(std::wstring_view capacity) {
     return std::nullopt;
 }
 
+namespace {
+
+Json BytesSchema() {
+    return schema::OrNull(schema::Integer());
+}
+
+Json PathsSchema() {
+    using namespace schema;
+    return ListOf(Object({{"second_id", Text()},
+                          {"device_id", Text()},
+                          {"initiator_port_wwn", Text()},
+                          {"target_port_wwn", Text()},
+                          {"os_lun", Integer()}}));
+}
+
+} // namespace
+
 SheetColumns DiskColumns(const Options&) {
     return {{"os_device_name", "DISK", false, Format::Plain, 1},
-            {"bytes", "BYTES", true, Format::Plain, 2},
+            {"bytes", "BYTES", true, Format::Plain, 2, nullptr, BytesSchema},
             {"bytes_source", "BYTES FROM", false, Format::Plain, 3},
             {"capacity", "CAPACITY"},
             {"block_size", "BLOCK SIZE"},
             {"vendor", "VENDOR", false, Format::Plain, 4},
             {"serial", "SERIAL", false, Format::Plain, 5},
             {"path_count", "PATHS", true, Format::Plain, 6},
-            {"paths", "WAYS"}};
+            {"paths", "WAYS", false, Format::Plain, 0, nullptr, PathsSchema}};
 }
 
 Sheet SheetOfDisks(const std::vector<QEL_FCOE_LUN>& luns, const std::vector<QEL_FCOE_TARGET>& targets,

@@ -7,21 +7,26 @@
 #include "tools/fcoectl/FileVersion.h"
 #include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/Text.h"
+#include "tools/fcoectl/schema/Types.h"
 
 namespace fcoectl {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
+Json NumberOrNull() {
+    return schema::OrNull(schema::Integer());
+}
+
 } // namespace
 
 SheetColumns CodeColumns(const Options&) {
-    return {{"code", "CODE", true, Format::Code, 1},
+    return {{"code", "CODE", true, Format::Code, 1, nullptr, NumberOrNull},
             {"kind", "KIND", false, Format::Plain, 2},
             {"name", "NAME", false, Format::Plain, 3},
             {"meaning", "MEANING", false, Format::Plain, 4},
             {"advice", "ADVICE"},
-            {"exit_code", "EXIT CODE", true}};
+            {"exit_code", "EXIT CODE", true, Format::Plain, 0, nullptr, NumberOrNull}};
 }
 
 void ExplainCodes(Context& context) {

@@ -1,7 +1,11 @@
 #include "tools/fcoectl/HelpCommands.h"
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include "tools/fcoectl/Completion.h"
 #include "tools/fcoectl/ManualPage.h"
+#include "tools/fcoectl/schema/Document.h"
 
 namespace fcoectl {
 namespace {
@@ -31,6 +35,28 @@ void ShowCompletion(Context& context) {
 
 void ShowManualPage(Context& context) {
     ShowText(context, ManualPage(context.program.commands));
+}
+
+// Without words, which there are.
+void ShowSchema(Context& context) {
+    const auto& words = context.options.words;
+    const auto kinds = DocumentKinds(context.program.commands);
+    if (words.empty()) {
+        if (context.options.json)
+            context.report.body["kinds"] = kinds;
+        else
+            context.output.Write(fmt::format("{}\n", fmt::join(kinds, "\n")));
+        return;
+    }
+    const std::string kind = fmt::format("{}", fmt::join(words, "-"));
+    const auto schema = DocumentSchema(context.program.commands, kind);
+    if (schema.is_null())
+        throw Failure(Exit::Usage, fmt::format("There is no document of the kind '{}'.", kind),
+                      {"'fcoectl schema' lists the kinds."}, words);
+    if (context.options.json)
+        context.report.body["json_schema"] = schema;
+    else
+        context.output.Write(schema.dump(2, ' ', true) + '\n');
 }
 
 } // namespace fcoectl

@@ -8,5 +8,6 @@ namespace fcoectl {
 void ShowHelp(Context& context);
 void ShowCompletion(Context& context);
 void ShowManualPage(Context& context);
+void ShowSchema(Context& context);
 
 } // namespace fcoectl

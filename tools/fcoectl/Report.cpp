@@ -12,7 +12,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr int SCHEMA_VERSION = 1;
 constexpr std::uint32_t FIRST_AGENT_CODE = 256; // above the exit codes
 
 Json ErrorObject(const ErrorDetail& detail, Exit exit) {
@@ -44,12 +43,16 @@ void Report::Add(bool answered, const reading::Findings& findings) {
         notes.push_back(findings.blindness);
 }
 
+std::string KindOf(std::string_view command) {
+    std::string kind(command);
+    std::ranges::replace(kind, ' ', '-');
+    return kind;
+}
+
 std::string Document(const std::string& command, const Report& report, const Failure* failure) {
-    std::string schema = command;
-    std::ranges::replace(schema, ' ', '-');
     Json document;
-    document["schema"] = "fcoectl/" + schema;
-    document["version"] = SCHEMA_VERSION;
+    document["schema"] = "fcoectl/" + KindOf(command);
+    document["version"] = DOCUMENT_VERSION;
     document["complete"] = report.complete && !failure;
     for (const auto& [key, value] : report.body.items())
         document[key] = value;

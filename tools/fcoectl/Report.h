@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -11,6 +12,9 @@
 #include "tools/reading/Examiner.h"
 
 namespace fcoectl {
+
+// Of a document's members: raised when one of them changes.
+inline constexpr int DOCUMENT_VERSION = 1;
 
 struct Report {
     bool complete = true; // all that was asked for was read
@@ -23,6 +27,9 @@ struct Report {
     // Takes over what a reading came to; what was told before is not told again.
     void Add(bool answered, const reading::Findings& findings);
 };
+
+// "vport-create": the kind of a command's document, its words with hyphens.
+std::string KindOf(std::string_view command);
 
 // {"schema": "fcoectl/vport-create", "version": 1, "complete": ..., body..., "problems": [...], "notes": [...],
 // "error": {...}} with two blanks of indent and LF. command: its words; failure: null when there is none.

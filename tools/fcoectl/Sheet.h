@@ -27,6 +27,8 @@ struct SheetColumn {
     Format format = Format::Plain;
     unsigned place = 0; // from 1 on in a table, in that order; 0: only where all columns are
     Tone (*tone)(const nlohmann::ordered_json& value) = nullptr;
+    // JSON Schema of its values; null: a text or a whole number.
+    nlohmann::ordered_json (*schema)() = nullptr;
 };
 
 using SheetColumns = std::vector<SheetColumn>;

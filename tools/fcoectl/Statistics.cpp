@@ -13,6 +13,7 @@
 #include "tools/fcoectl/Rendering.h"
 #include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/TimeLimit.h"
+#include "tools/fcoectl/schema/Types.h"
 
 namespace fcoectl {
 namespace {
@@ -99,9 +100,10 @@ SheetColumns StatisticColumns(const Options& options) {
     SheetColumns columns = ColumnsOf<QEL_FCOE_STATISTIC>();
     if (!options.watch)
         return columns;
-    columns.push_back({"per_second", "PER SECOND", true, Format::Rate, last});
+    columns.push_back({"per_second", "PER SECOND", true, Format::Rate, last, nullptr,
+                       [] { return schema::OrNull(schema::Number()); }});
     if (options.form == Form::Csv || options.form == Form::Tsv)
-        columns.insert(columns.begin(), {SECONDS, "SECONDS", true, Format::Rate});
+        columns.insert(columns.begin(), {SECONDS, "SECONDS", true, Format::Rate, 0, nullptr, schema::Number});
     return columns;
 }
 

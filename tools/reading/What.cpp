@@ -74,6 +74,13 @@ static_assert(IsInOrder());
 const char* KeyOf(What what) {
     return Find(what).key;
 }
+std::vector<const char*> WhatKeys() {
+    std::vector<const char*> keys;
+    for (const Part& part : PARTS)
+        keys.push_back(part.key);
+    return keys;
+}
+
 const char* PhraseOf(What what) {
     return Find(what).phrase;
 }

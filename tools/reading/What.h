@@ -1,6 +1,8 @@
 // The parts of the agent's answers that can be lacking, and which of them each kind of answer shows.
 #pragma once
 
+#include <vector>
+
 namespace reading {
 
 enum class What {
@@ -23,6 +25,8 @@ enum class What {
 // "adapter", "link_state"; and in a sentence, "the FCoE link state".
 [[nodiscard]] const char* KeyOf(What what);
 [[nodiscard]] const char* PhraseOf(What what);
+// The keys of all.
+[[nodiscard]] std::vector<const char*> WhatKeys();
 
 // What a host asks the agent for and shows.
 enum class Answer {

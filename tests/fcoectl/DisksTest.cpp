@@ -41,6 +41,18 @@ TEST(Disks, OfSeveralTargetsNameThemAll) {
     EXPECT_EQ("ACME", disks[0]["vendor"]);
 }
 
+TEST(Disks, OnEachPathHaveWhatTheLibraryTellsThere) {
+    auto records = MakeFakeRecords(1);
+    records.targets[1].strSerial = L"";
+    records.luns.back().strCapacity = L"Unknown";
+    const auto paths = JsonOf(SheetOfDisks(records.luns, records.targets, DiskSize))[0]["paths"];
+    EXPECT_EQ("SN-0001", paths[0]["serial"]);
+    EXPECT_EQ("", paths[1]["serial"]);
+    EXPECT_EQ("ACME", paths[1]["vendor"]);
+    EXPECT_EQ("100 GB", paths[0]["capacity"]);
+    EXPECT_EQ("Unknown", paths[1]["capacity"]);
+}
+
 TEST(Disks, UnitsWithoutADeviceAreNone) {
     auto luns = MakeFakeRecords(1).luns;
     luns[1].strOsDeviceName = L"";

@@ -1,4 +1,5 @@
 // No false alarm: whatever a healthy suite has or has not, every command that reads is complete.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -87,9 +88,12 @@ TEST(HealthyTopologies, ALogThatIsOffOrShortIsToldAndNoProblem) {
         for (const char* words : READERS) {
             const auto reading = host.Run(words);
             EXPECT_EQ(0, reading.exit) << words << reading.document;
-            ASSERT_EQ(1u, reading.document["notes"].size()) << words;
-            EXPECT_NE(std::string::npos,
-                      reading.document["notes"][0].get<std::string>().find(fmt::format("\"TRACE\" is {}", level)));
+            EXPECT_EQ(1, std::ranges::count_if(reading.document["notes"],
+                                               [&](const nlohmann::json& note) {
+                                                   return note.get<std::string>().find(fmt::format(
+                                                              "\"TRACE\" is {}", level)) != std::string::npos;
+                                               }))
+                << words << reading.document["notes"];
         }
     }
 }

@@ -53,5 +53,5 @@ class ReadingHost {
 };
 
 // The commands that read.
-inline constexpr const char* READERS[] = {"hbas",  "fabrics", "ports", "targets", "luns",       "disks",
-                                          "vlans", "stats",   "tree",  "dcb",     "vport list", "rescan --all"};
+inline constexpr const char* READERS[] = {"hbas",  "fabrics", "ports", "targets", "luns",      "disks",
+                                          "vlans", "stats",   "tree",  "dcb",     "vport list"};

@@ -181,7 +181,7 @@ void Agent::RefreshTargets(const CQelString& adapter) {
     // The agent answers TRUE, too, when there is nothing that could.
     if (!reading::IsLibraryLoaded())
         throw Explained(Failure(Exit::LibraryRefused, "Nothing was rescanned."));
-    if (reading::IsLibraryLoaded() && !reading::LibraryExports("ORVAN_RescanScsiBus"))
+    if (!reading::LibraryExports("ORVAN_RescanScsiBus"))
         throw Failure(Exit::LibraryRefused, "Nothing was rescanned: the HBA library has no ORVAN_RescanScsiBus.",
                       {"Reinstall the adapter maker's software."});
 }

@@ -34,13 +34,18 @@ std::vector<Luns> ByDevice(const std::vector<QEL_FCOE_LUN>& luns) {
     return disks;
 }
 
-// Without the blanks that fill the library's texts up; several values with ", " between.
-void AddOnce(std::string& texts, const CQelString& text) {
+// Without the blanks that fill the library's texts up.
+std::string Trimmed(const CQelString& text) {
     std::string trimmed = ToUtf8(text);
     trimmed.erase(trimmed.find_last_not_of(' ') + 1);
+    return trimmed;
+}
+
+// Several texts with ", " between.
+void AddOnce(std::string& texts, const std::string& text) {
     const std::string separated = ", " + texts + ", ";
-    if (!trimmed.empty() && separated.find(", " + trimmed + ", ") == std::string::npos)
-        texts += (texts.empty() ? "" : ", ") + trimmed;
+    if (!text.empty() && separated.find(", " + text + ", ") == std::string::npos)
+        texts += (texts.empty() ? "" : ", ") + text;
 }
 
 bool Reaches(const QEL_FCOE_TARGET& target, const QEL_FCOE_LUN& lun) {
@@ -48,12 +53,16 @@ bool Reaches(const QEL_FCOE_TARGET& target, const QEL_FCOE_LUN& lun) {
            target.strInitiatorPortWWN == lun.strInitiatorPortWWN;
 }
 
-Json PathOf(const QEL_FCOE_LUN& lun) {
+// What the library tells of the disk on that way.
+Json PathOf(const QEL_FCOE_LUN& lun, const std::string& vendor, const std::string& serial) {
     return {{"second_id", ToUtf8(lun.strSecondId)},
             {"device_id", ToUtf8(lun.strDeviceId)},
             {"initiator_port_wwn", ToUtf8(lun.strInitiatorPortWWN)},
             {"target_port_wwn", ToUtf8(lun.strTargetPortWWN)},
-            {"os_lun", lun.ulOsLun}};
+            {"os_lun", lun.ulOsLun},
+            {"capacity", ToUtf8(lun.strCapacity)},
+            {"vendor", vendor},
+            {"serial", serial}};
 }
 
 } // namespace
@@ -81,7 +90,10 @@ Json PathsSchema() {
                           {"device_id", Text()},
                           {"initiator_port_wwn", Text()},
                           {"target_port_wwn", Text()},
-                          {"os_lun", Integer()}}));
+                          {"os_lun", Integer()},
+                          {"capacity", Text()},
+                          {"vendor", Text()},
+                          {"serial", Text()}}));
 }
 
 } // namespace
@@ -109,12 +121,16 @@ Sheet SheetOfDisks(const std::vector<QEL_FCOE_LUN>& luns, const std::vector<QEL_
         std::string serial;
         Json paths = Json::array();
         for (const QEL_FCOE_LUN* lun : disk) {
-            paths.push_back(PathOf(*lun));
+            std::string vendorThere;
+            std::string serialThere;
             for (const QEL_FCOE_TARGET& target : targets)
                 if (Reaches(target, *lun)) {
-                    AddOnce(vendor, target.strVendor);
-                    AddOnce(serial, target.strSerial);
+                    AddOnce(vendorThere, Trimmed(target.strVendor));
+                    AddOnce(serialThere, Trimmed(target.strSerial));
                 }
+            AddOnce(vendor, vendorThere);
+            AddOnce(serial, serialThere);
+            paths.push_back(PathOf(*lun, vendorThere, serialThere));
         }
         sheet.rows.push_back({ToUtf8(first.strOsDeviceName), bytes ? Json(*bytes) : Json(nullptr),
                               exact   ? "disk"
@@ -126,12 +142,36 @@ Sheet SheetOfDisks(const std::vector<QEL_FCOE_LUN>& luns, const std::vector<QEL_
     return sheet;
 }
 
+namespace {
+
+bool IsKnown(reading::What what, const Json& path) {
+    if (what == reading::What::Capacity)
+        return BytesOfText(FromUtf8(path["capacity"].get<std::string>())).value_or(0) > 0;
+    return path[what == reading::What::Vendor ? "vendor" : "serial"] != "";
+}
+
+// Units that are no disk's, and targets that lead to none, are not shown: nor is what could not be read of them.
+void DropUnshown(reading::Findings& findings, const std::vector<const Json*>& paths) {
+    for (const reading::What what : {reading::What::Capacity, reading::What::Vendor, reading::What::SerialNumber})
+        if (std::ranges::all_of(paths, [what](const Json* path) { return IsKnown(what, *path); }))
+            std::erase_if(findings.problems,
+                          [what](const reading::Problem& problem) { return problem.what == reading::KeyOf(what); });
+}
+
+} // namespace
+
 void ListDisks(AgentContext& context) {
-    const auto targets = context.agent.Read<QEL_FCOE_TARGET>(context.adapter.id);
-    const auto luns = context.agent.Read<QEL_FCOE_LUN>(context.adapter.id);
+    auto targets = context.agent.Read<QEL_FCOE_TARGET>(context.adapter.id);
+    auto luns = context.agent.Read<QEL_FCOE_LUN>(context.adapter.id);
+    Sheet sheet = SheetOfDisks(luns.records, targets.records, DiskSize);
+    std::vector<const Json*> paths;
+    for (const auto& row : sheet.rows)
+        for (const Json& path : row.back())
+            paths.push_back(&path);
+    DropUnshown(targets.findings, paths);
+    DropUnshown(luns.findings, paths);
     context.report.Add(targets.complete, targets.findings);
     context.report.Add(luns.complete, luns.findings);
-    Sheet sheet = SheetOfDisks(luns.records, targets.records, DiskSize);
     const auto fromText = std::ranges::count_if(sheet.rows, [](const auto& row) { return row[2] == "capacity"; });
     const auto withoutDisk =
         std::ranges::count_if(luns.records, [](const auto& lun) { return lun.strOsDeviceName.empty(); });

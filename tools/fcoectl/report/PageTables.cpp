@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-
 namespace fcoectl {
 namespace {
 

@@ -21,7 +21,6 @@ namespace {
 
 constexpr double DEFAULT_WATCH_SECONDS = 5;
 constexpr unsigned MAXIMUM_COUNT = 1000000;
-constexpr int MAXIMUM_WORDS = 1000;
 
 constexpr const char* GENERAL_OPTIONS[] = {"--help", "-h", "--version"};
 // What PowerShell makes of an identifier in braces without quotes.
@@ -133,36 +132,9 @@ Options Checked(const Typed& typed, const Command& command) {
     return options;
 }
 
-void AddArgument(CLI::App& app, const Command& command, Typed& typed) {
-    const unsigned takes = command.takes;
-    if (takes & TAKES_NEW)
-        app.add_option("WWPN", typed.arguments,
-                       "Name of the new port, such as 20:01:00:1B:21:AA:BB:CC or 2001001b21aabbcc, or auto to have one "
-                       "generated (default: auto)")
-            ->type_name("")
-            ->expected(0, 1);
-    if (takes & TAKES_PORT)
-        app.add_option("WWPN", typed.arguments, "Name of the port to delete, with or without colons")
-            ->type_name("")
-            ->expected(1)
-            ->required();
-    if (takes & TAKES_CODE)
-        app.add_option("WHAT", typed.arguments,
-                       "A number, decimal or 0x hexadecimal; of the agent's codes the last three digits suffice. Or a "
-                       "name, a link status, a line of the agent's log (default: all codes)")
-            ->type_name("")
-            ->expected(0, MAXIMUM_WORDS);
-    if (takes & TAKES_REQUEST)
-        app.add_option("NUMBER", typed.arguments, "The request's number, as 'fcoectl log requests' has it")
-            ->type_name("")
-            ->expected(1)
-            ->required();
-    if (takes & TAKES_TOPIC)
-        app.add_option("COMMAND", typed.arguments, "The command to tell of (default: the program as a whole)")
-            ->type_name("")
-            ->expected(0, 2);
-    if (takes & TAKES_SHELL)
-        app.add_option("SHELL", typed.arguments, "bash or powershell")->type_name("")->expected(1)->required();
+void AddArgument(CLI::App& app, const Argument& argument, Typed& typed) {
+    CLI::Option* added = app.add_option(argument.name, typed.arguments, argument.description);
+    added->type_name("")->expected(argument.least, argument.most)->required(argument.least > 0);
 }
 
 void AddOption(CLI::App& app, const Option& option, Typed& typed) {
@@ -359,7 +331,8 @@ Request ParseCommandLine(const std::vector<std::string>& arguments) {
     for (const Command& command : Commands()) {
         typed.push_back(std::make_unique<Typed>());
         CLI::App& app = AddCommand(root, command);
-        AddArgument(app, command, *typed.back());
+        if (const Argument* argument = ArgumentOf(command))
+            AddArgument(app, *argument, *typed.back());
         for (const Option& option : OptionTable())
             if (Has(command, option))
                 AddOption(app, option, *typed.back());

@@ -37,6 +37,15 @@ std::string Item(const std::string& title, std::string_view text) {
     return fmt::format(".TP\n\\fB{}\\fR\n{}\n", Plain(title), Plain(text));
 }
 
+// With its argument.
+std::string TitleOf(const Command& command) {
+    const Argument* argument = ArgumentOf(command);
+    if (!argument)
+        return command.name;
+    const std::string name = argument->least > 0 ? argument->name : fmt::format("[{}]", argument->name);
+    return fmt::format("{} {}", command.name, name);
+}
+
 std::string NameOf(const Option& option) {
     std::string name = option.names;
     if (const auto comma = name.find(','); comma != std::string::npos)
@@ -69,7 +78,7 @@ std::string ManualPage(std::span<const Command> commands) {
                   "as one JSON document. Options stand behind the command or before it.\n");
     page += Section("COMMANDS");
     for (const Command& command : commands)
-        page += Item(fmt::format("{}{}", command.name, ArgumentOf(command)), command.purpose);
+        page += Item(TitleOf(command), command.purpose);
     page += Section("OPTIONS");
     for (const Option& option : OptionTable())
         page += Item(NameOf(option), fmt::format("{}.\n{}", option.description, OwnersOf(option, commands)));

@@ -81,20 +81,31 @@ constexpr Option OPTIONS[] = {
      &Typed::timeout},
 };
 
+constexpr int MANY_WORDS = 1000;
+
+constexpr Argument ARGUMENTS[] = {
+    {TAKES_NEW, "WWPN", 0, 1,
+     "Name of the new port, such as 20:01:00:1B:21:AA:BB:CC or 2001001b21aabbcc, or auto to have one generated "
+     "(default: auto)"},
+    {TAKES_PORT, "WWPN", 1, 1, "Name of the port to delete, with or without colons"},
+    {TAKES_CODE, "WHAT", 0, MANY_WORDS,
+     "A number, decimal or 0x hexadecimal; of the agent's codes the last three digits suffice. Or a name, a link "
+     "status, a line of the agent's log (default: all codes)"},
+    {TAKES_REQUEST, "NUMBER", 1, 1, "The request's number, as 'fcoectl log requests' has it"},
+    {TAKES_TOPIC, "COMMAND", 0, 2, "The command to tell of (default: the program as a whole)"},
+    {TAKES_SHELL, "SHELL", 1, 1, "bash or powershell"},
+};
+
 } // namespace
 
 std::span<const Option> OptionTable() {
     return OPTIONS;
 }
 
-const char* ArgumentOf(const Command& command) {
-    constexpr std::pair<unsigned, const char*> arguments[] = {{TAKES_NEW, " [WWPN]"},  {TAKES_PORT, " WWPN"},
-                                                              {TAKES_CODE, " [WHAT]"}, {TAKES_TOPIC, " [COMMAND]"},
-                                                              {TAKES_SHELL, " SHELL"}, {TAKES_REQUEST, " N"}};
-    for (const auto& [takes, argument] : arguments)
-        if (command.takes & takes)
-            return argument;
-    return "";
+const Argument* ArgumentOf(const Command& command) {
+    const auto* found =
+        std::ranges::find_if(ARGUMENTS, [&](const Argument& argument) { return command.takes & argument.takes; });
+    return found == std::end(ARGUMENTS) ? nullptr : found;
 }
 
 bool Has(const Command& command, const Option& option) {

@@ -55,8 +55,17 @@ struct Option {
 
 std::span<const Option> OptionTable();
 
-// " WWPN", " [WWPN]" and so on: what the command takes that is no option.
-const char* ArgumentOf(const Command& command);
+// What a command takes that is no option.
+struct Argument {
+    unsigned takes; // commands that take this have it
+    const char* name;
+    int least;
+    int most;
+    const char* description;
+};
+
+// Null: the command takes none.
+const Argument* ArgumentOf(const Command& command);
 
 // Whether the command has the option.
 bool Has(const Command& command, const Option& option);

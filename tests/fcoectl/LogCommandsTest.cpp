@@ -163,6 +163,24 @@ TEST(LogTimeline, ThatCannotBeWrittenLeavesTheFileThatWasThere) {
     EXPECT_EQ(2, LogOfSample({"timeline", "--json"}).exit) << "two documents on one output";
 }
 
+TEST(LogTimeline, HasStandInsWithMask) {
+    const TempFolder folder;
+    const std::string id = "{0B6C7E1A-5D24-4F8B-9C11-000000000001}";
+    const auto log = folder.Path() / L"log.txt";
+    std::ofstream(log, std::ios::binary)
+        << SampleText() << "FCOEAGENT\tPID:228\tTID:22c\t17:32:07.170\t(1)\tTIER 1\t\tUnable to get the HBA for " << id
+        << "\r\n";
+    const auto file = folder.Path() / L"t.json";
+    const auto written = [&](const std::vector<std::string>& options) {
+        std::vector<std::string> arguments{"timeline", "--file", log.string(), "--output", file.string()};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        EXPECT_EQ(0, Log(arguments).exit);
+        return ReadFileBytes(file);
+    };
+    EXPECT_THAT(written({}), HasSubstr(id));
+    EXPECT_THAT(written({"--mask"}), AllOf(HasSubstr("Unable to get the HBA for {"), Not(HasSubstr(id))));
+}
+
 TEST_F(LogFiles, TheOneThatWasWrittenLastIsRead) {
     Write(In(registered), SampleText(), 10);
     EXPECT_EQ(Utf8(In(registered)), Log({"--json"}).Json()["file"]);

@@ -42,7 +42,7 @@ class BashCompletion(unittest.TestCase):
 
     def test_options_of_the_command(self):
         self.check("fcoectl vport create --", "--adapter", "--agent", "--dry-run", "--help", "--json", "--library-dir",
-                   "--timeout")
+                   "--mask", "--timeout")
         self.check("fcoectl tree --a", "--adapter", "--agent", "--ascii")
         self.check("fcoectl ports --w", "--where")
         self.check("fcoectl stats --w", "--watch", "--where")

@@ -122,3 +122,14 @@ TEST(Mask, TextsOfADocumentAreReplacedAndKeysStay) {
     EXPECT_EQ(nlohmann::ordered_json({{"name", standIn}, {"list", {standIn, 5, {{"name", "x " + standIn + " y"}}}}}),
               document);
 }
+
+TEST(Mask, NameIsReplacedAsOutputsSpellIt) {
+    const std::string name = "Vault \"A\" \\ \xC3\xBC\tSons";
+    Mask mask;
+    mask.Learn(name);
+    const std::string standIn = mask.Apply(name);
+    const std::string json = nlohmann::ordered_json({{"name", name}}).dump(-1, ' ', true);
+    EXPECT_EQ(standIn, nlohmann::ordered_json::parse(mask.Apply(json))["name"]);
+    for (const char* spelling : {"Vault \"\"A\"\" \\ \xC3\xBC\tSons", "Vault \"A\" \\ \xC3\xBC\\x09Sons"})
+        EXPECT_EQ(std::string::npos, mask.Apply(spelling).find("Vault")) << spelling;
+}

@@ -111,8 +111,8 @@ std::wstring AgentFile(const std::wstring& file) {
     return FullPath(file);
 }
 
-Agent::Agent(const std::wstring& file, const std::wstring& libraryFolder)
-    : m_path(AgentFile(file)), m_search(m_path, libraryFolder) {
+Agent::Agent(const std::wstring& file, const std::wstring& libraryFolder, reading::Mask* mask)
+    : m_path(AgentFile(file)), m_mask(mask), m_search(m_path, libraryFolder) {
     // What the agent imports is looked for beside the agent, then where the process looks.
     m_module.reset(
         LoadLibraryExW(m_path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS));

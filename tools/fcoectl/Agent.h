@@ -11,6 +11,7 @@
 #include "FcoeAgent/FcoeAgentIntf.h"
 #include "tools/fcoectl/Failure.h"
 #include "tools/fcoectl/LibrarySearch.h"
+#include "tools/fcoectl/Names.h"
 #include "tools/reading/Examiner.h"
 
 namespace fcoectl {
@@ -27,8 +28,8 @@ template <class Record> struct Reading {
 class Agent {
   public:
     // file: the module to load; empty takes the registered one. libraryFolder: of the HBA library; empty: none is
-    // named.
-    Agent(const std::wstring& file, const std::wstring& libraryFolder);
+    // named. mask: learns the names in what is read, and outlives the agent; null: nobody does.
+    Agent(const std::wstring& file, const std::wstring& libraryFolder, reading::Mask* mask);
     ~Agent();
     Agent(const Agent&) = delete;
     Agent& operator=(const Agent&) = delete;
@@ -40,6 +41,9 @@ class Agent {
         Call([&] {
             m_examiner.Begin();
             result.complete = Enumerate(adapter, result.records) != FALSE;
+            if (m_mask)
+                for (const Record& record : result.records)
+                    LearnNames(*m_mask, record);
             result.findings = m_examiner.Examine(answer, adapter, result.complete, result.records);
         });
         return result;
@@ -104,6 +108,7 @@ class Agent {
     }
 
     std::wstring m_path;
+    reading::Mask* m_mask;
     LibrarySearch m_search; // outlives the module
     reading::Examiner m_examiner{m_search.Folders()};
     std::unique_ptr<HMODULE, Unload> m_module;

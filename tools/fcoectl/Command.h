@@ -11,6 +11,10 @@
 #include "tools/fcoectl/Report.h"
 #include "tools/fcoectl/Sheet.h"
 
+namespace reading {
+class Mask;
+}
+
 namespace fcoectl {
 
 class Agent;
@@ -30,7 +34,8 @@ struct Context {
     const Options& options;
     Output& output;
     Report& report;
-    TimeLimit& limit; // of the call that is under way
+    TimeLimit& limit;    // of the call that is under way
+    reading::Mask* mask; // learns the names that are read; null: nothing is masked
 };
 
 // Of a command that works with the agent: loaded, and the adapter chosen.

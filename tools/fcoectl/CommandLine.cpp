@@ -95,6 +95,7 @@ Options Checked(const Typed& typed, const Command& command) {
     options.form = FormOf(typed);
     options.json = options.form == Form::Json;
     options.tolerant = typed.tolerant;
+    options.mask = typed.mask;
     options.ascii = typed.ascii;
     options.dryRun = typed.dryRun;
     options.allAdapters = typed.all;

@@ -48,6 +48,10 @@ constexpr Option OPTIONS[] = {
      &Typed::output},
     {TAKES_NOTHING, "--json", ValueOf::Flag, "", "One JSON document instead of text (default: text)", OUTPUT, nullptr,
      &Typed::json},
+    {TAKES_NOTHING, "--mask", ValueOf::Flag, "",
+     "Stand-ins for names, serial numbers, World Wide Names and other addresses, the same in every output (default: as "
+     "they are)",
+     OUTPUT, nullptr, &Typed::mask},
     {TAKES_ADAPTER, "--tolerant", ValueOf::Flag, "",
      "Exit code 0 although something could not be read; it is told all the same (default: 1)", OUTPUT, nullptr,
      &Typed::tolerant},

@@ -15,6 +15,7 @@ namespace fcoectl {
 struct Typed {
     bool json = false;
     bool tolerant = false;
+    bool mask = false;
     bool blocks = false;
     bool noHeader = false;
     bool ascii = false;

@@ -40,6 +40,7 @@ struct Options {
     Query query;
     bool header = true;
     bool ascii = false;
+    bool mask = false;
     bool dryRun = false;            // say what would be done
     std::string wwpn = "auto";      // of a new or an existing port: in canonical form when it is a WWPN at all
     std::vector<std::string> words; // of the command that `help` tells of; the shell of `completion`

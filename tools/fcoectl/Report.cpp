@@ -49,7 +49,7 @@ std::string KindOf(std::string_view command) {
     return kind;
 }
 
-std::string Document(const std::string& command, const Report& report, const Failure* failure) {
+Json DocumentOf(const std::string& command, const Report& report, const Failure* failure) {
     Json document;
     document["schema"] = "fcoectl/" + KindOf(command);
     document["version"] = DOCUMENT_VERSION;
@@ -71,6 +71,10 @@ std::string Document(const std::string& command, const Report& report, const Fai
         for (std::size_t i = 1; i < details.size(); ++i)
             document["more_errors"].push_back(ErrorObject(details[i], failure->Code()));
     }
+    return document;
+}
+
+std::string TextOf(const Json& document) {
     return document.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
 }
 

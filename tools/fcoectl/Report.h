@@ -32,8 +32,10 @@ struct Report {
 std::string KindOf(std::string_view command);
 
 // {"schema": "fcoectl/vport-create", "version": 1, "complete": ..., body..., "problems": [...], "notes": [...],
-// "error": {...}} with two blanks of indent and LF. command: its words; failure: null when there is none.
-std::string Document(const std::string& command, const Report& report, const Failure* failure);
+// "error": {...}}. command: its words; failure: null when there is none.
+nlohmann::ordered_json DocumentOf(const std::string& command, const Report& report, const Failure* failure);
+// With two blanks of indent and LF, in ASCII.
+std::string TextOf(const nlohmann::ordered_json& document);
 
 // The line for people of one problem.
 std::string Message(const reading::Problem& problem);

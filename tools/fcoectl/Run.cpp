@@ -12,6 +12,8 @@
 #include "tools/fcoectl/CommandLine.h"
 #include "tools/fcoectl/Commands.h"
 #include "tools/fcoectl/LogHint.h"
+#include "tools/fcoectl/Machine.h"
+#include "tools/fcoectl/MaskedOutput.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/TimeLimit.h"
 
@@ -39,7 +41,7 @@ Adapter Choose(const Command& command, const Options& options, Agent& agent) {
 void Execute(const Command& command, Context& context) {
     if (const auto* own = std::get_if<Action>(&command.run))
         return (*own)(context);
-    Agent agent(FromUtf8(context.options.agentFile), FromUtf8(context.options.libraryFolder));
+    Agent agent(FromUtf8(context.options.agentFile), FromUtf8(context.options.libraryFolder), context.mask);
     const Adapter adapter = Choose(command, context.options, agent);
     AgentContext whole{context, agent, adapter};
     std::get<AgentAction>(command.run)(whole);
@@ -73,15 +75,27 @@ Report EmptyReport(const Command& command, const Options& options) {
     return report;
 }
 
+// What --mask replaces whatever is read: who uses which machine, and the adapter as it was typed, which messages
+// repeat.
+void LearnBeforehand(reading::Mask& mask, const Options& options) {
+    mask.Learn(ComputerName());
+    mask.Learn(UserName());
+    const std::string adapter = options.adapter.value_or("");
+    if (adapter.find_first_not_of("0123456789") != std::string::npos) // no number in the list
+        mask.Learn(adapter);
+}
+
 // What a command needs while it runs. Shared with its thread, which goes on when nobody waits for it any more.
 struct Work {
     Work(const Request& asked, Output& written)
         : request(asked), report(EmptyReport(*asked.command, asked.options)), limit(asked.options.timeout),
-          output(written, limit) {}
+          masked(written, asked.options.mask ? &mask : nullptr), output(masked, limit) {
+        LearnBeforehand(mask, asked.options);
+    }
 
     void Do() {
         limit.Restart();
-        Context context{program, request.options, output, report, limit};
+        Context context{program, request.options, output, report, limit, request.options.mask ? &mask : nullptr};
         failure = Perform(*request.command, context);
         limit.Finish();
     }
@@ -90,6 +104,8 @@ struct Work {
     Request request;
     Report report;
     TimeLimit limit;
+    reading::Mask mask;
+    MaskedOutput masked;
     ClosableOutput output;
     std::optional<Failure> failure;
 };
@@ -123,23 +139,30 @@ void Advise(Failure& failure) {
         failure.AddHint(LogHint());
 }
 
-int RunCommand(const Request& request, Output& output) {
+int RunCommand(const Request& request, Output& written) {
     const Command& command = *request.command;
-    const auto work = std::make_shared<Work>(request, output);
+    const auto work = std::make_shared<Work>(request, written);
     Report report;
     std::optional<Failure> failure;
+    reading::Mask mask;
     try {
         DoWithinLimit(work);
         report = std::move(work->report);
         failure = std::move(work->failure);
+        mask = std::move(work->mask);
     } catch (const Failure& timedOut) { // what the command has so far belongs to its thread
         report = EmptyReport(command, request.options);
         failure = timedOut;
+        LearnBeforehand(mask, request.options);
     }
+    MaskedOutput output(written, request.options.mask ? &mask : nullptr);
     if (failure)
         Advise(*failure);
     if (request.options.json) {
-        output.Write(Document(command.name, report, failure ? &*failure : nullptr));
+        auto document = DocumentOf(command.name, report, failure ? &*failure : nullptr);
+        if (request.options.mask)
+            mask.Apply(document);
+        written.Write(TextOf(document));
     } else {
         for (const reading::Problem& problem : report.problems.value_or(std::vector<reading::Problem>()))
             output.WriteError(Message(problem));
@@ -154,7 +177,7 @@ int RunCommand(const Request& request, Output& output) {
 int RefuseUsage(const Request& request, Output& output) {
     const Failure failure(Exit::Usage, request.usage, {request.hint});
     if (request.options.json)
-        output.Write(Document("usage", {}, &failure));
+        output.Write(TextOf(DocumentOf("usage", {}, &failure)));
     else
         Complain(output, fmt::format("fcoectl: {}\n{}\n", Printable(request.usage), request.hint));
     return static_cast<int>(Exit::Usage);

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "tools/reading/Text.h"
+
 namespace reading {
 namespace {
 
@@ -58,6 +60,21 @@ std::string NameStandIn(std::string_view text) {
             standIn += c;
     }
     return standIn;
+}
+
+// As it stands in JSON, without the quotes around it.
+std::string InJson(std::string_view text) {
+    using Json = nlohmann::ordered_json;
+    const std::string quoted = Json(text).dump(-1, ' ', true, Json::error_handler_t::replace);
+    return quoted.substr(1, quoted.size() - 2);
+}
+
+// As it stands in CSV between quotes.
+std::string InCsv(std::string_view text) {
+    std::string doubled;
+    for (const char c : text)
+        doubled += std::string(c == '"' ? 2 : 1, c);
+    return doubled;
 }
 
 // Groups of hexadecimal digits with one character between two of them, as many as an address has.
@@ -129,7 +146,12 @@ void Mask::Learn(std::string_view text) {
     if (begin == std::string_view::npos)
         return;
     text = text.substr(begin, text.find_last_not_of(' ') - begin + 1);
-    m_standIns[text.front()].try_emplace(std::string(text), NameStandIn(text));
+    const std::string standIn = NameStandIn(text);
+    m_standIns[text.front()].try_emplace(std::string(text), standIn);
+    for (std::string (*spelled)(std::string_view) : {InJson, InCsv, Printable}) {
+        const std::string spelling = spelled(text);
+        m_standIns[spelling.front()].try_emplace(spelling, spelled(standIn));
+    }
 }
 
 const std::pair<const std::string, std::string>* Mask::FindName(std::string_view text, std::size_t at) const {

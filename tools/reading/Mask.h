@@ -15,8 +15,8 @@ namespace reading {
 // encryption, and who knows a text can check it. Texts are UTF-8.
 class Mask {
   public:
-    // A name or serial number that is replaced wherever it stands by itself from now on. Blanks around it do not count;
-    // a text of blanks alone is none.
+    // A name or serial number that is replaced wherever it stands by itself from now on, also as JSON, CSV and
+    // Printable spell it. Blanks around it do not count; a text of blanks alone is none.
     void Learn(std::string_view text);
 
     // With World Wide Names, MAC addresses, GUIDs and all that was learnt replaced. World Wide Names of zeros stay:

@@ -114,7 +114,7 @@ void ExamineAdapter(Examination& examination, OwnLog& log, const QEL_FCOE_HBA& l
 void CheckAgentStart(Examination& examination) {
     try {
         examination.agent = std::make_unique<Agent>(FromUtf8(examination.options.agentFile),
-                                                    FromUtf8(examination.options.libraryFolder));
+                                                    FromUtf8(examination.options.libraryFolder), examination.mask);
         examination.Ok("The agent starts.");
     } catch (const Failure& failure) {
         examination.Fail(failure.what(), failure.Hints().empty() ? "See the failures above." : failure.Hints().front());

@@ -77,7 +77,7 @@ std::string Lines(const Finding& finding) {
 } // namespace
 
 void Examine(Context& context) {
-    Examination examination(context.options);
+    Examination examination(context.options, context.mask);
     for (const Check& check : CHECKS) {
         const std::size_t before = examination.Findings().size();
         examination.Begin(check.name);

@@ -30,7 +30,7 @@ struct Finding {
 
 class Examination {
   public:
-    explicit Examination(const Options& asked) : options(asked) {}
+    Examination(const Options& asked, reading::Mask* names) : options(asked), mask(names) {}
 
     // Findings of the check that runs.
     void Begin(const char* check) { m_check = check; }
@@ -46,6 +46,7 @@ class Examination {
     const std::vector<Finding>& Findings() const { return m_findings; }
 
     const Options& options;
+    reading::Mask* const mask;    // see Context
     std::wstring agentFile;       // empty: not known
     std::wstring coreAgentFile;   // the same
     std::unique_ptr<Agent> agent; // null: it did not start

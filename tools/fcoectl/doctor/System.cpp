@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include "tools/fcoectl/Machine.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/doctor/Checks.h"
 #include "tools/reading/Registry.h"
@@ -28,12 +29,6 @@ bool IsElevated() {
     const bool read = GetTokenInformation(token, TokenElevation, &elevation, sizeof elevation, &size);
     CloseHandle(token);
     return read && elevation.TokenIsElevated != 0;
-}
-
-std::string AccountName() {
-    wchar_t name[257] = L"";
-    DWORD length = 257;
-    return GetUserNameW(name, &length) ? ToUtf8(name) : "unknown";
 }
 
 // Names of the subkeys of a key of the local machine.
@@ -103,7 +98,8 @@ void CheckFcoeFlag(Examination& examination) {
 }
 
 void CheckAccount(Examination& examination) {
-    const std::string name = AccountName();
+    const std::string user = UserName();
+    const std::string name = user.empty() ? "unknown" : user;
     if (IsElevated())
         examination.Ok(fmt::format("\"{}\", with an administrator's rights.", name));
     else

@@ -118,6 +118,17 @@ TEST(ReportPage, SaysThatAllWasReadOnlyWhenItWas) {
     EXPECT_THAT(page, HasSubstr("Wait."));
 }
 
+TEST(ReportPage, SaysWhyNothingWasRead) {
+    ReportData report = Healthy();
+    report.tree = nullptr;
+    report.refusal = "The agent is not installed.";
+    const std::string page = RenderPage(report);
+    EXPECT_THAT(page, Not(HasSubstr("Everything was read.")));
+    EXPECT_THAT(page, HasSubstr("<b>The agent is not installed.</b>"));
+    EXPECT_THAT(page, HasSubstr("<b class=\"bad\">1</b>problem<"));
+    EXPECT_FALSE(DataOf(page)["complete"].get<bool>());
+}
+
 TEST(ReportPage, MarksTheAdapterThatAProblemNames) {
     EXPECT_EQ(0U, Count(RenderPage(Healthy()), "node adapter troubled"));
     EXPECT_EQ(1U, Count(RenderPage(WithProblem({{"adapter", ADAPTER_ID}, {"text", "x"}})), "node adapter troubled"));

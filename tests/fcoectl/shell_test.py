@@ -7,7 +7,9 @@ usage: shell_test.py WINE_RUN FCOECTL
 import re
 import subprocess
 import sys
+import tempfile
 import unittest
+from pathlib import Path
 
 RUN: list[str] = []
 
@@ -37,7 +39,7 @@ class BashCompletion(unittest.TestCase):
         self.check("fcoectl v", "vlans", "version", "vport")
         self.check("fcoectl vport ", "create", "delete", "list")
         self.check("fcoectl --json vport d", "delete")
-        self.check("fcoectl --adapter vport re", "rescan")
+        self.check("fcoectl --adapter vport re", "report", "rescan")
         self.check("fcoectl ports v")
 
     def test_options_of_the_command(self):
@@ -53,6 +55,12 @@ class BashCompletion(unittest.TestCase):
         self.check("fcoectl vlans --columns vlan_id,n", "vlan_id,name")
         self.check("fcoectl vlans --where st", "state=", "state_code=")
         self.check("fcoectl vlans --adapter v")
+
+    def test_file_to_write(self):
+        with tempfile.TemporaryDirectory() as folder:
+            Path(folder, "page.html").touch()
+            self.check(f"fcoectl report {folder}/p", f"{folder}/page.html")
+            self.check(f"fcoectl ports {folder}/p")
 
 
 class ManualPage(unittest.TestCase):

@@ -32,6 +32,7 @@ ASKED = {
     "vport-create": [["20:01:00:1B:21:AA:BB:CC"], ["--dry-run"], ["auto", "--dry-run"]],
     "vport-delete": [["20:01:00:1B:21:00:00:01"], ["20:01:00:1B:21:00:00:01", "--dry-run"]],
     "rescan": [[], ["--all"], ["--all", "--dry-run"]],
+    "report": [["OUTPUT"]],
     "explain": [[], ["0x370000CB"], ["nothing of that name"]],
     "log-request": [["2"], ["4000000000"]],
     "log-timeline": [["--output", "OUTPUT"]],
@@ -100,7 +101,7 @@ class Schemas(unittest.TestCase):
 
     def test_describe_what_is_written(self):
         with tempfile.TemporaryDirectory() as folder:
-            output = "Z:" + (folder + "/timeline.json").replace("/", "\\")
+            output = "Z:" + (folder + "/output").replace("/", "\\")
             for kind in self.kinds:
                 words = [] if kind == "usage" else kind.split("-", 1)
                 for arguments in ASKED.get(kind, [[]]):

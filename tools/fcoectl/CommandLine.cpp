@@ -122,7 +122,9 @@ Options Checked(const Typed& typed, const Command& command) {
     if (command.columns)
         CheckList(typed, command, options);
     if (!typed.arguments.empty()) {
-        std::string& argument = command.takes & TAKES_CODE ? options.code : options.wwpn;
+        std::string& argument = command.takes & TAKES_CODE   ? options.code
+                                : command.takes & TAKES_FILE ? options.file
+                                                             : options.wwpn;
         argument = fmt::format("{}", fmt::join(typed.arguments, " "));
         options.words = typed.arguments;
     }

@@ -12,6 +12,7 @@
 #include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Statistics.h"
 #include "tools/fcoectl/doctor/Doctor.h"
+#include "tools/fcoectl/report/ReportCommand.h"
 
 namespace fcoectl {
 namespace {
@@ -50,6 +51,8 @@ constexpr Command COMMANDS[] = {
     {"rescan", "Have an adapter look for its targets again.", ONE | TAKES_ALL | TAKES_DRY_RUN, nullptr, Rescan},
     {"doctor", "Check the installation, the neighbours and each adapter, and tell what to do.",
      TAKES_AGENT | TAKES_LIBRARY, "checks", Examine},
+    {"report", "Write one page of everything that can be read, to look at and to mail.",
+     TAKES_AGENT | TAKES_ADAPTER | TAKES_FILE, nullptr, WriteReport},
     {"log requests", "List what hosts asked the agent for, one line each.", TAKES_LOG_FILE | TAKES_FOLLOW, "requests",
      ListLogRequests},
     {"log request", "Show the calls of one request, how long they took and what the library answered.",
@@ -72,7 +75,8 @@ constexpr Command COMMANDS[] = {
 
 // What a command is said to take is what it gets.
 static_assert(std::ranges::all_of(COMMANDS, [](const Command& command) {
-    return std::holds_alternative<AgentAction>(command.run) == LoadsAgent(command.takes) &&
+    return std::holds_alternative<AgentAction>(command.run) ==
+               (LoadsAgent(command.takes) && !(command.takes & TAKES_FILE)) &&
            (command.columns != nullptr) == ((command.takes & TAKES_LIST) != 0);
 }));
 

@@ -16,7 +16,7 @@ using Words = std::vector<std::string>;
 constexpr char BASH[] = R"(# bash completion of fcoectl: source <(fcoectl completion bash)
 _fcoectl() {{
     local current=${{COMP_WORDS[COMP_CWORD]}} previous=${{COMP_WORDS[COMP_CWORD-1]}} command="" head="" i
-    local next="{first}" options="" columns=""
+    local next="{first}" options="" columns="" files=""
     COMPREPLY=()
     for ((i = 1; i < COMP_CWORD; ++i)); do
         case ${{COMP_WORDS[i]}} in
@@ -47,7 +47,7 @@ _fcoectl() {{
     esac
     case $current in
         -*) COMPREPLY=($(compgen -W "$options --help" -- "$current")) ;;
-        *) COMPREPLY=($(compgen -W "$next" -- "$current")) ;;
+        *) COMPREPLY=($(compgen $files -W "$next" -- "$current")) ;;
     esac
 }}
 complete -F _fcoectl fcoectl fcoectl.exe
@@ -156,8 +156,9 @@ std::string BashCompletion(std::span<const Command> commands) {
             groups += fmt::format("                   \"{}\") next=\"{}\" ;;\n", group, fmt::join(words, " "));
     std::string options;
     for (const Command& command : commands)
-        options += fmt::format("        \"{}\") options=\"{}\" columns=\"{}\" ;;\n", command.name,
-                               fmt::join(OptionsOf(command), " "), fmt::join(KeysOf(command), " "));
+        options += fmt::format("        \"{}\") options=\"{}\" columns=\"{}\" files={} ;;\n", command.name,
+                               fmt::join(OptionsOf(command), " "), fmt::join(KeysOf(command), " "),
+                               command.takes & TAKES_FILE ? "-f" : "");
     std::string choices;
     for (const Option& option : OptionTable())
         if (option.choices)

@@ -98,6 +98,7 @@ constexpr Argument ARGUMENTS[] = {
     {TAKES_REQUEST, "NUMBER", 1, 1, "The request's number, as 'fcoectl log requests' has it"},
     {TAKES_TOPIC, "COMMAND", 0, 2, "The command to tell of (default: the program as a whole)"},
     {TAKES_SHELL, "SHELL", 1, 1, "bash or powershell"},
+    {TAKES_FILE, "FILE", 1, 1, "The file to write, in one step"},
 };
 
 } // namespace

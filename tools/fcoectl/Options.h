@@ -44,6 +44,7 @@ struct Options {
     bool dryRun = false;            // say what would be done
     std::string wwpn = "auto";      // of a new or an existing port: in canonical form when it is a WWPN at all
     std::vector<std::string> words; // of the command that `help` tells of; the shell of `completion`
+    std::string file;               // to write
     std::string code;               // what `explain` explains; empty: all codes
     std::optional<double> watch;    // seconds between two readings of the counters
     unsigned count = 0;             // readings of --watch; 0: until Ctrl+C

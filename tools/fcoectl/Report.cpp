@@ -32,15 +32,27 @@ Json ProblemObject(const reading::Problem& problem) {
             {"text", problem.text},         {"advice", problem.advice}};
 }
 
+template <class Element> void AddEach(std::vector<Element>& all, const std::vector<Element>& more) {
+    for (const Element& element : more)
+        if (std::ranges::find(all, element) == all.end())
+            all.push_back(element);
+}
+
 } // namespace
 
 void Report::Add(bool answered, const reading::Findings& findings) {
     complete = complete && answered && findings.problems.empty();
-    for (const reading::Problem& problem : findings.problems)
-        if (problems && std::ranges::find(*problems, problem) == problems->end())
-            problems->push_back(problem);
-    if (!findings.blindness.empty() && std::ranges::find(notes, findings.blindness) == notes.end())
-        notes.push_back(findings.blindness);
+    if (problems)
+        AddEach(*problems, findings.problems);
+    if (!findings.blindness.empty())
+        AddEach(notes, {findings.blindness});
+}
+
+void Report::Add(const Report& part) {
+    complete = complete && part.complete;
+    if (problems && part.problems)
+        AddEach(*problems, *part.problems);
+    AddEach(notes, part.notes);
 }
 
 std::string KindOf(std::string_view command) {

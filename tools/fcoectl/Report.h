@@ -26,6 +26,8 @@ struct Report {
 
     // Takes over what a reading came to; what was told before is not told again.
     void Add(bool answered, const reading::Findings& findings);
+    // The same of a command that this one is made of.
+    void Add(const Report& part);
 };
 
 // "vport-create": the kind of a command's document, its words with hyphens.

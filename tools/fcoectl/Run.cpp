@@ -6,14 +6,13 @@
 
 #include <fmt/format.h>
 
-#include "tools/fcoectl/Adapters.h"
-#include "tools/fcoectl/Agent.h"
 #include "tools/fcoectl/ClosableOutput.h"
 #include "tools/fcoectl/CommandLine.h"
 #include "tools/fcoectl/Commands.h"
 #include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Machine.h"
 #include "tools/fcoectl/MaskedOutput.h"
+#include "tools/fcoectl/Perform.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/TimeLimit.h"
 
@@ -29,50 +28,9 @@ std::string HelpOf(const std::vector<std::string>& words) {
     return asked.text;
 }
 
-Adapter Choose(const Command& command, const Options& options, Agent& agent) {
-    if (options.allAdapters)
-        return {};
-    if (command.takes & TAKES_PORT)
-        return options.adapter ? ChooseAdapter(agent, options.adapter, Need::One) : AdapterOfPort(agent, options.wwpn);
-    return ChooseAdapter(agent, options.adapter, command.takes & TAKES_ONE ? Need::One : Need::Any);
-}
-
-// The agent is loaded for the command alone: it is gone again when notes, messages or the document are written.
-void Execute(const Command& command, Context& context) {
-    if (const auto* own = std::get_if<Action>(&command.run))
-        return (*own)(context);
-    Agent agent(FromUtf8(context.options.agentFile), FromUtf8(context.options.libraryFolder), context.mask);
-    const Adapter adapter = Choose(command, context.options, agent);
-    AgentContext whole{context, agent, adapter};
-    std::get<AgentAction>(command.run)(whole);
-}
-
-// Runs the command; what ends it early becomes the failure.
-std::optional<Failure> Perform(const Command& command, Context& context) {
-    try {
-        Execute(command, context);
-    } catch (const Failure& failure) {
-        return failure;
-    } catch (const std::bad_alloc&) {
-        return Failure(Exit::AgentThrew, "Memory is exhausted.");
-    }
-    if (!context.report.complete && !context.options.tolerant)
-        return Failure(Exit::Partial, Describe(Exit::Partial).meaning, {LogHint()});
-    return std::nullopt;
-}
-
 // Errors in red where that can be.
 void Complain(Output& output, const std::string& text) {
     output.WriteError(output.ErrorsHaveColours() ? "\x1B[31m" + text + "\x1B[0m" : text);
-}
-
-Report EmptyReport(const Command& command, const Options& options) {
-    Report report;
-    if (command.list)
-        report.body[command.list] = nlohmann::ordered_json::array();
-    if (command.takes & TAKES_ADAPTER || options.dryRun || options.allAdapters)
-        report.problems.emplace();
-    return report;
 }
 
 // What --mask replaces whatever is read: who uses which machine, and the adapter as it was typed, which messages

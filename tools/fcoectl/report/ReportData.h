@@ -13,12 +13,13 @@ struct ReportData {
     std::string user;
     std::string time; // local, as it is to be read
     bool masked = false;
+    std::string refusal; // why the agent could not be asked; empty: it was
     nlohmann::ordered_json tree;
     nlohmann::ordered_json links; // of `dcb`
     nlohmann::ordered_json vlans;
     nlohmann::ordered_json statistics;
     nlohmann::ordered_json doctor;
-    nlohmann::ordered_json requests; // of `log slow`
+    nlohmann::ordered_json requests; // of `log requests`, the slowest ones, those first
     nlohmann::ordered_json version;
 };
 

@@ -74,6 +74,10 @@ std::string AdapterName(const ReportData& report, const std::string& id) {
 
 Json ProblemView(const ReportData& report, const Json& problems) {
     Json list = Json::array();
+    if (!report.refusal.empty())
+        list.push_back({{"text", report.refusal},
+                        {"where", ""},
+                        {"advice", "Nothing of the fabric was read; the doctor below tells what else is wrong."}});
     for (const Json& problem : problems) {
         const std::string function = problem.value("function", "");
         const std::string adapter = AdapterName(report, problem.value("adapter", ""));
@@ -135,9 +139,10 @@ std::string ForScript(const Json& value) {
 }
 
 bool Complete(const ReportData& report) {
-    return std::ranges::none_of(
-        std::initializer_list{&report.tree, &report.links, &report.vlans, &report.statistics},
-        [](const Json* document) { return document->is_object() && !document->value("complete", true); });
+    const Json* const documents[] = {&report.tree, &report.links, &report.vlans, &report.statistics};
+    return report.refusal.empty() && std::ranges::none_of(documents, [](const Json* document) {
+               return document->is_object() && !document->value("complete", true);
+           });
 }
 
 } // namespace
@@ -155,17 +160,18 @@ std::string RenderPage(const ReportData& report) {
     view["complete"] = complete;
     view["fcoectl_version"] = report.version.value("fcoectl_version", Json());
     view["agent_version"] = report.version.value("agent_version", Json());
+    Json shown = ProblemView(report, problems);
     Json tiles = picture.counts;
-    tiles.push_back({{"name", problems.size() == 1 ? "problem" : "problems"},
-                     {"count", problems.size()},
-                     {"bad", !problems.empty()}});
+    tiles.push_back(
+        {{"name", shown.size() == 1 ? "problem" : "problems"}, {"count", shown.size()}, {"bad", !shown.empty()}});
     view["tiles"] = std::move(tiles);
-    SetList(view, "problems", ProblemView(report, problems));
+    SetList(view, "problems", std::move(shown));
     SetList(view, "adapters", picture.adapters);
     SetList(view, "links", LinkView(Member(report.links, "links")));
     view["tables"] = PageTables(report);
     SetList(view, "checks", CheckView(Member(report.doctor, "checks")));
     SetList(view, "requests", RequestView(Member(report.requests, "requests")));
+    view["log"] = Member(report.requests, "file");
     view["data"] = ForScript({{"schema", "fcoectl/report"},
                               {"version", 1},
                               {"complete", complete},
@@ -173,6 +179,7 @@ std::string RenderPage(const ReportData& report) {
                               {"user", report.user},
                               {"time", report.time},
                               {"masked", report.masked},
+                              {"refusal", report.refusal},
                               {"tree", report.tree},
                               {"links", report.links},
                               {"vlans", report.vlans},

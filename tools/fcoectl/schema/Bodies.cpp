@@ -152,6 +152,10 @@ Json LogTimeline() {
     return With(Log(), {{"events", Integer()}, {"output", Text()}});
 }
 
+Json Written() {
+    return Of({{"output", Text()}});
+}
+
 Json TextAlone() {
     return Of({{"text", Text()}});
 }
@@ -178,6 +182,7 @@ constexpr Body BODIES[] = {
     {"wwpn", Generation},
     {"rescan", Rescans},
     {"doctor", Checks},
+    {"report", Written},
     {"log requests", LogRequests},
     {"log request", LogRequest, LogCall},
     {"log problems", LogProblems},

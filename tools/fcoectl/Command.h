@@ -66,6 +66,7 @@ enum Takes : unsigned {
     TAKES_TOP = 1 << 18,      // --count: the first so many
     TAKES_REQUEST = 1 << 19,  // a request's number
     TAKES_OUTPUT = 1 << 20,   // --output
+    TAKES_METRICS = 1 << 23,  // --openmetrics
     TAKES_FILE = 1 << 22,     // the name of a file to write; it loads the agent itself
     TAKES_LIBRARY = 1 << 21,  // --library-dir, of a command that does not load the agent of itself
 };

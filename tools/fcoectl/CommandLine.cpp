@@ -78,7 +78,6 @@ void CheckList(const Typed& typed, const Command& command, Options& options) {
 void CheckLog(const Typed& typed, const Command& command, Options& options) {
     options.log.file = typed.file.value_or("");
     options.log.follow = typed.follow;
-    options.log.output = typed.output.value_or("");
     if (typed.follow && options.json)
         throw CLI::ValidationError("--follow", "does not go with --json, since the document must end");
     if (!(command.takes & TAKES_REQUEST))
@@ -96,6 +95,8 @@ Options Checked(const Typed& typed, const Command& command) {
     options.json = options.form == Form::Json;
     options.tolerant = typed.tolerant;
     options.mask = typed.mask;
+    options.output = typed.output.value_or("");
+    options.openMetrics = typed.openMetrics;
     options.ascii = typed.ascii;
     options.dryRun = typed.dryRun;
     options.allAdapters = typed.all;

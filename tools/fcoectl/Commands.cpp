@@ -9,6 +9,7 @@
 #include "tools/fcoectl/HelpCommands.h"
 #include "tools/fcoectl/ListCommands.h"
 #include "tools/fcoectl/LogCommands.h"
+#include "tools/fcoectl/MetricsCommand.h"
 #include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Statistics.h"
 #include "tools/fcoectl/doctor/Doctor.h"
@@ -53,6 +54,8 @@ constexpr Command COMMANDS[] = {
      TAKES_AGENT | TAKES_LIBRARY, "checks", Examine},
     {"report", "Write one page of everything that can be read, to look at and to mail.",
      TAKES_AGENT | TAKES_ADAPTER | TAKES_FILE, nullptr, WriteReport},
+    {"metrics", "Write counters, link states and numbers of records for Prometheus and what reads its format.",
+     TAKES_AGENT | TAKES_ADAPTER | TAKES_OUTPUT | TAKES_METRICS, nullptr, WriteMetrics},
     {"log requests", "List what hosts asked the agent for, one line each.", TAKES_LOG_FILE | TAKES_FOLLOW, "requests",
      ListLogRequests},
     {"log request", "Show the calls of one request, how long they took and what the library answered.",

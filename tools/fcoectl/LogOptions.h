@@ -11,7 +11,6 @@ struct LogOptions {
     bool follow = false;
     unsigned count = 0; // --count; 0: as many as the command shows of itself
     std::uint64_t request = 0;
-    std::string output; // --output; empty: standard output
 };
 
 } // namespace fcoectl

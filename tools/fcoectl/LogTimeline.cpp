@@ -21,10 +21,10 @@ void Write(Context& context, const std::wstring& log, const agentlog::Timeline::
 } // namespace
 
 void WriteLogTimeline(Context& context) {
-    const LogOptions& options = context.options.log;
-    const std::wstring log = ChosenLog(options);
+    const Options& options = context.options;
+    const std::wstring log = ChosenLog(options.log);
     if (options.output.empty()) {
-        if (context.options.json)
+        if (options.json)
             throw Failure(Exit::Usage, "--json needs --output: the timeline is a document of its own.");
         return Write(context, log, [&](std::string_view text) { context.output.Write(text); });
     }
@@ -32,7 +32,7 @@ void WriteLogTimeline(Context& context) {
     Write(context, log, [&](std::string_view text) { file.Write(context.mask ? context.mask->Apply(text) : text); });
     file.Finish();
     context.report.body["output"] = file.Name();
-    if (!context.options.json)
+    if (!options.json)
         context.output.Write(Printable(fmt::format("Wrote {} events to {}.",
                                                    context.report.body["events"].get<std::uint64_t>(), file.Name())) +
                              "\n");

@@ -22,6 +22,7 @@ struct Typed {
     bool all = false;
     bool dryRun = false;
     bool follow = false;
+    bool openMetrics = false;
     std::optional<std::string> adapter;
     std::optional<std::string> agent;
     std::optional<std::string> libraryFolder;

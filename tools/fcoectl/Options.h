@@ -45,10 +45,12 @@ struct Options {
     std::string wwpn = "auto";      // of a new or an existing port: in canonical form when it is a WWPN at all
     std::vector<std::string> words; // of the command that `help` tells of; the shell of `completion`
     std::string file;               // to write
-    std::string code;               // what `explain` explains; empty: all codes
-    std::optional<double> watch;    // seconds between two readings of the counters
-    unsigned count = 0;             // readings of --watch; 0: until Ctrl+C
-    std::optional<double> timeout;  // seconds that an answer of the agent may take
+    std::string output;             // --output: to write, too; empty: standard output
+    bool openMetrics = false;
+    std::string code;              // what `explain` explains; empty: all codes
+    std::optional<double> watch;   // seconds between two readings of the counters
+    unsigned count = 0;            // readings of --watch; 0: until Ctrl+C
+    std::optional<double> timeout; // seconds that an answer of the agent may take
     LogOptions log;
 };
 

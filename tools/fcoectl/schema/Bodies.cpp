@@ -183,6 +183,7 @@ constexpr Body BODIES[] = {
     {"rescan", Rescans},
     {"doctor", Checks},
     {"report", Written},
+    {"metrics", Written},
     {"log requests", LogRequests},
     {"log request", LogRequest, LogCall},
     {"log problems", LogProblems},

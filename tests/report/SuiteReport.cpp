@@ -50,6 +50,10 @@ std::string SuiteReport::Text(const std::string& name) const {
     return ReadFileBytes(m_folder.Path() / name);
 }
 
+std::string SuiteReport::Log() const {
+    return ReadFileBytes(m_suite.LogFile());
+}
+
 std::vector<std::string> SuiteReport::Files() const {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path()))

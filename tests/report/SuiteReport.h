@@ -19,6 +19,8 @@ class SuiteReport {
     std::string File(const std::string& name) const;
     std::string Text(const std::string& name) const;
     std::vector<std::string> Files() const;
+    std::string Log() const; // of the agent
+    PrivateHive& Hive() { return m_suite.Hive(); }
 
   private:
     SuiteHost m_suite;

@@ -33,6 +33,7 @@ ASKED = {
     "vport-delete": [["20:01:00:1B:21:00:00:01"], ["20:01:00:1B:21:00:00:01", "--dry-run"]],
     "rescan": [[], ["--all"], ["--all", "--dry-run"]],
     "report": [["OUTPUT"]],
+    "diagnose": [["OUTPUT"]],
     "metrics": [["--output", "OUTPUT"]],
     "explain": [[], ["0x370000CB"], ["nothing of that name"]],
     "log-request": [["2"], ["4000000000"]],

@@ -12,6 +12,7 @@
 #include "tools/fcoectl/MetricsCommand.h"
 #include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Statistics.h"
+#include "tools/fcoectl/diagnose/Diagnose.h"
 #include "tools/fcoectl/doctor/Doctor.h"
 #include "tools/fcoectl/report/ReportCommand.h"
 
@@ -54,6 +55,9 @@ constexpr Command COMMANDS[] = {
      TAKES_AGENT | TAKES_LIBRARY, "checks", Examine},
     {"report", "Write one page of everything that can be read, to look at and to mail.",
      TAKES_AGENT | TAKES_ADAPTER | TAKES_FILE, nullptr, WriteReport},
+    {"diagnose",
+     "Pack the report, the agent's logs, the suite's registry values and versions into one file, to mail it.",
+     TAKES_AGENT | TAKES_ADAPTER | TAKES_FILE, nullptr, Diagnose},
     {"metrics", "Write counters, link states and numbers of records for Prometheus and what reads its format.",
      TAKES_AGENT | TAKES_ADAPTER | TAKES_OUTPUT | TAKES_METRICS, nullptr, WriteMetrics},
     {"log requests", "List what hosts asked the agent for, one line each.", TAKES_LOG_FILE | TAKES_FOLLOW, "requests",

@@ -156,6 +156,10 @@ Json Written() {
     return Of({{"output", Text()}});
 }
 
+Json Archive() {
+    return With(Written(), {{"entries", ListOf(Text())}});
+}
+
 Json TextAlone() {
     return Of({{"text", Text()}});
 }
@@ -183,6 +187,7 @@ constexpr Body BODIES[] = {
     {"rescan", Rescans},
     {"doctor", Checks},
     {"report", Written},
+    {"diagnose", Archive},
     {"metrics", Written},
     {"log requests", LogRequests},
     {"log request", LogRequest, LogCall},

@@ -152,7 +152,7 @@ def main() -> int:
     parser.add_argument("--seed", type=int, default=1, help="the first run's; each later run has the next")
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     parser.add_argument("--only", default="", help="the programs whose name matches")
-    parser.add_argument("--leave-out", default="^(fresh_clone|soak|fuzz)$", help="the labels that are not run")
+    parser.add_argument("--leave-out", default="^(fresh_clone|soak|fuzz|full)$", help="the labels that are not run")
     parser.add_argument("--json", type=Path, metavar="FILE", help="what was seen, for programs")
     options = parser.parse_args()
     repetition = Repetition(options)

@@ -6,6 +6,7 @@
 #include <fmt/ranges.h>
 
 #include "tools/fcoectl/Text.h"
+#include "tools/reading/What.h"
 
 namespace fcoectl {
 namespace {
@@ -38,12 +39,23 @@ template <class Element> void AddEach(std::vector<Element>& all, const std::vect
             all.push_back(element);
 }
 
+// Fabrics and ports come of one list. Whether a command that shows both has it read once or twice, the time decides.
+void AddProblems(std::vector<reading::Problem>& told, std::vector<reading::Problem> problems) {
+    std::erase_if(problems, [&](reading::Problem problem) {
+        if (problem.what != reading::KeyOf(reading::What::Ports))
+            return false;
+        problem.what = reading::KeyOf(reading::What::Fabrics);
+        return std::ranges::find(told, problem) != told.end();
+    });
+    AddEach(told, problems);
+}
+
 } // namespace
 
 void Report::Add(bool answered, const reading::Findings& findings) {
     complete = complete && answered && findings.problems.empty();
     if (problems)
-        AddEach(*problems, findings.problems);
+        AddProblems(*problems, findings.problems);
     if (!findings.blindness.empty())
         AddEach(notes, {findings.blindness});
 }
@@ -51,7 +63,7 @@ void Report::Add(bool answered, const reading::Findings& findings) {
 void Report::Add(const Report& part) {
     complete = complete && part.complete;
     if (problems && part.problems)
-        AddEach(*problems, *part.problems);
+        AddProblems(*problems, *part.problems);
     AddEach(notes, part.notes);
 }
 

@@ -78,10 +78,12 @@ History::Call History::Begin(unsigned adapters, bool alone) {
     return call;
 }
 
-void History::End(const Call& call) {
+void History::End(Call& call) {
     const std::lock_guard lock(m_lock);
     const ULONGLONG now = GetTickCount64();
     for (unsigned a = 0; a < ADAPTERS; ++a) {
+        // Now: the agent may start again before its answer is looked at.
+        call.nameless |= m_nameless[a] ? 1u << a : 0;
         if (!(call.adapters & 1u << a) || call.index[a] + CALLS < m_callCount[a])
             continue;
         Made& made = m_calls[a][call.index[a] % CALLS];
@@ -171,7 +173,7 @@ Situation History::Look(unsigned adapter, const Call& call, ULONGLONG since) {
     FindStates(adapter, from, situation);
     situation.isSteady = situation.exact;
     FindPorts(adapter, from, situation);
-    situation.mayBeNameless = m_nameless[adapter];
+    situation.mayBeNameless = m_nameless[adapter] || call.nameless & 1u << adapter;
     if (m_dcbSince < from && m_dcb == Dcb::Running)
         situation.linkStates = {LinkState(adapter)};
     else if (m_dcbSince < from && m_dcb == Dcb::Stopped)

@@ -65,10 +65,11 @@ class History {
         unsigned adapters = 0; // bits
         ULONGLONG start = 0;
         unsigned long long index[ADAPTERS] = {};
+        unsigned nameless = 0; // adapters, bits, that could be without a name when the call ended
     };
     // A call on the adapters; alone: no other thread of the process makes one on them meanwhile.
     Call Begin(unsigned adapters, bool alone);
-    void End(const Call& call);
+    void End(Call& call);
     // How the adapter was during the call's window; asked when the call has returned. since: a tick at which the window
     // begins if it does not begin earlier.
     Situation Look(unsigned adapter, const Call& call, ULONGLONG since = ~0ull);

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/fcoectl/Host.h"
-#include "tests/kit/PrivateHive.h"
+#include "tests/fcoectl/LogFolders.h"
 #include "tools/fcoectl/Text.h"
 
 using testing::AllOf;
@@ -17,7 +17,6 @@ using testing::StartsWith;
 namespace {
 
 constexpr char SAMPLE[] = FCOE_TEST_DATA "/log/FcoeAgnt.txt";
-constexpr wchar_t SUITE[] = L"SOFTWARE\\ORVAN\\NETWORK_SERVICES\\QEL2";
 
 Answer Log(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "log");
@@ -33,15 +32,8 @@ std::string SampleText() {
     return ReadFileBytes(SAMPLE);
 }
 
-class LogFiles : public testing::Test {
+class LogFiles : public LogFolders {
   protected:
-    LogFiles() {
-        GetEnvironmentVariableW(L"Temp", m_temp, MAX_PATH);
-        SetEnvironmentVariableW(L"Temp", temporary.Path().c_str());
-        hive.Set(SUITE, L"InstalledDir", registered.Path().wstring());
-    }
-    ~LogFiles() override { SetEnvironmentVariableW(L"Temp", m_temp); }
-
     static std::filesystem::path In(const TempFolder& folder) { return folder.Path() / L"FcoeAgnt.txt"; }
     static void Write(const std::filesystem::path& file, const std::string& text, int secondsAgo = 0) {
         std::ofstream(file, std::ios::binary) << text;
@@ -49,13 +41,6 @@ class LogFiles : public testing::Test {
                                                    std::chrono::seconds(secondsAgo));
     }
     static std::string Utf8(const std::filesystem::path& path) { return fcoectl::ToUtf8(path.wstring()); }
-
-    TempFolder registered;
-    TempFolder temporary;
-    PrivateHive hive;
-
-  private:
-    wchar_t m_temp[MAX_PATH] = L"";
 };
 
 } // namespace

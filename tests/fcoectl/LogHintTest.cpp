@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/fcoectl/Host.h"
-#include "tests/kit/PrivateHive.h"
+#include "tests/fcoectl/LogFolders.h"
 #include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Text.h"
 
@@ -16,18 +16,8 @@ using testing::Not;
 
 namespace {
 
-constexpr wchar_t SUITE[] = L"SOFTWARE\\ORVAN\\NETWORK_SERVICES\\QEL2";
-
-// A registered folder and a temporary one of the test's own.
-class Log : public testing::Test {
+class Log : public LogFolders {
   protected:
-    Log() {
-        GetEnvironmentVariableW(L"Temp", m_temp, MAX_PATH);
-        SetEnvironmentVariableW(L"Temp", temporary.Path().c_str());
-        hive.Set(SUITE, L"InstalledDir", registered.Path().wstring());
-    }
-    ~Log() override { SetEnvironmentVariableW(L"Temp", m_temp); }
-
     static std::string File(const TempFolder& folder) {
         return fcoectl::ToUtf8((folder.Path() / L"FcoeAgnt.txt").wstring());
     }
@@ -36,13 +26,6 @@ class Log : public testing::Test {
         std::ofstream(folder.Path() / L"FcoeAgnt.txt")
             << "FCOEAGENT\tPID:" << std::hex << process << "\tTID:30\t14:03:27.512\t(1D3A5C02)\tTIER 0\t\tline\r\n";
     }
-
-    TempFolder registered;
-    TempFolder temporary;
-    PrivateHive hive;
-
-  private:
-    wchar_t m_temp[MAX_PATH] = L"";
 };
 
 } // namespace

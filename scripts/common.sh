@@ -85,11 +85,14 @@ set_up_suite() {
         } || die "the simulated suite could not be set up"
         touch "$done"
     fi
-    in_prefix suite net start OrvanDCB >/dev/null 2>&1 || true # runs already, which is as good
-    local tries
-    for tries in {1..50}; do
-        in_prefix suite sc query OrvanDCB 2>/dev/null | grep -q RUNNING && return
-        sleep 0.2
+    # A session that is still starting refuses the first requests.
+    local tries answer
+    for tries in {1..30}; do
+        answer=$(in_prefix suite sc query OrvanDCB 2>&1) || true
+        [[ $answer == *RUNNING* ]] && return
+        [ "$tries" = 1 ] || sleep 1
+        answer=$(in_prefix suite net start OrvanDCB 2>&1) || true
     done
+    printf '%s\n' "$answer" >&2
     die "the simulated DCB service does not start"
 }

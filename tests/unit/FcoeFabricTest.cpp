@@ -336,6 +336,7 @@ TEST_F(FabricTargets, PortWithoutRecordFailsItsReader) {
     fabric->GetPorts(objects);
     Failing<CQelFcoePort>::Break(*objects[0], CacheKey::PORT_RECORD);
     EXPECT_FALSE(objects[0]->GetTargets_HBA(targets));
+    EXPECT_TRUE(Traced("CQelFcoePort::GetTargets_HBA", ", bReturn=false"));
     EXPECT_FALSE(objects[0]->GetTargets(targets));
     QEL_FCOE_PORT record;
     record.strKind = L"untouched";

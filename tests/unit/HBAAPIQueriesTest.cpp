@@ -144,6 +144,7 @@ TEST_F(HBAAPIQueries, StatisticsAreZeroedBeforeTheCallAndAfterAFailedOne) {
     EXPECT_FALSE(api.GetPortStatistics(7, statistics));
     EXPECT_TRUE(IsZero(statistics));
     EXPECT_THAT(Messages(), ElementsAre("CHBAAPIInt::GetPortStatistics failed with error: 1234"));
+    EXPECT_EQ("EXIT:  CHBAAPIInt::GetPortStatistics, bReturn=false", Traces("CHBAAPIInt::GetPortStatistics").back());
 }
 
 TEST_F(HBAAPIQueries, StatisticsWithoutATableSucceedSilentlyWithZeros) {
@@ -165,6 +166,8 @@ TEST_F(HBAAPIQueries, StatisticsWithoutAHandlerSucceedSilentlyWithZeros) {
 
 // --- FC and NIC properties
 
+constexpr char LEFT_WITH_FALSE[] = "EXIT:  CHBAAPIInt::GetFCEthernetProperties, bReturn=false";
+
 TEST_F(HBAAPIQueries, PropertiesAreTheLibrarys) {
     library.properties.MacAddress[5] = 0x42;
     Bind();
@@ -180,6 +183,7 @@ TEST_F(HBAAPIQueries, PropertiesWithoutARecordFailAtOnce) {
     EXPECT_FALSE(api.GetFCEthernetProperties(7, nullptr));
     EXPECT_THAT(library.lookups, IsEmpty());
     EXPECT_THAT(log.Messages(), IsEmpty()) << "the settings are not asked";
+    EXPECT_EQ(LEFT_WITH_FALSE, Traces("CHBAAPIInt::GetFCEthernetProperties").back());
 }
 
 TEST_F(HBAAPIQueries, PropertiesFailureIsLogged) {
@@ -217,6 +221,7 @@ TEST_F(HBAAPIQueries, PropertiesFailWithoutForcingWhenTheExportNameCannotBeConve
     EXPECT_FALSE(api.GetFCEthernetProperties(7, &properties));
     EXPECT_EQ(0u, properties.Flags);
     EXPECT_THAT(log.Messages(), IsEmpty());
+    EXPECT_EQ(LEFT_WITH_FALSE, Traces("CHBAAPIInt::GetFCEthernetProperties").back());
 }
 
 TEST_F(HBAAPIQueries, ForcedRemoteBootSetsItsBitAndMakesASuccessOfAFailure) {

@@ -69,6 +69,7 @@ TEST_F(HBAAPIScsi, InquiryRefusesNullBuffers) {
     EXPECT_THAT(library.calls, IsEmpty());
     EXPECT_THAT(Messages(), ElementsAre("CHBAAPIInt::RetrieveSCSIInfo pRspBuf or pSenseBuf invalid",
                                         "CHBAAPIInt::RetrieveSCSIInfo pRspBuf or pSenseBuf invalid"));
+    EXPECT_EQ("EXIT:  CHBAAPIInt::RetrieveSCSIInfo, bReturn=false", Traces("CHBAAPIInt::RetrieveSCSIInfo").back());
 }
 
 TEST_F(HBAAPIScsi, InquiryWithoutATableSucceedsSilentlyWithoutACall) {
@@ -234,6 +235,8 @@ TEST_F(HBAAPIScsi, Capacity16RefusesNullBuffers) {
     EXPECT_THAT(library.lookups, IsEmpty());
     EXPECT_THAT(Messages(), ElementsAre("CHBAAPIInt::RetrieveLUNCapacity16 pRspBuf or pSenseBuf invalid",
                                         "CHBAAPIInt::RetrieveLUNCapacity16 pRspBuf or pSenseBuf invalid"));
+    EXPECT_EQ("EXIT:  CHBAAPIInt::RetrieveLUNCapacity16, bReturn=false",
+              Traces("CHBAAPIInt::RetrieveLUNCapacity16").back());
 }
 
 TEST_F(HBAAPIScsi, Capacity16WithoutTheExportSucceedsSilently) {

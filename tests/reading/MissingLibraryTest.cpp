@@ -72,6 +72,12 @@ TEST_P(MissingLibrary, IsTheOneProblemOfEachList) {
     Run({"vport", "list"});
 }
 
+TEST_P(MissingLibrary, IsTheOneProblemOfAnAdapterAskedAlone) {
+    for (const char* command :
+         {"hbas", "fabrics", "ports", "targets", "luns", "disks", "vlans", "tree", "stats", "dcb"})
+        Run({command, "--adapter", ReadingHost::FAULTY});
+}
+
 TEST_P(MissingLibrary, IsNoCable) {
     const auto document = Run({"dcb"});
     EXPECT_EQ(2u, document["links"].size());

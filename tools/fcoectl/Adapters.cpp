@@ -7,6 +7,8 @@
 
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/Wwn.h"
+#include "tools/reading/VendorLibrary.h"
+#include "tools/reading/What.h"
 
 namespace fcoectl {
 namespace {
@@ -72,9 +74,25 @@ std::wstring Folded(std::wstring_view text) {
     return folded;
 }
 
+bool IsUnnamed(const QEL_FCOE_HBA& hba) {
+    return hba.strDeviceId.empty();
+}
+
+// Whether the list has each adapter, if only as a record without a name.
+bool AllListed(const Reading<QEL_FCOE_HBA>& reading) {
+    const auto isLacking = [&](const reading::Problem& problem) {
+        return problem.what == reading::KeyOf(reading::What::Adapter) &&
+               problem.function != ToUtf8(reading::VENDOR_LIBRARY) &&
+               std::ranges::none_of(reading.records, [&](const QEL_FCOE_HBA& hba) {
+                   return !IsUnnamed(hba) && ToUtf8(hba.strDeviceId) == problem.adapter;
+               });
+    };
+    return reading.complete && std::ranges::count_if(reading.findings.problems, isLacking) <=
+                                   std::ranges::count_if(reading.records, IsUnnamed);
+}
+
 bool AllRead(const Reading<QEL_FCOE_HBA>& reading) {
-    return reading.complete &&
-           std::ranges::none_of(reading.records, [](const auto& hba) { return hba.strDeviceId.empty(); });
+    return AllListed(reading) && std::ranges::none_of(reading.records, IsUnnamed);
 }
 
 // The adapters that the text names wholly.
@@ -85,7 +103,7 @@ Hbas NamedBy(const std::string& wanted, const Reading<QEL_FCOE_HBA>& reading) {
     std::size_t number = 0;
     const auto [end, error] = std::from_chars(wanted.data(), wanted.data() + wanted.size(), number);
     // A list that lacks adapters tells no numbers.
-    const bool isNumber = error == std::errc() && end == wanted.data() + wanted.size() && reading.complete;
+    const bool isNumber = error == std::errc() && end == wanted.data() + wanted.size() && AllListed(reading);
     Hbas found;
     for (std::size_t i = 0; i < reading.records.size(); ++i) {
         const QEL_FCOE_HBA& hba = reading.records[i];
@@ -130,7 +148,10 @@ Adapter ChooseAdapter(Agent& agent, const std::optional<std::string>& wanted, Ne
     if (!wanted) {
         if (all && hbas.size() == 1)
             return {hbas.front().strDeviceId, hbas.front().strSecondId};
-        throw Unclear(hbas.empty() ? "There is no adapter." : "There are several adapters; name one with --adapter.",
+        throw Unclear(hbas.empty()       ? "There is no adapter."
+                      : hbas.size() == 1 ? "There may be several adapters, for not every one could be read; name one "
+                                           "with --adapter."
+                                         : "There are several adapters; name one with --adapter.",
                       reading);
     }
     Hbas found = NamedBy(*wanted, reading);

@@ -39,6 +39,10 @@ template <class Call> bool Ask(Call call) {
 
 } // namespace
 
+bool HasCoreAgent() {
+    return LoadedCoreAgent() != nullptr;
+}
+
 CoreAgentView AskCoreAgent() {
     CoreAgentView view;
     const auto module = LoadedCoreAgent();

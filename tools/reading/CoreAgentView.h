@@ -20,6 +20,9 @@ struct CoreAgentView {
     bool Answered() const { return loaded && !threw && error == 0; }
 };
 
+// Whether there is one in this process.
+[[nodiscard]] bool HasCoreAgent();
+
 // Asks the one that the agent has loaded; loads none. Throws std::bad_alloc only.
 [[nodiscard]] CoreAgentView AskCoreAgent();
 

@@ -116,14 +116,14 @@ class Case {
         }
     }
 
-    // Without the log: every adapter has a record, a fabric, a port and counters.
+    // Without the log: every adapter has a record, a fabric, a port and counters, also one that was asked alone.
     void AddUnlogged() {
         const bool ofAdapters = WholeOf(m_answer) == What::Adapter;
         const char* function = ofAdapters                                                 ? "GetAdapterPortAttributes"
                                : m_answer == Answer::Fabrics || m_answer == Answer::Ports ? "ORVAN_GetFCPortList"
                                : m_answer == Answer::Statistics                           ? "GetPortStatistics"
                                                                                           : nullptr;
-        if (!function || !m_core || m_view.adapters.size() >= m_asked.size())
+        if (!function || m_view.adapters.size() >= m_asked.size() || !IsOfSuite())
             return;
         for (const std::string& adapter : m_asked) {
             if (std::ranges::find(m_view.adapters, adapter, &RecordView::Adapter::id) != m_view.adapters.end())
@@ -140,8 +140,11 @@ class Case {
         if (std::ranges::find(m_losses, How::Unloaded, &Loss::how) != m_losses.end())
             return true;
         const bool anyAdapter = !m_asked.empty() || m_view.records > 0;
-        return !m_replay.SawRequest() && anyAdapter && m_core && m_core->loaded && !IsLibraryLoaded();
+        return !m_replay.SawRequest() && anyAdapter && !IsLibraryLoaded() && IsOfSuite();
     }
+
+    // What the suite has an agent must have, too.
+    bool IsOfSuite() const { return m_core ? m_core->loaded : HasCoreAgent(); }
 
     Problem LibraryProblem(const std::vector<std::wstring>& folders) const {
         Problem problem;

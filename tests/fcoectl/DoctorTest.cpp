@@ -256,6 +256,9 @@ TEST_F(Doctor, FindsTheFlagThatIsNotSet) {
     EXPECT_THAT(Told("FCoE flag"), HasSubstr("is \"1 \", not \"1\"."));
     suite.Hive().Delete(FEATURES, L"InstalledTOLV_FCOE");
     EXPECT_THAT(Told("FCoE flag"), StartsWith("failure: FCoE counts as not installed. The registry value"));
+    EXPECT_THAT(Told("adapter"), AllOf(StartsWith("failure: FCoE counts as not installed."),
+                                       HasSubstr("The core agent knows 1 adapter that can do FCoE")));
+    suite.Simulate(R"({"adapters": []})");
     EXPECT_EQ("failure: The agent knows no adapter.", Told("adapter"));
 }
 
@@ -425,6 +428,8 @@ TEST_F(Doctor, FindsWhatAnAdapterDoesNotAnswer) {
                     HasSubstr("failure: Lab 1  {11111111-2222-4333-8444-555555555501}: not everything"));
         EXPECT_THAT(Advice(), HasSubstr(sentence));
     }
+    suite.Simulate(Topology(R"({"function": "ORVAN_GetVlanIdList", "status": 3, "on_call": 2})"));
+    EXPECT_THAT(Told("adapter"), HasSubstr("failure: Lab 1  {11111111-2222-4333-8444-555555555501}: not everything"));
     suite.Simulate(Topology(R"({"function": "ORVAN_GetFCoEControllerHandle", "status": 1})"));
     EXPECT_EQ("failure: An adapter that the core agent lists could not be opened.", Told("adapter"));
     EXPECT_THAT(Advice(), HasSubstr("ORVAN_GetFCoEControllerHandle: The vendor library does not know the adapter."));
@@ -434,4 +439,11 @@ TEST_F(Doctor, TellsOfAnAdapterThatIsSlow) {
     const ImportPatch clock(nullptr, "KERNEL32.dll", "QueryPerformanceCounter", As(ThreeSecondsLater));
     EXPECT_THAT(Told("adapter"),
                 HasSubstr("warning: Lab 1  {11111111-2222-4333-8444-555555555501}: the adapter took 3.0"));
+}
+
+TEST_F(Doctor, FindsWhatTheLogDoesNotTell) {
+    suite.Hive().Set(SUITE, L"TRACE", DWORD{0});
+    suite.Simulate(Topology(R"({"function": "ORVAN_GetFCPortList", "status": 1})"));
+    EXPECT_THAT(Told("adapter"), HasSubstr("failure: Lab 1  {11111111-2222-4333-8444-555555555501}: not everything"));
+    EXPECT_THAT(Advice(), HasSubstr("the fabrics could not be read: ORVAN_GetFCPortList failed"));
 }

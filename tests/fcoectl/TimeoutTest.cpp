@@ -52,6 +52,14 @@ TEST(Timeout, CountsForEachReadingOfAWatch) {
     EXPECT_THAT(answer.out, HasSubstr("\n\nAfter "));
 }
 
+TEST(Timeout, OfTheDoctorLeavesWhatHeHasFound) {
+    Host host(L"hang:vlans");
+    const Answer answer = host.RunProgram(L"doctor --timeout 3 --agent \"" + host.FakeAgent() + L"\"");
+    EXPECT_EQ(8, answer.exit) << answer.out;
+    EXPECT_THAT(answer.out, HasSubstr("  log level  "));
+    EXPECT_THAT(answer.err, StartsWith("fcoectl: The agent did not answer within 3 s.\n"));
+}
+
 TEST(Timeout, LetsAnAnswerInTimeThrough) {
     const Answer answer = Host(L"two").Run({"vlans", "--timeout", "60"});
     EXPECT_EQ(0, answer.exit);

@@ -68,7 +68,7 @@ enum Takes : unsigned {
     TAKES_OUTPUT = 1 << 20,   // --output
     TAKES_METRICS = 1 << 23,  // --openmetrics
     TAKES_FILE = 1 << 22,     // the name of a file to write; it loads the agent itself
-    TAKES_LIBRARY = 1 << 21,  // --library-dir, of a command that does not load the agent of itself
+    TAKES_LIBRARY = 1 << 21,  // --library-dir and --timeout, of a command that loads the agent itself
 };
 
 // Those that take an adapter load the agent.

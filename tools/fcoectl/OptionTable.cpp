@@ -83,7 +83,7 @@ constexpr Option OPTIONS[] = {
     {LOADS_AGENT | TAKES_LIBRARY, "--library-dir", ValueOf::Needed, "DIR",
      "Take the HBA library orvanhapi.dll from this folder (default: beside the agent or the program, or the system's)",
      AGENT, nullptr, &Typed::libraryFolder},
-    {LOADS_AGENT, "--timeout", ValueOf::Needed, "SECONDS",
+    {LOADS_AGENT | TAKES_LIBRARY, "--timeout", ValueOf::Needed, "SECONDS",
      "End when the agent does not answer within that time (default: wait as long as it takes)", AGENT, nullptr,
      &Typed::timeout},
 };

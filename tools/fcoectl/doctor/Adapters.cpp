@@ -66,22 +66,29 @@ struct Patient {
     OwnLog& log;
     const CQelString id;
     std::vector<CheckStep> steps;
-    std::vector<std::string> failures;
+    std::vector<std::string> reasons;
+    bool whole = true; // everything was read; calls may have failed on the way
 
     template <class Record> std::vector<Record> Ask(const char* step) {
         const double start = Milliseconds();
         std::vector<Record> records;
+        reading::Findings findings;
         try {
             Reading<Record> reading = examination.agent->Read<Record>(id);
             records = std::move(reading.records);
-            if (!reading.complete)
-                failures.push_back(fmt::format("{}: the agent could not read them.", step));
+            findings = std::move(reading.findings);
         } catch (const Failure& failure) {
-            failures.push_back(fmt::format("{}: {}", step, failure.what()));
+            whole = false;
+            reasons.push_back(fmt::format("{}: {}", step, failure.what()));
         }
         steps.push_back({step, Milliseconds() - start, records.size()});
-        for (const auto& problem : log.Since())
-            failures.push_back(fmt::format("{}: {}", step, Sentence(problem)));
+        whole = whole && findings.problems.empty();
+        const auto logged = log.Since();
+        for (const auto& problem : logged)
+            reasons.push_back(fmt::format("{}: {}", step, Sentence(problem)));
+        if (logged.empty())
+            for (const reading::Problem& problem : findings.problems)
+                reasons.push_back(problem.text + " " + problem.advice);
         return records;
     }
 };
@@ -95,18 +102,34 @@ void ExamineAdapter(Examination& examination, OwnLog& log, const QEL_FCOE_HBA& l
     patient.Ask<QEL_FCOE_LUN>("LUNs");
     patient.Ask<QEL_FCOE_VLAN>("VLANs");
     patient.Ask<QEL_FCOE_STATISTIC>("counters");
-    const std::string name = fmt::format("{}  {}", ToUtf8(listed.strSecondId), ToUtf8(listed.strDeviceId));
-    if (hbas.empty() || hbas.front().strDeviceId.empty())
-        patient.failures.insert(patient.failures.begin(), "adapter: it cannot be opened.");
-    if (!patient.failures.empty())
-        return examination.Fail(fmt::format("{}: not everything could be read.", name), Joined(patient.failures),
+    const std::string name = fmt::format("{}{}{}", ToUtf8(listed.strSecondId), listed.strSecondId.empty() ? "" : "  ",
+                                         ToUtf8(listed.strDeviceId));
+    const bool opened = !hbas.empty() && !hbas.front().strDeviceId.empty();
+    if (!opened)
+        patient.reasons.insert(patient.reasons.begin(), "adapter: it cannot be opened.");
+    if (!patient.whole || !opened)
+        return examination.Fail(fmt::format("{}: not everything could be read.", name), Joined(patient.reasons),
                                 patient.steps);
+    if (!patient.reasons.empty())
+        return examination.Warn(fmt::format("{}: everything was read, but calls failed on the way.", name),
+                                Joined(patient.reasons), patient.steps);
     const auto slow = std::ranges::find_if(patient.steps, [](const CheckStep& s) { return s.milliseconds > SLOW; });
     if (slow != patient.steps.end())
         return examination.Warn(fmt::format("{}: the {} took {:.1f} s.", name, slow->name, slow->milliseconds / 1000),
                                 "'fcoectl log slow' tells which call it was.", patient.steps);
     examination.Ok(fmt::format("{}: everything was read, {}.", name, ToUtf8(hbas.front().strFcoeLinkStatus)),
                    patient.steps);
+}
+
+// What is lacking of adapters that the list does not have, or has without their identifiers.
+std::vector<reading::Problem> Hidden(const Reading<QEL_FCOE_HBA>& reading) {
+    std::vector<reading::Problem> hidden;
+    std::ranges::copy_if(reading.findings.problems, std::back_inserter(hidden), [&](const reading::Problem& problem) {
+        return std::ranges::none_of(reading.records, [&](const QEL_FCOE_HBA& hba) {
+            return !hba.strDeviceId.empty() && ToUtf8(hba.strDeviceId) == problem.adapter;
+        });
+    });
+    return hidden;
 }
 
 } // namespace
@@ -131,17 +154,26 @@ void CheckAdapters(Examination& examination) {
     } catch (const Failure& failure) {
         return examination.Fail(failure.what(), "See the agent's log.");
     }
-    std::vector<std::string> problems;
+    std::vector<std::string> logged;
     for (const auto& problem : log.Since())
-        problems.push_back(Sentence(problem));
-    if (reading.records.empty())
+        logged.push_back(Sentence(problem));
+    const std::vector<reading::Problem> hidden = Hidden(reading);
+    const auto isUnnamed = [](const QEL_FCOE_HBA& hba) { return hba.strDeviceId.empty(); };
+    if (std::ranges::none_of(reading.records, isUnnamed))
+        for (const reading::Problem& problem : hidden)
+            examination.Fail(problem.text, problem.advice);
+    if (reading.records.empty() && hidden.empty())
         return examination.Fail("The agent knows no adapter.",
-                                "See the FCoE flag and the core agent above; the core agent must list an adapter that "
-                                "supports FCoE.");
+                                reading.findings.whyNone + (reading.findings.whyNone.empty() ? "" : " ") +
+                                    "See the FCoE flag and the core agent above; the core agent must list an adapter "
+                                    "that supports FCoE.");
+    if (logged.empty())
+        for (const reading::Problem& problem : hidden)
+            logged.push_back(problem.text + " " + problem.advice);
     for (const QEL_FCOE_HBA& hba : reading.records) {
-        if (hba.strDeviceId.empty())
+        if (isUnnamed(hba))
             examination.Fail("An adapter that the core agent lists could not be opened.",
-                             problems.empty() ? "Turn the log on to see why." : Joined(problems));
+                             logged.empty() ? "Turn the log on to see why." : Joined(logged));
         else
             ExamineAdapter(examination, log, hba);
     }

@@ -95,7 +95,8 @@ void Examine(Context& context) {
     context.report.body["failures"] = failures;
     context.report.body["warnings"] = warnings;
     if (failures > 0)
-        throw Failure(Exit::Partial, fmt::format("{} of {} checks failed.", failures, examination.Findings().size()));
+        throw Failure(Exit::Partial, fmt::format("{} of {} checks failed.", failures, examination.Findings().size()),
+                      {"Each failure says what to do; begin with the first, for others may follow from it."});
 }
 
 } // namespace fcoectl

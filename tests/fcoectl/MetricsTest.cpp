@@ -174,6 +174,16 @@ TEST(Metrics, WhatWasNotReadIsLeftOutAndNoZero) {
     EXPECT_THAT(text, Not(HasSubstr("fcoe_targets"))) << "a problem of all adapters";
 }
 
+TEST(Metrics, LinkWhoseStateWasNotReadIsNotCalledUnusable) {
+    MetricsData data = Data();
+    data.links = {Of("{A}", "One", {{"state", "dcb_off"}}), Of("{B}", "Two", {{"state", "dcb_off"}})};
+    data.problems = Json::array({{{"adapter", "{A}"}, {"what", "link_state"}}});
+    const std::string text = Prometheus(data);
+    EXPECT_THAT(text, Not(HasSubstr("\nfcoe_link_usable{adapter=\"{A}\"")));
+    EXPECT_THAT(text, HasSubstr("\nfcoe_link_usable{adapter=\"{B}\",name=\"Two\"} 0\n"));
+    EXPECT_THAT(text, HasSubstr("\nfcoe_link_state{adapter=\"{A}\",name=\"One\",state=\"dcb_off\"} 1\n"));
+}
+
 TEST(Metrics, LabelsAreEscaped) {
     MetricsData data = Data();
     data.links = Json::array({Of("{A}", "a\\b\"c\nd", {{"state", "usable"}})});

@@ -148,7 +148,7 @@ std::string Links(const MetricsData& data, MetricsForm form) {
     Family state(form, "fcoe_link_state", "gauge", "1 for the state in which the link is.");
     for (const Json* link : Known(data.links)) {
         Labels labels = AdapterLabels(*link);
-        if (Text(*link, "state") != UNREAD_LINK.state)
+        if (Text(*link, "state") != UNREAD_LINK.state && !Lacks(data, *link, {"adapter", "link_state"}))
             usable.Add(labels, Text(*link, "state") == USABLE_LINK.state);
         labels.emplace_back("state", Text(*link, "state"));
         state.Add(labels, 1);

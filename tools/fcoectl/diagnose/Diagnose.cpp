@@ -63,8 +63,12 @@ void AddLog(Context& context, ZipArchive& zip, const std::string& name, const st
     LogEntry log(zip, context.mask);
     std::string piece(PIECE, '\0');
     DWORD read = 0;
-    while (ReadFile(file.get(), piece.data(), PIECE, &read, nullptr) && read > 0)
+    bool isRead = false;
+    while ((isRead = ReadFile(file.get(), piece.data(), PIECE, &read, nullptr) != FALSE) && read > 0)
         log.Take(std::string_view(piece).substr(0, read));
+    if (!isRead)
+        context.report.notes.push_back(
+            fmt::format("\"{}\" could not be read to its end: {}", ToUtf8(path), SystemMessage(GetLastError())));
     log.Finish();
     zip.End();
     context.report.body["entries"].push_back(name);

@@ -36,6 +36,7 @@ struct Context {
     Report& report;
     TimeLimit& limit;    // of the call that is under way
     reading::Mask* mask; // learns the names that are read; null: nothing is masked
+    bool isPart = false; // of another command, which says itself what is worth a note of its lists
 };
 
 // Of a command that works with the agent: loaded, and the adapter chosen.

@@ -8,6 +8,7 @@
 #include "tools/fcoectl/Adapters.h"
 #include "tools/fcoectl/Agent.h"
 #include "tools/fcoectl/DiskSize.h"
+#include "tools/fcoectl/NoteNone.h"
 #include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/schema/Types.h"
@@ -182,9 +183,8 @@ void ListDisks(AgentContext& context) {
     if (withoutDisk)
         context.report.notes.push_back(fmt::format("{} logical unit{} no disk of the operating system.", withoutDisk,
                                                    withoutDisk == 1 ? " is" : "s are"));
-    if (luns.records.empty() && context.report.complete)
-        context.report.notes.push_back(luns.findings.whyNone.empty() ? "The agent knows no luns."
-                                                                     : luns.findings.whyNone);
+    if (luns.records.empty())
+        NoteNone(context, luns.findings.whyNone, "luns");
     ShowSheet(context, "disks", std::move(sheet));
 }
 

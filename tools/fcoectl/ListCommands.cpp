@@ -7,6 +7,7 @@
 #include "tools/fcoectl/Adapters.h"
 #include "tools/fcoectl/Agent.h"
 #include "tools/fcoectl/LinkStatus.h"
+#include "tools/fcoectl/NoteNone.h"
 #include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/Text.h"
@@ -30,12 +31,6 @@ template <class Record> void Show(Context& context, const std::vector<Record>& r
     ShowSheet(context, list, SheetOf(records));
 }
 
-// What there is to say of an answer without records that is whole: why there is no adapter, or that there is one.
-void NoteNone(Report& report, const std::string& whyNone, const char* list) {
-    if (report.complete)
-        report.notes.push_back(whyNone.empty() ? fmt::format("The agent knows no {}.", list) : whyNone);
-}
-
 LinkStatus LinkOf(const QEL_FCOE_HBA& hba, const reading::Findings& findings) {
     return findings.Lack(hba.strDeviceId, reading::What::Adapter) ? UNREAD_LINK
                                                                   : ExplainLinkStatus(hba.strFcoeLinkStatus);
@@ -48,7 +43,7 @@ template <class Record> std::vector<Record> ReadChosen(AgentContext& context, bo
     if (shown)
         std::erase_if(reading.records, std::not_fn(shown));
     if (reading.records.empty())
-        NoteNone(context.report, reading.findings.whyNone, Describe<Record>().list);
+        NoteNone(context, reading.findings.whyNone, Describe<Record>().list);
     return std::move(reading.records);
 }
 
@@ -56,7 +51,7 @@ Reading<QEL_FCOE_HBA> ReadAdapters(AgentContext& context, reading::Answer answer
     Reading<QEL_FCOE_HBA> reading = context.agent.Read<QEL_FCOE_HBA>(context.adapter.id, answer);
     context.report.Add(reading.complete, reading.findings);
     if (reading.records.empty())
-        NoteNone(context.report, reading.findings.whyNone, Describe<QEL_FCOE_HBA>().list);
+        NoteNone(context, reading.findings.whyNone, Describe<QEL_FCOE_HBA>().list);
     return reading;
 }
 
@@ -99,7 +94,7 @@ void ShowTree(AgentContext& context) {
     else
         context.output.Write(DrawTree(tree, context.options.ascii));
     if (tree.empty())
-        NoteNone(context.report, whyNone, Describe<QEL_FCOE_HBA>().list);
+        NoteNone(context, whyNone, Describe<QEL_FCOE_HBA>().list);
 }
 
 SheetColumns HbaColumns(const Options&) {

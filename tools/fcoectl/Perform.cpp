@@ -55,7 +55,7 @@ template <class Function> Part MakePart(Context& context, const char* name, Func
     options.json = true;
     NoOutput output;
     Report report = EmptyReport(command, options);
-    Context inner{context.program, options, output, report, context.limit, context.mask};
+    Context inner{context.program, options, output, report, context.limit, context.mask, true};
     Part part;
     part.failure = Caught([&] { run(command, inner); });
     part.document = DocumentOf(command.name, report, part.failure ? &*part.failure : nullptr);

@@ -7,6 +7,7 @@
 #include "tools/fcoectl/Adapters.h"
 #include "tools/fcoectl/Agent.h"
 #include "tools/fcoectl/Interruption.h"
+#include "tools/fcoectl/NoteNone.h"
 #include "tools/fcoectl/Query.h"
 #include "tools/fcoectl/Rates.h"
 #include "tools/fcoectl/Records.h"
@@ -112,9 +113,8 @@ void ShowStatistics(AgentContext& context) {
         return Watch(context);
     const Reading<QEL_FCOE_STATISTIC> reading = ReadCounters(context);
     ShowSheet(context, Describe<QEL_FCOE_STATISTIC>().list, SheetOf(reading.records));
-    if (reading.records.empty() && context.report.complete)
-        context.report.notes.push_back(reading.findings.whyNone.empty() ? "The agent knows no statistics."
-                                                                        : reading.findings.whyNone);
+    if (reading.records.empty())
+        NoteNone(context, reading.findings.whyNone, Describe<QEL_FCOE_STATISTIC>().list);
 }
 
 } // namespace fcoectl

@@ -198,6 +198,9 @@ TEST(ReportPage, TheSlowestRequestHasTheWholeBar) {
     const std::string page = RenderPage(report);
     EXPECT_THAT(page, HasSubstr("width: 100.0%"));
     EXPECT_THAT(page, HasSubstr("width: 25.0%"));
+    EXPECT_THAT(page, HasSubstr("Of the log that"));
+    report.lastRequests = 1000;
+    EXPECT_THAT(RenderPage(report), HasSubstr("Of the last 1000 requests of the log that"));
 }
 
 TEST(ReportPage, FindingsOfTheDoctorKeepTheirResult) {

@@ -18,11 +18,12 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::size_t SLOWEST = 20;
 
-// The document of `log requests` with the slowest of them; null when there is no log.
-Json Slowest(Part part) {
+// The document of `log requests` with the slowest of them; null when there is no log. last: see ReportData.
+Json Slowest(Part part, std::size_t& last) {
     if (part.failure)
         return nullptr;
     auto& requests = part.document["requests"].get_ref<Json::array_t&>();
+    last = part.document["total"] > requests.size() ? requests.size() : 0;
     std::ranges::stable_sort(requests, std::greater(),
                              [](const Json& request) { return request.value("milliseconds", 0.0); });
     requests.resize(std::min(requests.size(), SLOWEST));
@@ -60,7 +61,7 @@ std::string MakePage(Context& context, std::optional<Failure>& failure) {
     data.user = UserName();
     data.time = LocalTime();
     // The agent begins its log anew when it is loaded, by the doctor, too.
-    data.requests = Slowest(PartOf(context, "log requests"));
+    data.requests = Slowest(PartOf(context, "log requests"), data.lastRequests);
     data.doctor = PartOf(context, "doctor").document;
     data.version = PartOf(context, "version").document;
     try {

@@ -1,6 +1,7 @@
 // What a page of everything that was read is made of.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -20,6 +21,7 @@ struct ReportData {
     nlohmann::ordered_json statistics;
     nlohmann::ordered_json doctor;
     nlohmann::ordered_json requests; // of `log requests`, the slowest ones, those first
+    std::size_t lastRequests = 0;    // the slowest are of so many at the end of the log; 0: of all
     nlohmann::ordered_json version;
 };
 

@@ -171,6 +171,7 @@ std::string RenderPage(const ReportData& report) {
     view["tables"] = PageTables(report);
     SetList(view, "checks", CheckView(Member(report.doctor, "checks")));
     SetList(view, "requests", RequestView(Member(report.requests, "requests")));
+    view["last"] = report.lastRequests ? Json(report.lastRequests) : Json();
     view["log"] = Member(report.requests, "file");
     view["data"] = ForScript({{"schema", "fcoectl/report"},
                               {"version", 1},

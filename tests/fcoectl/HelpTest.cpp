@@ -185,6 +185,11 @@ TEST(Usage, ArgumentsThatAreTooManyStandInTheirOrder) {
     EXPECT_THAT(Typed("ports one").err, StartsWith("fcoectl: This argument was not expected: one\n"));
 }
 
+TEST(Usage, ASlashBeginsAFilesNameAndNoOption) {
+    EXPECT_EQ(7, Host().Run({"report", "/nowhere at all/page.html"}).exit);
+    EXPECT_THAT(Host().Run({"vlans", "/json"}).err, StartsWith("fcoectl: This argument was not expected: /json\n"));
+}
+
 TEST(Usage, WhatPowerShellMakesOfBracesIsExplained) {
     EXPECT_THAT(Typed("hbas --adapter -encodedCommand YQ== -inputFormat xml -outputFormat text").err,
                 HasSubstr("PowerShell takes braces for a script"));

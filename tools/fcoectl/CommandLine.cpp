@@ -329,6 +329,7 @@ Request ParseCommandLine(const std::vector<std::string>& arguments) {
     root.set_version_flag("--version", std::string("fcoectl ") + FCOECTL_VERSION, "Print the version and exit")
         ->group("Help");
     root.formatter(MakeHelpFormatter());
+    root.allow_windows_style_options(false); // a file's name may begin with a slash
     root.footer(MainHelpFooter());
 
     std::vector<std::unique_ptr<Typed>> typed; // one a command: their options share names

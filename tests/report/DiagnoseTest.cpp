@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/kit/ImportPatch.h"
 #include "tests/report/SuiteReport.h"
 #include "tests/report/Unzip.h"
 #include "tools/fcoectl/diagnose/ZipArchive.h"
@@ -20,6 +21,11 @@ std::vector<std::string> NamesOf(const Entries& entries) {
     for (const auto& [name, text] : entries)
         names.push_back(name);
     return names;
+}
+
+BOOL WINAPI ReadNothing(HANDLE, void*, DWORD, DWORD*, OVERLAPPED*) {
+    SetLastError(ERROR_CRC);
+    return FALSE;
 }
 
 class Diagnose : public testing::Test {
@@ -66,6 +72,13 @@ TEST_F(Diagnose, MaskedNoFileHasAName) {
     for (const auto& [name, text] : Archive(1, {"--mask"}))
         for (const std::string& secret : SECRETS)
             EXPECT_THAT(text, Not(HasSubstr(secret))) << name;
+}
+
+TEST_F(Diagnose, TellsOfALogThatCannotBeReadToItsEnd) {
+    suite.Run({"vlans"});
+    const ImportPatch read(nullptr, "KERNEL32.dll", "ReadFile", reinterpret_cast<void*>(&ReadNothing));
+    EXPECT_THAT(suite.Run({"diagnose", suite.File("all.zip")}).err,
+                HasSubstr("FcoeAgnt.txt\" could not be read to its end: "));
 }
 
 TEST_F(Diagnose, WithoutAnAgentTheRestIsPacked) {

@@ -123,6 +123,44 @@ TEST(LogSlow, IsWhereTheTimeGoes) {
     EXPECT_EQ(2, document["operations"][0]["longest_request"]);
 }
 
+TEST(LogLists, HaveTheFormsOfLists) {
+    EXPECT_EQ("number,operation,milliseconds\r\n2,EnumerateVLANs,40.634\r\n",
+              LogOfSample({"requests", "-o", "csv", "--where", "problems=1", "--columns", "number,operation,ms"}).out);
+    EXPECT_EQ("{\"operation\":\"CHBAAPIInt::GetVLANList\",\"average_milliseconds\":40.1828}\n",
+              LogOfSample({"slow", "-n1", "-o", "jsonl", "--columns", "operation,average_milliseconds"}).out);
+    EXPECT_EQ("ORVAN_GetVlanIdList\tbusy (status 10)\n",
+              LogOfSample({"problems", "-o", "tsv", "--no-header", "--columns", "asked,answer"}).out);
+    EXPECT_THAT(LogOfSample({"slow", "--sort", "-calls", "-n", "9"}).out, StartsWith("OWN MS  CALLS "));
+    EXPECT_EQ(2, LogOfSample({"requests", "--follow", "-o", "csv"}).exit);
+}
+
+TEST(LogLists, TellOfProblemsForPeopleUnlessAListIsAskedFor) {
+    EXPECT_THAT(LogOfSample({"problems"}).out, StartsWith("PROBLEM  "));
+    for (const std::vector<std::string>& list : {std::vector<std::string>{"-o", "table"},
+                                                 {"--columns", "asked"},
+                                                 {"--where", "asked=*"},
+                                                 {"--sort", "asked"}}) {
+        std::vector<std::string> arguments{"problems"};
+        arguments.insert(arguments.end(), list.begin(), list.end());
+        EXPECT_THAT(LogOfSample(arguments).out, StartsWith("ASKED")) << list.front();
+    }
+    EXPECT_EQ("", LogOfSample({"problems", "-o", "csv", "--no-header", "--where", "answer=none"}).out);
+}
+
+TEST(LogLists, SayOfARequestThatItsEndIsMissing) {
+    const TempFolder folder;
+    const auto log = folder.Path() / L"log.txt";
+    const std::string text = SampleText();
+    std::ofstream(log, std::ios::binary) << text.substr(0, text.find("EXIT:  CQelFcoeAgentWin::EnumerateVLANs"));
+    const auto listed = [&](const char* form) {
+        return Log({"requests", "--file", log.string(), "-o", form, "--where", "number=2", "--columns",
+                    "result,finished"})
+            .out;
+    };
+    EXPECT_THAT(listed("csv"), HasSubstr("unfinished,no"));
+    EXPECT_EQ("{\"result\":\"\",\"finished\":false}\n", listed("jsonl"));
+}
+
 TEST(LogTimeline, IsWrittenToTheOutputOrAFile) {
     const TempFolder folder;
     const auto file = folder.Path() / L"trace.json";

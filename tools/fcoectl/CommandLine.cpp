@@ -80,6 +80,8 @@ void CheckLog(const Typed& typed, const Command& command, Options& options) {
     options.log.follow = typed.follow;
     if (typed.follow && options.json)
         throw CLI::ValidationError("--follow", "does not go with --json, since the document must end");
+    if (typed.follow && (options.formGiven || typed.columns || typed.sort || !typed.where.empty() || typed.noHeader))
+        throw CLI::ValidationError("--follow", "writes a line a request; the options of lists do not go with it");
     if (!(command.takes & TAKES_REQUEST))
         return;
     const std::string& text = typed.arguments.front();
@@ -92,6 +94,7 @@ void CheckLog(const Typed& typed, const Command& command, Options& options) {
 Options Checked(const Typed& typed, const Command& command) {
     Options options;
     options.form = FormOf(typed);
+    options.formGiven = typed.form || typed.blocks || typed.json;
     options.json = options.form == Form::Json;
     options.tolerant = typed.tolerant;
     options.mask = typed.mask;
@@ -326,10 +329,10 @@ Request ParseCommandLine(const std::vector<std::string>& arguments) {
     Request request;
     CLI::App root("Shows and changes what the FCoE agent of this machine manages.", "fcoectl");
     root.require_subcommand(1);
+    root.allow_windows_style_options(false); // a file's name may begin with a slash
     root.set_version_flag("--version", std::string("fcoectl ") + FCOECTL_VERSION, "Print the version and exit")
         ->group("Help");
     root.formatter(MakeHelpFormatter());
-    root.allow_windows_style_options(false); // a file's name may begin with a slash
     root.footer(MainHelpFooter());
 
     std::vector<std::unique_ptr<Typed>> typed; // one a command: their options share names

@@ -7,8 +7,10 @@
 
 #include "tools/fcoectl/Interruption.h"
 #include "tools/fcoectl/LogSource.h"
+#include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/Table.h"
 #include "tools/fcoectl/Text.h"
+#include "tools/fcoectl/schema/Types.h"
 #include "tools/log/LibraryStatus.h"
 #include "tools/log/ProblemList.h"
 #include "tools/log/SlowCalls.h"
@@ -101,8 +103,15 @@ void FollowRequests(Context& context) {
     static_cast<void>(ReadChosenLog(context, ChosenLog(options), lines, wait));
 }
 
-std::string Milliseconds(double milliseconds) {
-    return fmt::format("{:.3f}", milliseconds);
+bool IsJson(const Options& options) {
+    return options.form == Form::Json || options.form == Form::JsonLines;
+}
+
+// The members that the columns name.
+void AddRow(Sheet& sheet, const Json& object) {
+    auto& row = sheet.rows.emplace_back();
+    for (const SheetColumn& column : sheet.columns)
+        row.push_back(object.at(column.key));
 }
 
 // The neighbour's function, or the neighbour.
@@ -157,6 +166,52 @@ std::string ProblemBlock(const agentlog::ProblemList::Kind& kind) {
 
 } // namespace
 
+SheetColumns RequestColumns(const Options&) {
+    return {{"number", "NO", true, Format::Plain, 1},
+            {"time", "TIME", false, Format::Plain, 2},
+            {"process", "PROCESS", true, Format::Plain, 3},
+            {"thread", "THREAD", true},
+            {"operation", "REQUEST", false, Format::Plain, 4},
+            {"adapters", "ADAPTERS", true, Format::Plain, 5},
+            {"milliseconds", "MS", true, Format::Milliseconds, 6, nullptr, schema::Number},
+            {"result", "RESULT", false, Format::Plain, 7},
+            {"finished", "FINISHED", false, Format::Plain, 0, nullptr, schema::Boolean},
+            {"problems", "PROBLEMS", true, Format::Plain, 8},
+            {"line", "LINE", true}};
+}
+
+SheetColumns ProblemColumns(const Options&) {
+    return {{"neighbour", "NEIGHBOUR"},
+            {"function", "ASKED", false, Format::Plain, 1},
+            {"status", "STATUS", true, Format::Plain, 0, nullptr, [] { return schema::OrNull(schema::Integer()); }},
+            {"status_text", "ANSWER", false, Format::Plain, 2},
+            {"request", "REQUEST", false, Format::Plain, 3},
+            {"adapter", "ADAPTER", true, Format::Plain, 4},
+            {"adapter_id", "ADAPTER ID"},
+            {"text", "TEXT"},
+            {"meaning", "PROBLEM"},
+            {"advice", "DO"},
+            {"count", "COUNT", true, Format::Plain, 5},
+            {"first_time", "FIRST TIME"},
+            {"last_time", "LAST TIME", false, Format::Plain, 6},
+            {"first_request", "FIRST REQUEST", true},
+            {"last_request", "LAST REQUEST", true},
+            {"first_line", "LINE", true, Format::Plain, 7},
+            {"process", "PROCESS", true}};
+}
+
+SheetColumns SlowColumns(const Options&) {
+    return {{"operation", "OPERATION", false, Format::Plain, 7},
+            {"neighbour", "NEIGHBOUR"},
+            {"function", "ASKS", false, Format::Plain, 8},
+            {"calls", "CALLS", true, Format::Plain, 2},
+            {"own_milliseconds", "OWN MS", true, Format::Milliseconds, 1, nullptr, schema::Number},
+            {"longest_milliseconds", "LONGEST MS", true, Format::Milliseconds, 4, nullptr, schema::Number},
+            {"longest_time", "AT", false, Format::Plain, 5},
+            {"longest_request", "REQUEST", true, Format::Plain, 6},
+            {"average_milliseconds", "AVERAGE MS", true, Format::Milliseconds, 3, nullptr, schema::Number}};
+}
+
 void ListLogRequests(Context& context) {
     const LogOptions& options = context.options.log;
     if (options.follow)
@@ -165,27 +220,17 @@ void ListLogRequests(Context& context) {
     static_cast<void>(ReadChosenLog(context, ChosenLog(options), last));
     context.report.body["total"] = last.Total();
     const std::vector<agentlog::Request> requests = last.Requests();
-    Table table({{"NO", Align::Right},
-                 {"TIME"},
-                 {"PROCESS", Align::Right},
-                 {"REQUEST"},
-                 {"ADAPTERS", Align::Right},
-                 {"MS", Align::Right},
-                 {"RESULT"},
-                 {"PROBLEMS", Align::Right}});
+    Sheet sheet{RequestColumns(context.options), {}};
     for (const agentlog::Request& request : requests) {
-        if (context.options.json)
-            context.report.body["requests"].push_back(ToJson(request));
-        else
-            table.Add({fmt::format("{}", request.number), TimeText(request.time), fmt::format("{}", request.process),
-                       request.operation, fmt::format("{}", request.adapters), Milliseconds(request.milliseconds),
-                       ResultText(request), fmt::format("{}", request.problems)});
+        Json object = ToJson(request);
+        if (!IsJson(context.options))
+            object["result"] = ResultText(request);
+        AddRow(sheet, object);
     }
     if (last.Total() > requests.size())
         context.report.notes.push_back(
             fmt::format("The last {} of {} requests; --count shows more.", requests.size(), last.Total()));
-    if (!context.options.json)
-        context.output.Write(table.Text());
+    ShowSheet(context, "requests", std::move(sheet));
 }
 
 void ListLogProblems(Context& context) {
@@ -195,52 +240,39 @@ void ListLogProblems(Context& context) {
     const std::size_t shown = std::min<std::size_t>(CountOf(context.options.log), kinds.size());
     context.report.body["total"] = problems.Total();
     std::string text;
+    Sheet sheet{ProblemColumns(context.options), {}};
     for (std::size_t i = 0; i < shown; ++i) {
-        if (context.options.json)
-            context.report.body["problems"].push_back(ToJson(kinds[i]));
-        else
-            text += (i ? "\n" : "") + ProblemBlock(kinds[i]);
+        AddRow(sheet, ToJson(kinds[i]));
+        text += (i ? "\n" : "") + ProblemBlock(kinds[i]);
     }
     if (kinds.empty())
         context.report.notes.emplace_back("The log tells of no problem.");
     else if (shown < kinds.size())
         context.report.notes.push_back(
             fmt::format("The first {} of {} kinds of problems; --count shows more.", shown, kinds.size()));
-    if (!context.options.json)
+    const Query& query = context.options.query;
+    if (context.options.formGiven || !query.columns.empty() || !query.sort.empty() || !query.where.empty() ||
+        !context.options.header)
+        ShowSheet(context, "problems", std::move(sheet));
+    else // told for people
         context.output.Write(text);
 }
 
 void ListSlowCalls(Context& context) {
     agentlog::SlowCalls slow;
     static_cast<void>(ReadChosenLog(context, ChosenLog(context.options.log), slow));
-    Table table({{"OWN MS", Align::Right},
-                 {"CALLS", Align::Right},
-                 {"AVERAGE MS", Align::Right},
-                 {"LONGEST MS", Align::Right},
-                 {"AT"},
-                 {"REQUEST", Align::Right},
-                 {"OPERATION"},
-                 {"ASKS"}});
-    for (const auto& kind : slow.Slowest(CountOf(context.options.log))) {
-        const double average = kind.own / static_cast<double>(kind.calls);
-        const std::string function = kind.known ? kind.known->function : "";
-        if (context.options.json)
-            context.report.body["operations"].push_back(
-                {{"operation", kind.operation},
-                 {"neighbour", kind.known ? agentlog::NameOf(kind.known->neighbour) : ""},
-                 {"function", function},
-                 {"calls", kind.calls},
-                 {"own_milliseconds", kind.own},
-                 {"longest_milliseconds", kind.longest},
-                 {"longest_time", TimeText(kind.time)},
-                 {"longest_request", kind.request}});
-        else
-            table.Add({Milliseconds(kind.own), fmt::format("{}", kind.calls), Milliseconds(average),
-                       Milliseconds(kind.longest), TimeText(kind.time), fmt::format("{}", kind.request), kind.operation,
-                       function});
-    }
-    if (!context.options.json)
-        context.output.Write(table.Text());
+    Sheet sheet{SlowColumns(context.options), {}};
+    for (const auto& kind : slow.Slowest(CountOf(context.options.log)))
+        AddRow(sheet, {{"operation", kind.operation},
+                       {"neighbour", kind.known ? agentlog::NameOf(kind.known->neighbour) : ""},
+                       {"function", kind.known ? kind.known->function : ""},
+                       {"calls", kind.calls},
+                       {"own_milliseconds", kind.own},
+                       {"longest_milliseconds", kind.longest},
+                       {"longest_time", TimeText(kind.time)},
+                       {"longest_request", kind.request},
+                       {"average_milliseconds", kind.own / static_cast<double>(kind.calls)}});
+    ShowSheet(context, "operations", std::move(sheet));
 }
 
 } // namespace fcoectl

@@ -35,8 +35,9 @@ struct Options {
     std::optional<std::string> adapter; // as typed, not empty; none: all, or the only one
     bool allAdapters = false;           // --all, of a command that works on one otherwise
     Form form = Form::Table;
-    bool json = false;     // one document
-    bool tolerant = false; // what could not be read is told, and is no failure
+    bool formGiven = false; // on the command line
+    bool json = false;      // one document
+    bool tolerant = false;  // what could not be read is told, and is no failure
     Query query;
     bool header = true;
     bool ascii = false;

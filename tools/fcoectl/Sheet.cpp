@@ -12,7 +12,7 @@ std::string ValueText(const Json& value, Format format) {
     if (value.is_string())
         return value.get<std::string>();
     if (value.is_number_float())
-        return fmt::format("{:.1f}", value.get<double>());
+        return fmt::format("{:.{}f}", value.get<double>(), format == Format::Milliseconds ? 3 : 1);
     if (value.is_array()) {
         std::string text;
         for (const Json& element : value)

@@ -10,9 +10,10 @@ namespace fcoectl {
 
 enum class Format {
     Plain,
-    Hex,  // texts show a number as 0x and at least six digits; JSON keeps the number
-    Code, // an error code: above 255 as 0x and eight digits
-    Rate, // one digit after the point
+    Hex,          // texts show a number as 0x and at least six digits; JSON keeps the number
+    Code,         // an error code: above 255 as 0x and eight digits
+    Rate,         // one digit after the point
+    Milliseconds, // three
 };
 
 enum class Tone {

@@ -78,19 +78,8 @@ Json Log() {
                {"cut", Boolean()}});
 }
 
-Json LogRequests() {
-    const Json request = Object({{"number", Integer()},
-                                 {"time", Text()},
-                                 {"process", Integer()},
-                                 {"thread", Integer()},
-                                 {"operation", Text()},
-                                 {"adapters", Integer()},
-                                 {"milliseconds", Number()},
-                                 {"result", Text()},
-                                 {"finished", Boolean()},
-                                 {"problems", Integer()},
-                                 {"line", Integer()}});
-    return With(Log(), {{"requests", ListOf(request)}, {"total", Integer()}});
+Json LogAndTotal() {
+    return With(Log(), {{"total", Integer()}});
 }
 
 // "calls" has the request itself, or nothing when it was not found.
@@ -113,39 +102,6 @@ Json LogCall() {
                                 {"results", results},
                                 {"answers", ListOf(answer)},
                                 {"calls", ListOf(Defined("call"))}})}});
-}
-
-Json LogProblems() {
-    const Json problem = Object({{"neighbour", Text()},
-                                 {"function", Text()},
-                                 {"status", OrNull(Integer())},
-                                 {"status_text", Text()},
-                                 {"request", Text()},
-                                 {"adapter", Integer()},
-                                 {"adapter_id", Text()},
-                                 {"text", Text()},
-                                 {"meaning", Text()},
-                                 {"advice", Text()},
-                                 {"count", Integer()},
-                                 {"first_time", Text()},
-                                 {"last_time", Text()},
-                                 {"first_request", Integer()},
-                                 {"last_request", Integer()},
-                                 {"first_line", Integer()},
-                                 {"process", Integer()}});
-    return With(Log(), {{"problems", ListOf(problem)}, {"total", Integer()}});
-}
-
-Json LogSlow() {
-    const Json operation = Object({{"operation", Text()},
-                                   {"neighbour", Text()},
-                                   {"function", Text()},
-                                   {"calls", Integer()},
-                                   {"own_milliseconds", Number()},
-                                   {"longest_milliseconds", Number()},
-                                   {"longest_time", Text()},
-                                   {"longest_request", Integer()}});
-    return With(Log(), {{"operations", ListOf(operation)}});
 }
 
 Json LogTimeline() {
@@ -189,10 +145,10 @@ constexpr Body BODIES[] = {
     {"report", Written},
     {"diagnose", Archive},
     {"metrics", Written},
-    {"log requests", LogRequests},
+    {"log requests", LogAndTotal},
     {"log request", LogRequest, LogCall},
-    {"log problems", LogProblems},
-    {"log slow", LogSlow},
+    {"log problems", LogAndTotal},
+    {"log slow", Log},
     {"log timeline", LogTimeline},
     {"help", TextAlone},
     {"completion", TextAlone},

@@ -138,7 +138,7 @@ constexpr Exception UNDECIDABLE[] = {
     {"ORVAN_GetFCPortList", "count 1", "2", SHORTER},
     {"GetAdapterAttributes", "success without work", "01", "An adapter may have no model, and no more is shown of it."},
     {"GetAdapterAttributes", "garbage", "01", LIE},
-    {"GetAdapterPortAttributes", "garbage", "01", LIE},
+    {"GetAdapterPortAttributes", "garbage", "012", LIE},
     {"GetPortStatistics", "success without work", "01", "Counters of zero are those of an adapter just started."},
     {"GetPortStatistics", "garbage", "01", LIE},
     {"ScsiInquiry", "success without work", "1", "A target may have no serial number."},

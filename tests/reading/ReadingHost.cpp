@@ -1,5 +1,6 @@
 #include "tests/reading/ReadingHost.h"
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string_view>
@@ -11,7 +12,9 @@
 #include "tests/kit/FindFunction.h"
 #include "tests/kit/ProgramFolder.h"
 #include "tests/reading/CapturedOutput.h"
+#include "tests/reading/Written.h"
 #include "tools/fcoectl/Run.h"
+#include "tools/fcoectl/Text.h"
 
 namespace {
 
@@ -49,6 +52,9 @@ ReadingHost::Json ReadingHost::Reading::Answer() const {
     Json answer = document;
     for (const char* said : {"complete", "problems", "notes", "error", "more_errors"})
         answer.erase(said);
+    answer["written"] = written;
+    if (written.is_object())
+        answer["written"].erase("examined");
     return answer;
 }
 
@@ -95,11 +101,22 @@ void ReadingHost::SimulateDcb(const std::string& topology) {
 ReadingHost::Reading ReadingHost::Run(const std::string& words) {
     for (const HMODULE module : {m_suite.Library(), m_coreAgent})
         NEED_FUNCTION(module, OrvanSim_ArmFaults)(TRUE); // their calls are counted anew
+    std::vector<std::string> arguments = Split(words + " --json");
+    const std::string command = arguments.front();
+    const bool writes = command == "metrics" || command == "report" || command == "diagnose";
+    const auto file = m_suite.Folder() / "written";
+    std::filesystem::remove(file);
+    if (command == "metrics")
+        arguments.emplace_back("--output");
+    if (writes)
+        arguments.push_back(fcoectl::ToUtf8(file.wstring()));
     CapturedOutput captured;
     Reading reading;
-    reading.exit = fcoectl::Run(Split(words + " --json"), captured);
+    reading.exit = fcoectl::Run(arguments, captured);
     reading.document = Json::parse(captured.out, nullptr, false);
     EXPECT_FALSE(reading.document.is_discarded()) << captured.out;
+    if (std::filesystem::exists(file))
+        reading.written = Written(command, file);
     return reading;
 }
 

@@ -17,8 +17,9 @@ class ReadingHost {
     struct Reading {
         int exit = -1;
         Json document;
+        Json written; // into a file; see Written.h
 
-        // The document without what is said of it.
+        // The document and the file, without what is said of them.
         Json Answer() const;
     };
 
@@ -41,7 +42,7 @@ class ReadingHost {
     DcbSystem& Dcb();
     void SimulateDcb(const std::string& topology);
 
-    // fcoectl with these words and --json; the agent is loaded and unloaded.
+    // fcoectl with these words, --json, and a file where the command writes one; the agent is loaded and unloaded.
     Reading Run(const std::string& words);
     // What it writes to the error stream without --json.
     std::string Messages(const std::string& words);
@@ -52,6 +53,6 @@ class ReadingHost {
     std::optional<DcbSystem> m_dcb;
 };
 
-// The commands that read.
-inline constexpr const char* READERS[] = {"hbas",  "fabrics", "ports", "targets", "luns",      "disks",
-                                          "vlans", "stats",   "tree",  "dcb",     "vport list"};
+// The commands that read, but for those that write pages of all that these tell: `report` and `diagnose`.
+inline constexpr const char* READERS[] = {"hbas",  "fabrics", "ports", "targets", "luns",       "disks",
+                                          "vlans", "stats",   "tree",  "dcb",     "vport list", "metrics"};

@@ -111,6 +111,9 @@ constexpr std::size_t FunctionIndex(std::string_view name) {
     return index;
 }
 
+// Those up to here are looked up by their names, and can be missing.
+inline constexpr std::size_t LAST_FOUND_BY_NAME = FunctionIndex("GetCoreAgentPvt");
+
 // A simulated function. Made from its name at compile time, so that a misspelt name does not compile.
 struct Function {
     consteval Function(const char* name) : index(FunctionIndex(name)) {

@@ -27,14 +27,6 @@ std::size_t EditDistance(std::string_view left, std::string_view right) {
     return row.back();
 }
 
-// A key as a JSON pointer spells it.
-std::string PointerToken(std::string_view key) {
-    std::string token;
-    for (const char c : key)
-        token += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
-    return token;
-}
-
 // What the parser says after the place, which this module states itself.
 std::string SyntaxProblem(const json::parse_error& error) {
     const std::string_view what = error.what();
@@ -42,37 +34,45 @@ std::string SyntaxProblem(const json::parse_error& error) {
     return std::string(start == std::string_view::npos ? what : what.substr(start + 2));
 }
 
-std::string Place(std::string_view text, std::size_t byte) {
-    const auto before = text.substr(0, std::min(byte > 0 ? byte - 1 : 0, text.size()));
-    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
-    const auto lastBreak = before.rfind('\n');
-    const auto column = before.size() - (lastBreak == std::string_view::npos ? 0 : lastBreak + 1) + 1;
-    return std::to_string(line) + ":" + std::to_string(column);
-}
-
 } // namespace
 
-json ParseJson(std::string_view text, const std::string& document) {
+JsonSyntaxError::JsonSyntaxError(const std::string& document, TextPlace place, const std::string& problem)
+    : TopologyError(document + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + ": " + problem),
+      m_place(place), m_problem(problem) {}
+
+PlacedError::PlacedError(const std::string& document, const std::string& pointer, const std::string& problem)
+    : TopologyError(document + ": " + (pointer.empty() ? "/" : pointer) + ": " + problem), m_pointer(pointer),
+      m_problem(problem) {}
+
+json ParseJson(std::string_view text, const std::string& document, std::vector<std::string>& repeated) {
     std::vector<std::set<std::string>> keys;
-    const auto refuseRepeatedKeys = [&](int, json::parse_event_t event, json& parsed) {
+    const auto noteRepeatedKeys = [&](int, json::parse_event_t event, json& parsed) {
         if (event == json::parse_event_t::object_start)
             keys.emplace_back();
         else if (event == json::parse_event_t::object_end)
             keys.pop_back();
         else if (event == json::parse_event_t::key && !keys.back().insert(parsed.get<std::string>()).second)
-            throw TopologyError(document + ": the key " + parsed.dump() + " is given twice in one object");
+            repeated.push_back("the key " + parsed.dump() + " is given twice in one object");
         return true;
     };
     try {
         constexpr bool EXCEPTIONS = true, COMMENTS = true;
-        return json::parse(text.begin(), text.end(), refuseRepeatedKeys, EXCEPTIONS, COMMENTS);
+        return json::parse(text.begin(), text.end(), noteRepeatedKeys, EXCEPTIONS, COMMENTS);
     } catch (const json::parse_error& error) {
-        throw TopologyError(document + ":" + Place(text, error.byte) + ": " + SyntaxProblem(error));
+        throw JsonSyntaxError(document, PlaceWalk(text).To(error.byte > 0 ? error.byte - 1 : 0), SyntaxProblem(error));
     }
 }
 
+json ParseJson(std::string_view text, const std::string& document) {
+    std::vector<std::string> repeated;
+    json parsed = ParseJson(text, document, repeated);
+    if (!repeated.empty())
+        throw TopologyError(document + ": " + repeated.front());
+    return parsed;
+}
+
 void JsonValue::Fail(const std::string& problem) const {
-    throw TopologyError(*m_document + ": " + (m_pointer.empty() ? "/" : m_pointer) + ": " + problem);
+    throw PlacedError(*m_document, m_pointer, problem);
 }
 
 void JsonValue::FailExpected(const std::string& what) const {
@@ -91,19 +91,30 @@ bool JsonValue::Bool() const {
     return m_value->get<bool>();
 }
 
-std::uint64_t JsonValue::Unsigned(std::uint64_t min, std::uint64_t max) const {
-    std::optional<std::uint64_t> number;
+std::optional<JsonValue> JsonValue::Member(const char* key) const {
+    const auto found = m_value->find(key);
+    if (found == m_value->end())
+        return std::nullopt;
+    return JsonValue(*found, *m_document, m_pointer + "/" + PointerToken(key));
+}
+
+std::optional<std::uint64_t> JsonValue::AsUnsigned() const {
     if (m_value->is_number_unsigned())
-        number = m_value->get<std::uint64_t>();
-    if (m_value->is_string()) {
-        const auto& text = m_value->get_ref<const std::string&>();
-        std::uint64_t parsed = 0;
-        if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
-            const auto [end, error] = std::from_chars(text.data() + 2, text.data() + text.size(), parsed, 16);
-            if (error == std::errc() && end == text.data() + text.size())
-                number = parsed;
-        }
-    }
+        return m_value->get<std::uint64_t>();
+    if (!m_value->is_string())
+        return std::nullopt;
+    const auto& text = m_value->get_ref<const std::string&>();
+    std::uint64_t parsed = 0;
+    if (text.size() <= 2 || text[0] != '0' || (text[1] != 'x' && text[1] != 'X'))
+        return std::nullopt;
+    const auto [end, error] = std::from_chars(text.data() + 2, text.data() + text.size(), parsed, 16);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return parsed;
+}
+
+std::uint64_t JsonValue::Unsigned(std::uint64_t min, std::uint64_t max) const {
+    const auto number = AsUnsigned();
     if (!number || *number < min || *number > max)
         FailExpected("a number from " + std::to_string(min) + " to " + std::to_string(max));
     return *number;
@@ -161,10 +172,7 @@ JsonObject::JsonObject(const JsonValue& value) : m_value(value) {
 
 std::optional<JsonValue> JsonObject::Find(const char* key) {
     m_known.emplace_back(key);
-    const auto found = m_value.Json().find(key);
-    if (found == m_value.Json().end())
-        return std::nullopt;
-    return JsonValue(*found, m_value.Document(), m_value.Pointer() + "/" + PointerToken(key));
+    return m_value.Member(key);
 }
 
 JsonValue JsonObject::Require(const char* key) {

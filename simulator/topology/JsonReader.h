@@ -11,13 +11,40 @@
 
 #include <nlohmann/json.hpp>
 
+#include "simulator/topology/JsonPlaces.h"
 #include "simulator/topology/Topology.h"
 
 namespace sim {
 
+// The text is no JSON.
+class JsonSyntaxError : public TopologyError {
+  public:
+    JsonSyntaxError(const std::string& document, TextPlace place, const std::string& problem);
+    TextPlace Place() const { return m_place; }
+    const std::string& Problem() const { return m_problem; }
+
+  private:
+    TextPlace m_place;
+    std::string m_problem;
+};
+
+// A value is not as expected.
+class PlacedError : public TopologyError {
+  public:
+    PlacedError(const std::string& document, const std::string& pointer, const std::string& problem);
+    const std::string& Pointer() const { return m_pointer; }
+    const std::string& Problem() const { return m_problem; }
+
+  private:
+    std::string m_pointer;
+    std::string m_problem;
+};
+
 // Parses the text, which may have // and /* */ comments. A syntax error names line and column; a repeated key is an
 // error too.
 nlohmann::json ParseJson(std::string_view text, const std::string& document);
+// The same; repeated gets what would be said of each repeated key.
+nlohmann::json ParseJson(std::string_view text, const std::string& document, std::vector<std::string>& repeated);
 
 // One value of the document.
 class JsonValue {
@@ -29,7 +56,12 @@ class JsonValue {
     [[noreturn]] void FailExpected(const std::string& what) const;
     [[noreturn]] void Fail(const std::string& problem) const;
 
+    // The value of an object's key.
+    std::optional<JsonValue> Member(const char* key) const;
+
     bool Bool() const;
+    // None: it is no number without sign.
+    std::optional<std::uint64_t> AsUnsigned() const;
     // A number or a text such as "0x10f".
     std::uint64_t Unsigned(std::uint64_t min, std::uint64_t max) const;
     std::int64_t Signed(std::int64_t min, std::int64_t max) const;

@@ -164,6 +164,7 @@ struct Fault {
     std::size_t function = 0;              // a place in FUNCTION_NAMES
     std::optional<std::uint32_t> adapter;  // the adapter's place; none: any adapter
     std::optional<std::uint32_t> status;   // returned instead of doing the work
+    bool isHresult = false;                // the status was given as an HRESULT
     std::optional<std::uint32_t> detail;   // the second word of a core-agent result
     std::optional<std::uint32_t> count;    // written back in place of the true count
     std::optional<std::uint8_t> lockTaken; // what StartLock reports

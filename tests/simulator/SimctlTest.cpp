@@ -39,7 +39,6 @@ Outcome RunSimctl(const std::wstring& arguments) {
     CloseHandle(read);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
-    std::erase(outcome.output, '\r');
     return outcome;
 }
 
@@ -59,7 +58,7 @@ TEST(Simctl, SaysWhatIsWrongAndFails) {
     const auto file = Data("bad/unknown-key.json");
     const auto outcome = RunSimctl(L"check \"" + file + L"\"");
     EXPECT_EQ(1u, outcome.code);
-    EXPECT_EQ(sim::Utf8(file) + ": /: unknown key \"fault\"; did you mean \"faults\"?\n", outcome.output);
+    EXPECT_EQ(sim::Utf8(file) + ":2:18: /: unknown key \"fault\"; did you mean \"faults\"?\n", outcome.output);
 }
 
 TEST(Simctl, PrintsTheBuiltInTopology) {

@@ -1,0 +1,57 @@
+// The verbs of simctl. Each returns the program's exit code.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulator/simctl/Console.h"
+
+namespace simctl {
+
+struct CheckOptions {
+    std::vector<std::string> files; // none: the topology in use
+    bool strict = false;            // warnings are errors
+    bool json = false;
+};
+int CheckFiles(Console& console, const CheckOptions& options);
+
+struct UseOptions {
+    std::string file;
+    bool builtIn = false; // instead of a file
+};
+int Use(Console& console, const UseOptions& options);
+
+int Show(Console& console, bool json);
+
+struct SetOptions {
+    std::string file; // empty: the one in use
+    std::string pointer;
+    std::string value;
+};
+int Set(Console& console, const SetOptions& options);
+
+struct WatchOptions {
+    double interval = 0.5;                // seconds
+    std::optional<std::uint32_t> changes; // ends after so many; none: goes on
+};
+int Watch(Console& console, const WatchOptions& options);
+
+int Reset(Console& console);
+
+struct CallsOptions {
+    std::string file; // empty: the one that is configured
+    std::vector<std::string> functions;
+    std::vector<std::string> modules;
+    std::vector<std::uint32_t> processes;
+    std::optional<std::uint32_t> last; // so many lines; none: all
+    bool follow = false;
+};
+int Calls(Console& console, const CallsOptions& options);
+
+int PrintFunctions(Console& console, bool json);
+int PrintDefault(Console& console);
+int PrintSchema(Console& console);
+
+} // namespace simctl

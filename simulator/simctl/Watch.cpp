@@ -1,0 +1,103 @@
+// simctl watch
+#include <windows.h>
+
+#include "simulator/simctl/CheckedFile.h"
+#include "simulator/simctl/InUse.h"
+#include "simulator/simctl/Verbs.h"
+
+namespace simctl {
+namespace {
+
+using nlohmann::json;
+
+struct Seen {
+    CheckedFile topology;
+    KeptState state;
+    std::string chosen;
+
+    std::string TopologyLine() const {
+        if (topology.IsGood())
+            return topology.name + ": good: " + topology.Content();
+        return topology.checked.reading.problems.front().OneLine(topology.name);
+    }
+    std::string StateLine() const {
+        if (!state.error.empty())
+            return "state: " + state.error;
+        std::string line = "state:";
+        for (const auto& change : state.changes)
+            line += std::string(change.created ? " +" : " -") + change.wwn;
+        return state.changes.empty() ? "state: as the topology says" : line;
+    }
+};
+
+Seen Look() {
+    const InUse inUse = FindInUse();
+    return {Check(inUse), ReadState(inUse), SourceText(inUse.source)};
+}
+
+std::string TimeNow() {
+    SYSTEMTIME now{};
+    GetLocalTime(&now);
+    char text[32];
+    std::snprintf(text, sizeof text, "%02u:%02u:%02u.%03u ", now.wHour, now.wMinute, now.wSecond, now.wMilliseconds);
+    return text;
+}
+
+std::string Short(const json& value) {
+    const std::string text = value.dump(-1, ' ', true, json::error_handler_t::replace);
+    return text.size() <= 60 ? text : text.substr(0, 57) + "...";
+}
+
+// What the documents have different, a line each.
+std::string Differences(const std::string& before, const std::string& now) {
+    const json from = json::parse(before, nullptr, false, true);
+    const json to = json::parse(now, nullptr, false, true);
+    if (from.is_discarded() || to.is_discarded())
+        return {};
+    constexpr std::size_t SHOWN = 20;
+    const json patch = json::diff(from, to);
+    std::string lines;
+    for (std::size_t i = 0; i < patch.size() && i < SHOWN; ++i) {
+        const std::string path = patch[i]["path"];
+        const json::json_pointer at(path);
+        const std::string old = from.contains(at) && patch[i]["op"] != "add" ? Short(from[at]) : "nothing";
+        lines += "             " + path + ": " + old + " -> " +
+                 (patch[i].contains("value") ? Short(patch[i]["value"]) : "nothing") + "\n";
+    }
+    if (patch.size() > SHOWN)
+        lines += "             and " + std::to_string(patch.size() - SHOWN) + " more\n";
+    return lines;
+}
+
+// Empty: nothing has changed.
+std::string Changes(const Seen& before, const Seen& now) {
+    std::string lines;
+    if (before.chosen != now.chosen || before.topology.name != now.topology.name)
+        lines += TimeNow() + now.TopologyLine() + ", chosen by " + now.chosen + "\n";
+    else if (before.topology.text != now.topology.text || before.TopologyLine() != now.TopologyLine())
+        lines += TimeNow() + now.TopologyLine() + "\n" + Differences(before.topology.text, now.topology.text);
+    if (before.StateLine() != now.StateLine())
+        lines += TimeNow() + now.StateLine() + "\n";
+    return lines;
+}
+
+} // namespace
+
+int Watch(Console& console, const WatchOptions& options) {
+    Seen seen = Look();
+    console.Out(TimeNow() + seen.TopologyLine() + ", chosen by " + seen.chosen + "\n" + TimeNow() + seen.StateLine() +
+                "\n");
+    for (std::uint32_t changes = 0; !options.changes || changes < *options.changes;) {
+        Sleep(static_cast<DWORD>(options.interval * 1000));
+        Seen now = Look();
+        const std::string lines = Changes(seen, now);
+        if (lines.empty())
+            continue;
+        console.Out(lines);
+        seen = std::move(now);
+        ++changes;
+    }
+    return GOOD;
+}
+
+} // namespace simctl

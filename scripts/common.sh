@@ -1,7 +1,9 @@
 # What ./fcoe and the scripts beside this file share: packages, builds, Wine prefixes, the simulated suite. Sourced; leaves
-# the caller in the project's folder, with `preset` and `build` as FCOE_PRESET says.
+# the caller in the project's folder, with `preset` and `build` as FCOE_PRESET says; `caller` is where it came from.
 set -euo pipefail
+caller=$PWD
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
+root=$PWD
 
 preset=${FCOE_PRESET:-release}
 build=build/$preset
@@ -66,10 +68,54 @@ windows_path() {
     printf 'Z:%s' "${path//\//\\}"
 }
 
+# Ends with a Windows program in the suite's prefix, in the folder that the command was called from: its arguments name files
+# there.
+exec_on_suite() {
+    cd "$caller"
+    WINEPREFIX=$root/$build/suite exec "$root/cmake/wine-run" "$@"
+}
+
+# What the suite is built from, beside the packages.
+suite_sources=(CMakeLists.txt CMakePresets.json LICENSE cmake include Common hbaapi model agent simulator tools)
+
 # Sets the simulated suite up in its prefix: registry values, log folder, the DCB service. Nothing to do the second time.
 suite() {
+    # Work for the build that begins after this moment is done by the next one.
+    mkdir -p "$build"
+    touch "$build/suite.begun"
     build suite
     set_up_suite
+    mv "$build/suite.begun" "$build/suite.done"
+}
+
+# The same for a command that is typed again and again: without asking the build and Wine when nothing can have changed.
+ready_suite() {
+    if suite_is_built; then
+        suite_runs || set_up_suite
+    else
+        suite
+    fi
+}
+
+suite_is_built() {
+    local done=$build/suite.done
+    [ -f "$done" ] && [ -f "$build/suite/installed" ] && ! [ "$build/CMakeCache.txt" -nt "$done" ] &&
+        ! [ /var/lib/dpkg/status -nt "$done" ] && [ -z "$(find "${suite_sources[@]}" -newer "$done" -print -quit)" ]
+}
+
+# Whether a process of the DCB service is in the suite's prefix: the one of the last time, or else another.
+suite_runs() {
+    local process last=$build/suite/service
+    [ -f "$last" ] && is_service "$(<"$last")" && return
+    for process in $(pgrep -f '[\\/]OrvanDcb\.exe'); do
+        is_service "$process" && printf '%s' "$process" >"$last" && return
+    done
+    return 1
+}
+
+is_service() {
+    grep -qF OrvanDcb.exe "/proc/$1/cmdline" 2>/dev/null &&
+        grep -qzxF "WINEPREFIX=$root/$build/suite" "/proc/$1/environ" 2>/dev/null
 }
 
 # The same of a suite that is built.

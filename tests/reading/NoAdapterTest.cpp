@@ -87,6 +87,14 @@ TEST_P(NoAdapter, TheCoreAgentRefuses) {
         ExpectProblem(words, "EnumerateAdapters", "refused the list of its adapters (error 5)");
 }
 
+TEST_P(NoAdapter, TheSimulatedTopologyIsWrong) {
+    m_host.SimulateWrong(R"({"adapters": [], "faults": 5})");
+    for (const char* words : READERS)
+        ExpectProblem(words, "EnumerateAdapters",
+                      "The simulated suite's topology is wrong: topology text: /faults: expected a list, found 5");
+    EXPECT_THAT(m_host.Messages("hbas"), HasSubstr("found 5. Mend the topology: simctl check"));
+}
+
 TEST_P(NoAdapter, TextHasOneLine) {
     m_host.Simulate(NONE);
     const std::string messages = m_host.Messages("hbas");

@@ -85,6 +85,11 @@ void ReadingHost::Simulate(const std::string& topology) {
     }
 }
 
+void ReadingHost::SimulateWrong(const std::string& topology) {
+    for (const HMODULE module : {m_suite.Library(), m_coreAgent, m_setupApi})
+        ASSERT_NE(nullptr, NEED_FUNCTION(module, OrvanSim_LoadTopology)(topology.c_str()));
+}
+
 DcbSystem& ReadingHost::Dcb() {
     if (!m_dcb) {
         m_dcb.emplace();

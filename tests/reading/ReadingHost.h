@@ -38,6 +38,8 @@ class ReadingHost {
     static std::string Topology(const std::string& faults, bool online = false);
     // What the neighbours in this process show from now on.
     void Simulate(const std::string& topology);
+    // The same of a topology that they refuse.
+    void SimulateWrong(const std::string& topology);
     // The DCB service, which is installed and started by the first call.
     DcbSystem& Dcb();
     void SimulateDcb(const std::string& topology);

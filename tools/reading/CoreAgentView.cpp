@@ -37,6 +37,15 @@ template <class Call> bool Ask(Call call) {
     }
 }
 
+// The simulated suite's modules export this; others have nothing of the kind.
+std::string TopologyError(HMODULE module) {
+    using PFN_TopologyError = const char* (*)();
+    const auto get =
+        reinterpret_cast<PFN_TopologyError>(reinterpret_cast<void*>(GetProcAddress(module, "OrvanSim_TopologyError")));
+    const char* error = get ? get() : nullptr;
+    return error ? error : std::string();
+}
+
 } // namespace
 
 bool HasCoreAgent() {
@@ -55,6 +64,8 @@ CoreAgentView AskCoreAgent() {
     view.loaded = true;
     std::vector<CQelString> adapters;
     view.threw = !Ask([&] { view.error = core->EnumerateAdapters(adapters, 0).ulErrCode; });
+    if (view.error != 0)
+        view.topologyError = TopologyError(module.get());
     if (!view.Answered())
         return view;
     for (const CQelString& adapter : adapters) {

@@ -13,6 +13,7 @@ struct CoreAgentView {
     bool loaded = false;
     bool threw = false;                    // when it was asked for its adapters
     std::uint32_t error = 0;               // that it answered; 0: none
+    std::string topologyError;             // of a simulated one: what is wrong with its topology; empty: nothing
     std::vector<std::string> adapters;     // all of them
     std::vector<std::string> withFcoe;     // those that support FCoE, in the same order
     std::vector<std::string> supportThrew; // those of which it could not tell

@@ -13,6 +13,7 @@ namespace {
 
 constexpr wchar_t FEATURES_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\TOLV";
 constexpr wchar_t FLAG[] = L"InstalledTOLV_FCOE";
+constexpr char TOPOLOGY_ADVICE[] = "Mend the topology: simctl check tells all that is wrong with it.";
 constexpr char CORE_ADVICE[] = "See that the suite's core agent and its services run, or restart the machine.";
 
 // Why FCoE counts as not installed; nothing: it is installed.
@@ -66,6 +67,14 @@ NoAdapterReason ExplainFailure(AdapterList list, const CoreAgentView& core) {
         return {{Hidden("EnumerateAdapters", "The core agent ended the list of its adapters with an exception.",
                         CORE_ADVICE)},
                 {}};
+    if (!core.topologyError.empty()) {
+        Problem problem = Hidden("EnumerateAdapters",
+                                 fmt::format("The simulated suite's topology is wrong: {}{}", core.topologyError,
+                                             core.topologyError.ends_with('?') ? "" : "."),
+                                 TOPOLOGY_ADVICE);
+        problem.status = core.error;
+        return {{std::move(problem)}, {}};
+    }
     if (core.error != 0) {
         Problem problem =
             Hidden("EnumerateAdapters",

@@ -22,14 +22,12 @@ std::filesystem::path StateFile(const InUse& inUse) {
     return std::filesystem::path(folder) / L"OrvanSim.state";
 }
 
-std::vector<PortChange> ParseState(const std::string& text, const std::string& name) {
-    std::vector<PortChange> changes;
-    const nlohmann::json document = sim::ParseJson(text, name);
-    const sim::JsonValue root(document, name);
-    if (!document.is_object())
-        root.FailExpected("an object");
-    for (const auto& [identifier, value] : document.items()) {
-        sim::JsonObject adapter(sim::JsonValue(value, name, "/" + sim::PointerToken(identifier)));
+void ReadAdapters(const sim::JsonValue& adapters, std::vector<PortChange>& changes) {
+    if (!adapters.Json().is_object())
+        adapters.FailExpected("an object");
+    for (const auto& [identifier, value] : adapters.Json().items()) {
+        const std::string pointer = adapters.Pointer() + "/" + sim::PointerToken(identifier);
+        sim::JsonObject adapter(sim::JsonValue(value, adapters.Document(), pointer));
         for (const auto& entry : adapter.Require("created").Array()) {
             sim::JsonObject port(entry);
             changes.push_back({identifier, true, sim::WwnText(port.Require("port_wwn").WorldWideName()),
@@ -38,6 +36,19 @@ std::vector<PortChange> ParseState(const std::string& text, const std::string& n
         for (const auto& entry : adapter.Require("removed").Array())
             changes.push_back({identifier, false, sim::WwnText(entry.WorldWideName()), 0});
     }
+}
+
+std::vector<PortChange> ParseState(const std::string& text, const std::string& name) {
+    std::vector<PortChange> changes;
+    const nlohmann::json document = sim::ParseJson(text, name);
+    const sim::JsonValue root(document, name);
+    // By adapters, or by topologies that have adapters.
+    if (document.empty() || !document.is_object() || document.begin().key().starts_with('{')) {
+        ReadAdapters(root, changes);
+        return changes;
+    }
+    for (const auto& [topology, adapters] : document.items())
+        ReadAdapters(sim::JsonValue(adapters, name, "/" + sim::PointerToken(topology)), changes);
     return changes;
 }
 

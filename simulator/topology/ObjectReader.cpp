@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "simulator/topology/Functions.h"
-#include "simulator/topology/HexFile.h"
 #include "simulator/topology/Hints.h"
 #include "simulator/topology/Text.h"
 
@@ -17,8 +16,8 @@ constexpr std::size_t MAX_PROBLEMS = 1000;
 
 } // namespace
 
-ObjectReader::ObjectReader(JsonValue value, const std::filesystem::path& folder, std::vector<Problem>& problems)
-    : m_value(std::move(value)), m_folder(folder), m_problems(problems) {
+ObjectReader::ObjectReader(JsonValue value, const Responses& responses, std::vector<Problem>& problems)
+    : m_value(std::move(value)), m_responses(responses), m_problems(problems) {
     try {
         if (!IsObject())
             m_value.FailExpected("an object");
@@ -102,7 +101,7 @@ bool ObjectReader::Response(const Key& key, std::vector<std::uint8_t>& bytes) {
     return With(key, [&](const JsonValue& found) {
         const std::filesystem::path file = Wide(found.Text());
         try {
-            bytes = ReadHexFile(file.is_absolute() ? file : m_folder / file);
+            bytes = m_responses.read(file.is_absolute() ? file : m_responses.folder / file);
         } catch (const TopologyError& error) {
             found.Fail(error.what());
         }
@@ -150,7 +149,7 @@ bool ObjectReader::Object(const Key& key, const Members& members) {
     const auto found = Find(key);
     if (!found)
         return false;
-    ObjectReader reader(*found, m_folder, m_problems);
+    ObjectReader reader(*found, m_responses, m_problems);
     members(reader);
     reader.Finish();
     return reader.IsObject();
@@ -159,7 +158,7 @@ bool ObjectReader::Object(const Key& key, const Members& members) {
 bool ObjectReader::List(const Key& key, std::size_t max, const Members& entry) {
     return With(key, [&](const JsonValue& found) {
         for (const auto& value : found.Array(max)) {
-            ObjectReader reader(value, m_folder, m_problems);
+            ObjectReader reader(value, m_responses, m_problems);
             entry(reader);
             reader.Finish();
         }

@@ -9,10 +9,15 @@
 
 namespace sim {
 
+// Where the recorded responses are that a file names.
+struct Responses {
+    std::filesystem::path folder;
+    ResponseReader read;
+};
+
 class ObjectReader final : public Keys {
   public:
-    // folder: where the files are that the object names.
-    ObjectReader(JsonValue value, const std::filesystem::path& folder, std::vector<Problem>& problems);
+    ObjectReader(JsonValue value, const Responses& responses, std::vector<Problem>& problems);
 
     bool Flag(const Key& key, bool& value) override;
     bool Text(const Key& key, std::string& value, std::size_t maxBytes) override;
@@ -46,7 +51,7 @@ class ObjectReader final : public Keys {
     bool IsObject() const { return m_value.Json().is_object(); }
 
     JsonValue m_value;
-    const std::filesystem::path& m_folder;
+    const Responses& m_responses;
     std::vector<Problem>& m_problems;
     std::vector<std::string> m_known;
 };

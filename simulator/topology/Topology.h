@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -202,8 +203,12 @@ std::filesystem::path TopologyFile();
 // A text value of HKLM\SOFTWARE\ORVAN\Simulator, or the environment variable if that is set; empty: neither is.
 std::wstring SimulatorSetting(const wchar_t* variable, const wchar_t* registryValue);
 
+// Where a recorded response comes from that the text names by its file; none: from the file. Throws TopologyError.
+using ResponseReader = std::function<std::vector<std::uint8_t>(const std::filesystem::path&)>;
+
 // All of these throw TopologyError. name stands for the file in errors; files that the text names are in folder.
-Topology ParseTopology(std::string_view text, const std::string& name, const std::filesystem::path& folder = {});
+Topology ParseTopology(std::string_view text, const std::string& name, const std::filesystem::path& folder = {},
+                       const ResponseReader& readResponse = {});
 Topology LoadTopology(const std::filesystem::path& file);
 // The topology that this process shall simulate: the configured file's or the built-in one.
 Topology LoadConfiguredTopology();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "simulator/topology/HexFile.h"
 #include "simulator/topology/JsonPlaces.h"
 #include "simulator/topology/ObjectReader.h"
 
@@ -79,14 +80,15 @@ void Locate(std::string_view text, std::vector<Problem>& problems) {
     }
 }
 
-Reading ReadTopology(std::string_view text, const std::filesystem::path& folder) {
+Reading ReadTopology(std::string_view text, const std::filesystem::path& folder, const ResponseReader& readResponse) {
     Reading reading;
     const std::string none;
     std::vector<std::string> repeated;
     try {
         const nlohmann::json document = ParseJson(text, none, repeated);
         reading.problems = RepeatedKeys(text, repeated);
-        ObjectReader reader(JsonValue(document, none), folder, reading.problems);
+        const Responses responses{folder, readResponse ? readResponse : ReadHexFile};
+        ObjectReader reader(JsonValue(document, none), responses, reading.problems);
         Describe(reader, reading.topology);
         reader.Finish();
     } catch (const JsonSyntaxError& error) {
@@ -97,8 +99,9 @@ Reading ReadTopology(std::string_view text, const std::filesystem::path& folder)
     return reading;
 }
 
-Topology ParseTopology(std::string_view text, const std::string& name, const std::filesystem::path& folder) {
-    Reading reading = ReadTopology(text, folder);
+Topology ParseTopology(std::string_view text, const std::string& name, const std::filesystem::path& folder,
+                       const ResponseReader& readResponse) {
+    Reading reading = ReadTopology(text, folder, readResponse);
     if (!reading.problems.empty())
         throw TopologyError(reading.problems.front().OneLine(name));
     return std::move(reading.topology);

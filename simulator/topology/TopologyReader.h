@@ -17,7 +17,8 @@ struct Reading {
 };
 
 // folder: where the files are that the text names.
-Reading ReadTopology(std::string_view text, const std::filesystem::path& folder = {});
+Reading ReadTopology(std::string_view text, const std::filesystem::path& folder = {},
+                     const ResponseReader& readResponse = {});
 
 // Gives problems of a document that is JSON their lines and columns, and sorts them by these.
 void Locate(std::string_view text, std::vector<Problem>& problems);

@@ -96,6 +96,7 @@ TEST_F(SimctlVerbs, CheckWritesOneDocument) {
     EXPECT_EQ(
         ordered_json::parse(R"({"pointer": "/faults", "line": 2, "column": 12, "text": "expected a list, found 5"})"),
         document["files"][0]["errors"][0]);
+    ASSERT_EQ(1u, document["files"][1]["warnings"].size());
     EXPECT_EQ("vlan_id", document["files"][1]["warnings"][0]["code"]);
     EXPECT_EQ("write one from 1 to 4094", document["files"][1]["warnings"][0]["advice"]);
     EXPECT_EQ(1, document["files"][1]["adapters"]);
@@ -231,6 +232,12 @@ TEST_F(SimctlVerbs, ShowTellsWhatIsInUseAndWhy) {
     EXPECT_EQ(1, RunVerb({"show"}).code);
 }
 
+TEST_F(SimctlVerbs, ShowReadsStateByTopologies) {
+    Write("state.json", R"({"built-in topology": {"{11111111-2222-4333-8444-555555555501}": {"created": [],
+        "removed": ["20:01:02:05:7C:00:00:01"]}}})");
+    EXPECT_EQ(1u, ordered_json::parse(RunVerb({"show", "--json"}).out)["state"]["removed"].size());
+}
+
 TEST_F(SimctlVerbs, ShowSaysThatTheStateIsWrong) {
     Write("state.json", "{\"x\": 5}");
     const auto outcome = RunVerb({"show"});
@@ -250,10 +257,10 @@ TEST_F(SimctlVerbs, ResetForgetsPorts) {
 
 TEST_F(SimctlVerbs, CallsAreFiltered) {
     Write("calls.txt",
-          "2026-11-22 23:45:01.123 100 200 orvanhapi.dll 3 ORVAN_GetTargetList handle=1 count=1 -> 7 count=3\r\n"
-          "2026-11-22 23:45:01.124 100 201 CoreAgnt.dll 3 StartLock owner=5 -> 0\r\n"
-          "2026-11-22 23:45:01.125 101 202 orvanhapi.dll 3 ORVAN_GetVlanIdList throws\r\n"
-          "2026-11-22 23:45:01.126 101 202 orvanhapi.dll 3 topology error: x\r\n");
+          "2026-11-22 23:45:01.123 100 200 orvanhapi.dll v3 ORVAN_GetTargetList handle=1 count=1 -> 7 count=3\r\n"
+          "2026-11-22 23:45:01.124 100 201 CoreAgnt.dll v3 StartLock owner=5 -> 0\r\n"
+          "2026-11-22 23:45:01.125 101 202 orvanhapi.dll v3 ORVAN_GetVlanIdList throws\r\n"
+          "2026-11-22 23:45:01.126 101 202 orvanhapi.dll v3 topology error: x\r\n");
     const auto lines = [&](std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), {"calls", Name("calls.txt")});
         const auto outcome = RunVerb(arguments);
@@ -294,13 +301,15 @@ TEST_F(SimctlVerbs, WatchTellsEachChange) {
     });
     // Before the first look or after it: either way there is one change to see.
     for (int state = 3; state < 1000 && !ended; ++state) {
-        Write("good.json", std::string(GOOD).replace(std::string(GOOD).find("\"state\": 2"), 10,
-                                                     "\"state\": " + std::to_string(state)));
+        std::string text = GOOD;
+        Write("next.json", text.replace(text.find("\"state\": 2"), 10, "\"state\": " + std::to_string(state)));
+        MoveFileExW(Path("next.json").c_str(), Path("good.json").c_str(), MOVEFILE_REPLACE_EXISTING);
         Sleep(10);
     }
     watching.join();
     EXPECT_EQ(0, outcome.code);
     EXPECT_NE(std::string::npos, outcome.out.find(", chosen by the registry value Topology\n")) << outcome.out;
+    EXPECT_NE(std::string::npos, outcome.out.find("/adapters/0/port/state: ")) << outcome.out;
 }
 
 TEST_F(SimctlVerbs, FunctionsTellTheirModule) {

@@ -84,22 +84,12 @@ std::string FileText(const std::filesystem::path& file) {
     }
 }
 
-// Readers see the old file or the new one, never a part.
-void ReplaceFile(const std::filesystem::path& file, const std::string& text) {
-    const std::wstring next = file.wstring() + L"." + std::to_wstring(GetCurrentProcessId()) + L".new";
-    const HANDLE handle =
-        CreateFileW(next.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    DWORD written = 0;
-    bool done = handle != INVALID_HANDLE_VALUE &&
-                WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) &&
-                written == text.size();
-    if (handle != INVALID_HANDLE_VALUE)
-        CloseHandle(handle);
-    done = done && MoveFileExW(next.c_str(), file.c_str(), MOVEFILE_REPLACE_EXISTING);
-    if (!done) {
-        const DWORD error = GetLastError();
-        DeleteFileW(next.c_str());
-        throw TopologyError(Utf8(file.wstring()) + ": cannot be written: error " + std::to_string(error));
+void WriteState(const std::filesystem::path& file, const std::string& text) {
+    try {
+        ReplaceWholeFile(file, text);
+    } catch (const std::system_error& error) {
+        throw TopologyError(Utf8(file.wstring()) + ": cannot be written: error " +
+                            std::to_string(error.code().value()));
     }
 }
 
@@ -146,7 +136,7 @@ void StateStore::Change(const Scene& scene, const StateChange& change) {
         return;
     if (!scene.stateFile.empty()) {
         const std::string text = StateText(state);
-        ReplaceFile(scene.stateFile, text);
+        WriteState(scene.stateFile, text);
         m_text = text;
     }
     m_state = std::make_shared<const State>(std::move(state));

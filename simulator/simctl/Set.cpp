@@ -36,25 +36,6 @@ std::string Shown(const std::string& text, const std::string& pointer) {
     return shown.size() <= 60 ? shown : shown.substr(0, 57) + "...";
 }
 
-// Readers see the old file or the new one, never a part. Returns what is wrong; empty: nothing.
-std::string ReplaceFile(const std::filesystem::path& file, const std::string& text) {
-    const std::wstring next = file.wstring() + L"." + std::to_wstring(GetCurrentProcessId()) + L".new";
-    const HANDLE handle =
-        CreateFileW(next.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    DWORD written = 0;
-    bool done = handle != INVALID_HANDLE_VALUE &&
-                WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) &&
-                written == text.size();
-    if (handle != INVALID_HANDLE_VALUE)
-        CloseHandle(handle);
-    done = done && MoveFileExW(next.c_str(), file.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
-    if (done)
-        return {};
-    const DWORD error = GetLastError();
-    DeleteFileW(next.c_str());
-    return "cannot be written: " + SystemText(error);
-}
-
 int Refuse(Console& console, const std::string& name, const std::string& why) {
     console.Err(name + ": " + why + "\nnot changed\n");
     return WRONG;
@@ -90,8 +71,11 @@ int Set(Console& console, const SetOptions& options) {
         console.Err("not changed\n");
         return WRONG;
     }
-    if (const std::string wrong = ReplaceFile(file, text); !wrong.empty())
-        return Refuse(console, before.name, wrong);
+    try {
+        sim::ReplaceWholeFile(file, text);
+    } catch (const std::system_error& error) {
+        return Refuse(console, before.name, "cannot be written: " + SystemText(error.code().value()));
+    }
     console.Err(after.WarningLines());
     const bool added = options.pointer.ends_with("/-");
     console.Out(before.name + ": " + options.pointer + ": " +

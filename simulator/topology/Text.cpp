@@ -50,4 +50,22 @@ std::string ReadFile(const std::filesystem::path& path) {
     return bytes;
 }
 
+void ReplaceWholeFile(const std::filesystem::path& path, std::string_view text) {
+    const std::wstring next = path.wstring() + L"." + std::to_wstring(GetCurrentProcessId()) + L".new";
+    const HANDLE handle =
+        CreateFileW(next.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    DWORD written = 0;
+    bool done = handle != INVALID_HANDLE_VALUE &&
+                WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) &&
+                written == text.size();
+    if (handle != INVALID_HANDLE_VALUE)
+        CloseHandle(handle);
+    done = done && MoveFileExW(next.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING);
+    if (!done) {
+        const DWORD error = GetLastError();
+        DeleteFileW(next.c_str());
+        throw std::system_error(static_cast<int>(error), std::system_category());
+    }
+}
+
 } // namespace sim

@@ -16,5 +16,8 @@ bool EqualNoCase(std::wstring_view left, std::wstring_view right);
 
 // The whole of a file. Throws std::system_error.
 std::string ReadFile(const std::filesystem::path& path);
+// Puts a text in the place of a file or makes one: readers see the old file or the new one, never a part. Throws
+// std::system_error; the old one stays then.
+void ReplaceWholeFile(const std::filesystem::path& path, std::string_view text);
 
 } // namespace sim

@@ -86,9 +86,19 @@ void DieHere() {
     Die(context);
 }
 
+constexpr DWORD NAMES_TIMEOUT_MS = 10000;
+
 HANDLE g_stopWatch, g_watch;
 // Taken before a test can redirect the import: the watchdog's thread may start late.
 decltype(&WaitForSingleObject) g_wait;
+
+DWORD WINAPI PrintAllNames(void* stacks) {
+    for (const auto& frames : *static_cast<std::vector<std::vector<DWORD64>>*>(stacks)) {
+        std::fprintf(stderr, " names\n");
+        PrintNames(frames);
+    }
+    return 0;
+}
 
 DWORD WINAPI Watch(void* seconds) {
     if (g_wait(g_stopWatch, static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(seconds)) * 1000) == WAIT_OBJECT_0)
@@ -114,11 +124,9 @@ DWORD WINAPI Watch(void* seconds) {
         }
         CloseHandle(thread);
     }
-    // The names last: dbghelp may fault, or wait for what a suspended thread holds.
-    for (const auto& frames : stacks) {
-        std::fprintf(stderr, " names\n");
-        PrintNames(frames);
-    }
+    // The names last, and not waited for long: dbghelp may fault, or wait for what a suspended thread holds.
+    const HANDLE names = CreateThread(nullptr, 0, PrintAllNames, &stacks, 0, nullptr);
+    g_wait(names, NAMES_TIMEOUT_MS);
     TerminateProcess(GetCurrentProcess(), EXIT_HUNG);
     return 0;
 }

@@ -1,6 +1,8 @@
 #include "tools/fcoectl/Agent.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -97,6 +99,28 @@ Failure Refusal(const std::vector<QEL_ERROR_ENTRY>& entries) {
     return Failure(exit, Details(entries), {known ? known->advice : Describe(exit).advice, LogHint()});
 }
 
+constexpr char REINSTALL[] = "Reinstall the adapter maker's software.";
+
+// The library's function without which a change of virtual ports ends so.
+struct FunctionBehind {
+    Exit refusal;
+    const char* function;
+};
+constexpr FunctionBehind FUNCTIONS_BEHIND[] = {{Exit::NotGenerated, "ORVAN_GeneratePortWWN"},
+                                               {Exit::LibraryRefused, "ORVAN_CreateVPort"},
+                                               {Exit::PortNotFound, "ORVAN_RemoveVPort"}};
+
+// The same; where the library lacks the function behind it, with that instead of the usual advice.
+Failure OfFunction(const Failure& failure) {
+    const auto* behind = std::ranges::find(FUNCTIONS_BEHIND, failure.Code(), &FunctionBehind::refusal);
+    if (behind == std::end(FUNCTIONS_BEHIND) || !reading::IsLibraryLoaded() ||
+        reading::LibraryExports(behind->function))
+        return failure;
+    return {failure.Code(),
+            failure.Details(),
+            {fmt::format("The HBA library has no {}.", behind->function), REINSTALL, LogHint()}};
+}
+
 } // namespace
 
 std::wstring AgentFile(const std::wstring& file) {
@@ -146,7 +170,7 @@ void Agent::CreateVPort(const CQelString& adapter, CQelString& wwpn) {
     BOOL done = FALSE;
     Call([&] { done = m_interface->CreateVPort(copy, wwpn, errors, owner); });
     if (!done)
-        throw Explained(Refusal(errors));
+        throw Explained(OfFunction(Refusal(errors)));
 }
 
 void Agent::DeleteVPort(const CQelString& adapter, const CQelString& wwpn) {
@@ -156,7 +180,7 @@ void Agent::DeleteVPort(const CQelString& adapter, const CQelString& wwpn) {
     BOOL done = FALSE;
     Call([&] { done = m_interface->DeleteVPort(copy, name, errors, QEL_LOCK_REQUEST{GetCurrentProcessId(), 0, 0}); });
     if (!done)
-        throw Explained(Refusal(errors));
+        throw Explained(OfFunction(Refusal(errors)));
 }
 
 CQelString Agent::GenerateWWPN(const CQelString& adapter) {
@@ -166,8 +190,8 @@ CQelString Agent::GenerateWWPN(const CQelString& adapter) {
     BOOL done = FALSE;
     Call([&] { done = m_interface->GenerateVPortWWPN(copy, wwpn, unused, 0); });
     if (!done)
-        throw Explained(Failure(Exit::NotGenerated, Describe(Exit::NotGenerated).meaning,
-                                {Describe(Exit::NotGenerated).advice, LogHint()}));
+        throw Explained(OfFunction(Failure(Exit::NotGenerated, Describe(Exit::NotGenerated).meaning,
+                                           {Describe(Exit::NotGenerated).advice, LogHint()})));
     return wwpn;
 }
 
@@ -183,15 +207,15 @@ void Agent::RefreshTargets(const CQelString& adapter) {
         throw Explained(Failure(Exit::LibraryRefused, "Nothing was rescanned."));
     if (!reading::LibraryExports("ORVAN_RescanScsiBus"))
         throw Failure(Exit::LibraryRefused, "Nothing was rescanned: the HBA library has no ORVAN_RescanScsiBus.",
-                      {"Reinstall the adapter maker's software."});
+                      {REINSTALL});
 }
 
-Failure Agent::Explained(Failure failure) const {
-    if (!reading::IsLibraryLoaded()) {
-        failure.AddHint(reading::WhyNotLoaded(reading::LibraryFolders(m_search.Folders())));
-        failure.AddHint(reading::LIBRARY_ADVICE);
-    }
-    return failure;
+Failure Agent::Explained(const Failure& failure) const {
+    if (reading::IsLibraryLoaded())
+        return failure;
+    return {failure.Code(),
+            failure.Details(),
+            {reading::WhyNotLoaded(reading::LibraryFolders(m_search.Folders())), reading::LIBRARY_ADVICE, LogHint()}};
 }
 
 } // namespace fcoectl

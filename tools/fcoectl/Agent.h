@@ -75,8 +75,8 @@ class Agent {
         }
     }
 
-    // The same, with what a missing HBA library explains.
-    [[nodiscard]] Failure Explained(Failure failure) const;
+    // The same; without an HBA library, with why there is none instead of the usual advice.
+    [[nodiscard]] Failure Explained(const Failure& failure) const;
 
     template <class Record> static constexpr reading::Answer AnswerOf() {
         using reading::Answer;

@@ -21,10 +21,11 @@ std::string Label(const Loss& loss, const std::string& name) {
 
 std::string Part(const Loss& loss) {
     const std::string part = loss.object.empty() ? PhraseOf(loss.what) : loss.object;
-    if (loss.times == 1)
-        return part;
-    return loss.object.empty() ? fmt::format("{}, {} times", part, loss.times)
-                               : fmt::format("{} and {} more", part, loss.times - 1);
+    return loss.object.empty() || loss.times == 1 ? part : fmt::format("{} and {} more", part, loss.times - 1);
+}
+
+std::string Times(const Loss& loss) {
+    return loss.object.empty() && loss.times > 1 ? fmt::format(" ({} times)", loss.times) : "";
 }
 
 bool IsOfDcb(const Loss& loss) {
@@ -96,7 +97,8 @@ Problem MakeProblem(const Loss& loss, const std::string& name) {
     problem.what = KeyOf(loss.what);
     problem.function = loss.function;
     problem.status = loss.status;
-    problem.text = fmt::format("{}: {} could not be read: {}.", Label(loss, name), Part(loss), Reason(loss));
+    problem.text =
+        fmt::format("{}: {} could not be read{}: {}.", Label(loss, name), Part(loss), Times(loss), Reason(loss));
     problem.advice = Advice(loss);
     return problem;
 }

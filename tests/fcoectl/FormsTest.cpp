@@ -151,8 +151,7 @@ TEST(Watch, StreamsALineASample) {
 
 TEST(Watch, StreamsEachSampleAtOnce) {
     Host host(L"hang:later"); // the third reading: two samples must have come by then
-    const Answer answer =
-        host.RunProgram(L"stats --watch 0.1 -o jsonl --timeout 1 --agent \"" + host.FakeAgent() + L"\"");
+    const Answer answer = host.RunOnFakeAgent(L"stats --watch 0.1 -o jsonl --timeout 1");
     EXPECT_EQ(8, answer.exit);
     EXPECT_EQ(2u, Lines(answer.out).size());
 }

@@ -35,7 +35,11 @@ class Host {
     Answer Run(std::vector<std::string> arguments);
     // The same without --agent.
     Answer RunPlain(const std::vector<std::string>& arguments);
-    // fcoectl.exe with this command line; nothing is added but what the environment scripts.
+    // fcoectl.exe with this command line, to which --agent is added.
+    Answer RunOnFakeAgent(const std::wstring& commandLine) {
+        return RunProgram(commandLine + L" --agent \"" + FakeAgent() + L'"');
+    }
+    // The same without --agent; the environment scripts it all the same.
     Answer RunProgram(const std::wstring& commandLine, const std::filesystem::path& program = Beside(L"fcoectl.exe"));
 
     // The calls that the scripted agent got so far, one a line.

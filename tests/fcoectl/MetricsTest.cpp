@@ -124,6 +124,7 @@ TEST(Metrics, CounterThatTheLibraryDoesNotKeepIsLeftOut) {
 
 TEST(Metrics, ProblemsAreCountedByAdapterAndForAll) {
     MetricsData data = Data();
+    EXPECT_THAT(Prometheus(data), HasSubstr("\nfcoe_problems{adapter=\"\",name=\"\"} 0\n"));
     data.problems = {{{"adapter", "{B}"}}, {{"adapter", "{B}"}}, {{"adapter", ""}}};
     data.complete = false;
     const std::string text = Prometheus(data);

@@ -10,17 +10,9 @@
 using testing::HasSubstr;
 using testing::Not;
 
-namespace {
-
-std::wstring WithAgent(const std::wstring& commandLine, const Host& host) {
-    return commandLine + L" --agent \"" + host.FakeAgent() + L"\"";
-}
-
-} // namespace
-
 TEST(Program, WritesUtf8WithLineFeeds) {
     Host host;
-    const Answer answer = host.RunProgram(WithAgent(L"tree", host));
+    const Answer answer = host.RunOnFakeAgent(L"tree");
     EXPECT_EQ(0, answer.exit);
     EXPECT_THAT(answer.out, HasSubstr("\xE2\x94\x9C\xE2\x94\x80 Fabric 1  Physical\n"));
     EXPECT_THAT(answer.out, Not(HasSubstr("\r")));
@@ -28,8 +20,8 @@ TEST(Program, WritesUtf8WithLineFeeds) {
 
 TEST(Program, SamePrintsSameBytes) {
     Host host(L"two");
-    const Answer first = host.RunProgram(WithAgent(L"tree --json", host));
-    EXPECT_EQ(first.out, host.RunProgram(WithAgent(L"tree --json", host)).out);
+    const Answer first = host.RunOnFakeAgent(L"tree --json");
+    EXPECT_EQ(first.out, host.RunOnFakeAgent(L"tree --json").out);
     EXPECT_EQ(2u, first.Json()["adapters"].size());
     EXPECT_EQ('\n', first.out.back());
 }
@@ -40,17 +32,17 @@ TEST(Program, JsonIsAscii) {
         return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
     };
     Host host(L"foreign");
-    const Answer answer = host.RunProgram(WithAgent(L"hbas --json", host));
+    const Answer answer = host.RunOnFakeAgent(L"hbas --json");
     EXPECT_TRUE(isAscii(answer.out)) << answer.out;
     EXPECT_EQ("Ger\xC3\xA4t \xE2\x82\xAC \xF0\x9F\x92\xBE", answer.Json()["hbas"][0]["second_id"]);
-    const Answer refused = host.RunProgram(WithAgent(L"ports --json --adapter \"{\u20AC}\"", host));
+    const Answer refused = host.RunOnFakeAgent(L"ports --json --adapter \"{\u20AC}\"");
     EXPECT_TRUE(isAscii(refused.out)) << refused.out;
     EXPECT_THAT(refused.Json()["error"]["text"], HasSubstr("{\xE2\x82\xAC}"));
 }
 
 TEST(Program, PartialAnswerEndsWithOne) {
     Host host(L"two false:ports");
-    const Answer answer = host.RunProgram(WithAgent(L"ports", host));
+    const Answer answer = host.RunOnFakeAgent(L"ports");
     EXPECT_EQ(1, answer.exit);
     EXPECT_THAT(answer.out, HasSubstr("Fabric 1"));
     EXPECT_THAT(answer.err, HasSubstr("could not read everything"));
@@ -58,7 +50,7 @@ TEST(Program, PartialAnswerEndsWithOne) {
 
 TEST(Program, RefusedChangeTellsItsKindByExitCode) {
     Host host(L"refuse:205");
-    EXPECT_EQ(11, host.RunProgram(WithAgent(L"vport create 20:01:00:1B:21:00:00:09", host)).exit);
+    EXPECT_EQ(11, host.RunOnFakeAgent(L"vport create 20:01:00:1B:21:00:00:09").exit);
 }
 
 TEST(Program, MissingAgentInJson) {
@@ -70,7 +62,7 @@ TEST(Program, MissingAgentInJson) {
 
 TEST(Program, ArgumentsMayBeUnicode) {
     Host host(L"two");
-    const Answer answer = host.RunProgram(WithAgent(L"ports --adapter \"{\u20AC}\"", host));
+    const Answer answer = host.RunOnFakeAgent(L"ports --adapter \"{\u20AC}\"");
     EXPECT_EQ(5, answer.exit);
     EXPECT_THAT(answer.err, HasSubstr("'{\xE2\x82\xAC}' is unknown"));
 }

@@ -11,17 +11,9 @@ using fcoectl::TimeLimit;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-namespace {
-
-std::wstring WithAgent(const std::wstring& commandLine, const Host& host) {
-    return commandLine + L" --timeout 0.3 --agent \"" + host.FakeAgent() + L"\"";
-}
-
-} // namespace
-
 TEST(Timeout, EndsTheProcessWhileTheAgentHangs) {
     Host host(L"hang:vlans");
-    const Answer answer = host.RunProgram(WithAgent(L"vlans", host));
+    const Answer answer = host.RunOnFakeAgent(L"vlans --timeout 0.3");
     EXPECT_EQ(8, answer.exit);
     EXPECT_EQ("", answer.out);
     EXPECT_THAT(answer.err, StartsWith("fcoectl: The agent did not answer within 0.3 s.\n"));
@@ -30,7 +22,7 @@ TEST(Timeout, EndsTheProcessWhileTheAgentHangs) {
 
 TEST(Timeout, IsOneDocumentInJson) {
     Host host(L"hang:vlans");
-    const Answer answer = host.RunProgram(WithAgent(L"vlans --json", host));
+    const Answer answer = host.RunOnFakeAgent(L"vlans --json --timeout 0.3");
     EXPECT_EQ(8, answer.exit);
     EXPECT_EQ("", answer.err);
     const auto document = answer.Json();
@@ -40,21 +32,21 @@ TEST(Timeout, IsOneDocumentInJson) {
 
 TEST(Timeout, OfAChangeSaysThatItsOutcomeIsNotKnown) {
     Host host(L"hang:change");
-    const Answer answer = host.RunProgram(WithAgent(L"vport create", host));
+    const Answer answer = host.RunOnFakeAgent(L"vport create --timeout 0.3");
     EXPECT_EQ(8, answer.exit);
     EXPECT_THAT(answer.err, HasSubstr("The change may have been carried out, or not"));
 }
 
 TEST(Timeout, CountsForEachReadingOfAWatch) {
     Host host(L"hang:later");
-    const Answer answer = host.RunProgram(WithAgent(L"stats --watch 0.5", host));
+    const Answer answer = host.RunOnFakeAgent(L"stats --watch 0.5 --timeout 0.3");
     EXPECT_EQ(8, answer.exit) << "the waiting is longer than the limit, and is none of the agent's";
     EXPECT_THAT(answer.out, HasSubstr("\n\nAfter "));
 }
 
 TEST(Timeout, OfTheDoctorLeavesWhatHeHasFound) {
     Host host(L"hang:vlans");
-    const Answer answer = host.RunProgram(L"doctor --timeout 3 --agent \"" + host.FakeAgent() + L"\"");
+    const Answer answer = host.RunOnFakeAgent(L"doctor --timeout 3");
     EXPECT_EQ(8, answer.exit) << answer.out;
     EXPECT_THAT(answer.out, HasSubstr("  log level  "));
     EXPECT_THAT(answer.err, StartsWith("fcoectl: The agent did not answer within 3 s.\n"));

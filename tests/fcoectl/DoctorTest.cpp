@@ -101,8 +101,9 @@ class Doctor : public testing::Test {
 };
 
 // Stand in for the system.
-BOOL WINAPI TokenWithoutRights(HANDLE, TOKEN_INFORMATION_CLASS, void* information, DWORD, DWORD* size) {
-    static_cast<TOKEN_ELEVATION*>(information)->TokenIsElevated = 0;
+DWORD g_elevated = TRUE;
+BOOL WINAPI QueryToken(HANDLE, TOKEN_INFORMATION_CLASS, void* information, DWORD, DWORD* size) {
+    static_cast<TOKEN_ELEVATION*>(information)->TokenIsElevated = g_elevated;
     *size = sizeof(TOKEN_ELEVATION);
     return TRUE;
 }
@@ -183,10 +184,12 @@ TEST_F(Doctor, FindsNothingWrongWithAHealthySuite) {
     const ImportPatch config(nullptr, "ADVAPI32.dll", "QueryServiceConfigW", As(QueryConfig));
     const ImportPatch find(nullptr, "ole32.dll", "CLSIDFromProgID", As(FindClass));
     const ImportPatch create(nullptr, "ole32.dll", "CoCreateInstance", As(Create));
+    const ImportPatch token(nullptr, "ADVAPI32.dll", "GetTokenInformation", As(QueryToken));
     g_serviceError = 0;
     g_serviceState = SERVICE_RUNNING;
     g_class = g_create = S_OK;
     g_program = (ProgramFolder() / L"OrvanDcb.exe").wstring();
+    g_elevated = TRUE;
     const Answer answer = Host().RunPlain({"doctor"});
     EXPECT_EQ(0, answer.exit) << answer.out << answer.err;
     EXPECT_EQ("", answer.err);
@@ -263,8 +266,10 @@ TEST_F(Doctor, FindsTheFlagThatIsNotSet) {
 }
 
 TEST_F(Doctor, FindsWhatTheAccountLacks) {
+    const ImportPatch token(nullptr, "ADVAPI32.dll", "GetTokenInformation", As(QueryToken));
+    g_elevated = TRUE;
     EXPECT_THAT(Told("account"), StartsWith("ok: "));
-    const ImportPatch token(nullptr, "ADVAPI32.dll", "GetTokenInformation", As(TokenWithoutRights));
+    g_elevated = FALSE;
     EXPECT_THAT(Told("account"), HasSubstr("without an administrator's rights."));
 }
 

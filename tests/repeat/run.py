@@ -31,6 +31,9 @@ sys.path.insert(0, str(Path(__file__).resolve().parent))  # for a program that l
 # FAILED is for such a program: the three verdicts belong together.
 from verdict import FAILED, LOST, PASSED, Outcome, Program, judge, known_tests, program_of  # the path above first
 
+WATCHDOG_SECONDS = 1800  # of a whole program, which reports by itself where it hangs
+WHOLE = {"FCOE_TEST_WATCHDOG": str(WATCHDOG_SECONDS)}
+
 
 def programs(build: Path, leave_out: str) -> list[Program]:
     """The test programs that ctest knows, with their cases that are not disabled, and its other tests."""
@@ -45,7 +48,8 @@ def programs(build: Path, leave_out: str) -> list[Program]:
             command = [a for a in case.command if not a.startswith("--gtest_")]
             found[name] = dataclasses.replace(case, name=name, command=command, cases=0)
         program = found[name]
-        program.seconds_allowed = max(program.seconds_allowed, 660 if case.gtest else case.seconds_allowed)
+        program.seconds_allowed = max(program.seconds_allowed,
+                                      WATCHDOG_SECONDS + 60 if case.gtest else case.seconds_allowed)
         program.cases += 1
     return list(found.values())
 
@@ -70,7 +74,7 @@ class Repetition:
         file = self.output / f"run{self.runs}-{program.name}{'-again' if attempt else ''}.txt"
         with file.open("wb") as output:
             process = subprocess.Popen(program.command + shuffle, cwd=program.folder, stdin=subprocess.DEVNULL,
-                                       stdout=output, stderr=output, env={**os.environ, **program.environment})
+                                       stdout=output, stderr=output, env={**os.environ, **program.environment, **WHOLE})
             self.running.add(process)
             try:
                 exit_code = process.wait(program.seconds_allowed)

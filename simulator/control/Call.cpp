@@ -9,10 +9,11 @@ bool Concerns(const Fault& fault, const Adapter* adapter) {
 
 // Every matching fault counts the call; the first that is due shows itself.
 const Fault* DueFault(const Scene& scene, Function function, const Adapter* adapter) {
-    if (!scene.armed.load(std::memory_order_relaxed))
+    const auto& faults = scene.FaultsOf(function);
+    if (faults.empty() || !scene.armed.load(std::memory_order_relaxed))
         return nullptr;
     const Fault* due = nullptr;
-    for (const auto& progress : scene.FaultsOf(function)) {
+    for (const auto& progress : faults) {
         const Fault& fault = *progress->fault;
         if (!Concerns(fault, adapter))
             continue;
@@ -26,11 +27,12 @@ const Fault* DueFault(const Scene& scene, Function function, const Adapter* adap
 
 } // namespace
 
-Call::Call(Function function, const Adapter* adapter) : m_logged(CallLog::Instance().IsOn()) {
+void Call::Begin(Function function) {
+    m_logged = CallLog::Instance().IsOn();
     CallLog::Instance().Count(function);
     if (m_logged)
         m_line = function.Name();
-    m_fault = DueFault(Simulation::Instance().Current(), function, adapter);
+    m_fault = DueFault(Scene(), function, m_about);
     if (!m_fault)
         return;
     if (m_fault->delayMs)

@@ -24,16 +24,29 @@ namespace sim {
 class ThrownFault : public std::runtime_error {
   public:
     ThrownFault(const Fault& thrown, const std::string& text) : std::runtime_error(text), fault(thrown) {}
-    const Fault& fault;
+    Fault fault;
 };
 
 class Call {
   public:
-    // Waits when a fault says so, and throws ThrownFault when one does. adapter: which one the call is about.
-    explicit Call(Function function, const Adapter* adapter = nullptr);
+    // All of these wait when a fault says so, and throw ThrownFault when one does.
+
+    explicit Call(Function function) { Begin(function); }
+    // find: const Adapter*(const Scene&), which adapter the call is about; null: none.
+    template <class Find>
+    requires std::is_invocable_r_v<const Adapter*, Find, const Scene&> Call(Function function, Find find)
+        : m_about(find(m_scene.Get())) {
+        Begin(function);
+    }
+    // About an adapter that the caller knows from a scene, this one or an earlier.
+    Call(Function function, const Adapter* adapter) : m_about(adapter) { Begin(function); }
     ~Call();
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
+
+    // What the whole of the call is about, however the topology changes meanwhile.
+    const sim::Scene& Scene() const { return m_scene.Get(); }
+    const sim::Adapter* About() const { return m_about; }
 
     // The fault of this call; null: none.
     const Fault* ActiveFault() const { return m_fault; }
@@ -68,11 +81,14 @@ class Call {
     }
 
   private:
+    void Begin(Function function);
     void Append(const char* name, const std::string& value);
     void AppendResult(std::uint64_t result);
 
+    const SceneInUse m_scene;
+    const sim::Adapter* m_about = nullptr;
     const Fault* m_fault = nullptr;
-    bool m_logged;
+    bool m_logged = false;
     std::string m_line;
 };
 

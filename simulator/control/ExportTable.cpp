@@ -55,7 +55,7 @@ void HideExports(HMODULE module, const std::set<std::string>& names) {
 void HideMissingExports(HMODULE module) {
     s_module = module;
     Simulation::Instance().SetLoadHook(HideMissing);
-    Simulation::Instance().Load();
+    const SceneInUse scene; // of which the hook hears
 }
 
 } // namespace sim

@@ -1,14 +1,20 @@
 #include "simulator/control/SimControl.h"
 
-#include <algorithm>
+#include <mutex>
+#include <set>
+#include <string>
 
 #include "simulator/control/CallLog.h"
 #include "simulator/control/Simulation.h"
 
 namespace {
 
-const char* ErrorOf(const sim::Scene& scene) {
-    return scene.error.empty() ? nullptr : scene.error.c_str();
+// A text that stays; null for an empty one. There are no more of them than mistakes that somebody made.
+const char* Kept(const std::string& error) {
+    static std::mutex lock;
+    static std::set<std::string> errors;
+    const std::lock_guard guard(lock);
+    return error.empty() ? nullptr : errors.insert(error).first->c_str();
 }
 
 } // namespace
@@ -16,15 +22,15 @@ const char* ErrorOf(const sim::Scene& scene) {
 extern "C" {
 
 const char* OrvanSim_LoadTopology(const char* json) {
-    return ErrorOf(sim::Simulation::Instance().LoadText(json));
+    return Kept(sim::Simulation::Instance().LoadText(json ? json : ""));
 }
 
 const char* OrvanSim_ReloadTopology(void) {
-    return ErrorOf(sim::Simulation::Instance().Load());
+    return Kept(sim::Simulation::Instance().Load());
 }
 
 const char* OrvanSim_TopologyError(void) {
-    return ErrorOf(sim::Simulation::Instance().Current());
+    return Kept(sim::Simulation::Instance().Error());
 }
 
 void OrvanSim_ArmFaults(int armed) {

@@ -2,113 +2,129 @@
 
 #include <algorithm>
 
-#include <windows.h>
-
 #include "simulator/control/CallLog.h"
 
 namespace sim {
 namespace {
 
-std::uint64_t WriteTime(const std::filesystem::path& file) {
-    WIN32_FILE_ATTRIBUTE_DATA data{};
-    if (!GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data))
-        return 0;
-    return std::uint64_t(data.ftLastWriteTime.dwHighDateTime) << 32 | data.ftLastWriteTime.dwLowDateTime;
-}
-
-// The configured file, or one beside the topology, or one in the temporary folder for the built-in topology.
-std::filesystem::path StateFile(const std::filesystem::path& topologyFile) {
-    const auto configured = SimulatorSetting(L"ORVAN_SIM_STATE", L"State");
-    if (!configured.empty())
-        return configured;
-    if (!topologyFile.empty())
-        return topologyFile.wstring() + L".state";
-    wchar_t folder[MAX_PATH + 1] = L"";
-    GetTempPathW(MAX_PATH + 1, folder);
-    return std::filesystem::path(folder) / L"OrvanSim.state";
-}
-
-template <class F> std::unique_ptr<Scene> MakeScene(F load) {
-    auto scene = std::make_unique<Scene>();
-    try {
-        scene->topology = load();
-    } catch (const std::exception& error) {
-        scene->error = error.what();
-    }
-    scene->faults = std::make_unique<std::vector<std::unique_ptr<FaultProgress>>[]>(FUNCTION_COUNT);
-    for (const auto& fault : scene->topology.faults)
-        scene->faults[fault.function].push_back(std::make_unique<FaultProgress>(fault));
-    scene->capacityCommands = std::make_unique<std::atomic<std::uint32_t>[]>(scene->topology.lunCount);
-    return scene;
+void LogError(const std::string& error) {
+    if (!error.empty())
+        CallLog::Instance().Write("topology error: " + error);
 }
 
 } // namespace
-
-bool Scene::IsMissing(std::size_t function) const {
-    return armed && std::any_of(faults[function].begin(), faults[function].end(),
-                                [](const auto& progress) { return progress->fault->missing; });
-}
 
 Simulation& Simulation::Instance() {
     static Simulation simulation;
     return simulation;
 }
 
-const Scene& Simulation::Load() {
-    const std::lock_guard lock(m_lock);
-    return LoadConfigured();
+// Whoever follows for the first time takes up what there is by itself; nobody who changes the world waits for that.
+Process& Simulation::Joined() {
+    const std::lock_guard lock(m_joinLock);
+    if (!m_process) {
+        m_process = std::make_unique<Process>(Follow);
+        m_serial = &m_process->Serial();
+        m_joined = m_process.get();
+    }
+    return *m_process;
 }
 
-const Scene& Simulation::LoadFirst() {
-    const std::lock_guard lock(m_lock);
-    const Scene* scene = m_current;
-    return scene ? *scene : LoadConfigured();
+void Simulation::Follow() {
+    if (Instance().m_joined.load())
+        Instance().TakeUp();
 }
 
-const Scene& Simulation::LoadConfigured() {
-    // Before reading: a change while it is read counts as a change after.
-    const auto time = WriteTime(TopologyFile());
-    auto scene = MakeScene(LoadConfiguredTopology);
-    scene->fileTime = time;
-    scene->stateFile = StateFile(TopologyFile());
-    return Use(std::move(scene));
+void Simulation::TakeUp() {
+    const bool isFirst = !m_joined.load();
+    if (isFirst)
+        Joined().Look();
+    Process& process = *m_joined.load();
+    for (;;) {
+        std::shared_ptr<World> known;
+        {
+            const std::lock_guard lock(m_lock);
+            if (m_scene)
+                known = m_scene->world;
+        }
+        const Process::View view = process.Now(known);
+        if (view.world->Version() == 0) { // nobody has the text any more
+            LogError(process.Look());
+            continue;
+        }
+        const std::lock_guard lock(m_lock);
+        const Scene* before = m_scene.get();
+        if (!before || before->serial != view.serial || before->world != view.world ||
+            before->version != view.world->Version()) {
+            auto scene = std::make_unique<Scene>(view.choice, view.world);
+            scene->serial = view.serial;
+            scene->armed = scene->version != view.disarmedVersion;
+            scene->armings = view.armings;
+            Use(std::move(scene));
+        } else if (before->armings != view.armings) {
+            m_scene->Arm(m_scene->version != view.disarmedVersion);
+            m_scene->armings = view.armings;
+            if (m_hook)
+                m_hook(*m_scene);
+        }
+        if (!IsNewest(m_scene.get()))
+            continue;
+        if (isFirst)
+            LogError(m_scene->world->Problem());
+        return;
+    }
+}
+
+void Simulation::Use(std::unique_ptr<Scene> scene) {
+    LogError(scene->error);
+    if (m_hook)
+        m_hook(*scene);
+    m_current.store(scene.get());
+    if (m_scene)
+        m_replaced.push_back({std::move(m_scene), m_epoch});
+    m_scene = std::move(scene);
+    FreeUnused();
+}
+
+void Simulation::FreeUnused() {
+    // Twice, so that where no call is under way nothing of what was replaced is left.
+    for (int i = 0; i < 2; ++i) {
+        const std::uint32_t epoch = m_epoch;
+        if (m_calls[(epoch + 1) & 1] != 0)
+            break;
+        m_epoch = epoch + 1;
+    }
+    std::erase_if(m_replaced, [&](const Replaced& replaced) { return m_epoch - replaced.epoch >= 2; });
 }
 
 void Simulation::LoadIfChanged() {
-    const Scene& scene = Current();
-    if (!scene.inMemory && WriteTime(TopologyFile()) != scene.fileTime)
-        Load();
+    {
+        const SceneInUse scene;
+        if (scene.Get().isText)
+            return;
+    }
+    LogError(Joined().Look());
 }
 
-const Scene& Simulation::LoadText(const char* json) {
-    auto scene = MakeScene([json] { return ParseTopology(json ? json : "", "topology text"); });
-    scene->inMemory = true;
-    const std::lock_guard lock(m_lock);
-    return Use(std::move(scene));
+std::string Simulation::Load() {
+    LogError(Joined().Reload());
+    return Error();
+}
+
+std::string Simulation::LoadText(const std::string& json) {
+    const WorldContent content = ContentOfText(json, "topology text");
+    Joined().Simulate(content);
+    return content.error;
+}
+
+std::string Simulation::Error() {
+    const SceneInUse scene;
+    return scene.Get().error.empty() ? scene.Get().world->Problem() : scene.Get().error;
 }
 
 void Simulation::ArmFaults(bool armed) {
-    Current();
-    const std::lock_guard lock(m_lock);
-    Scene& scene = *m_scenes.back();
-    for (std::size_t function = 0; function < FUNCTION_COUNT; ++function) {
-        for (const auto& progress : scene.faults[function])
-            progress->calls = 0;
-    }
-    scene.armed = armed;
-    if (m_hook)
-        m_hook(scene);
-}
-
-const Scene& Simulation::Use(std::unique_ptr<Scene> scene) {
-    if (!scene->error.empty())
-        CallLog::Instance().Write("topology error: " + scene->error);
-    m_scenes.push_back(std::move(scene));
-    const Scene& current = *m_scenes.back();
-    if (m_hook)
-        m_hook(current);
-    m_current.store(&current, std::memory_order_release);
-    return current;
+    const SceneInUse scene; // there is one
+    Joined().ArmFaults(armed);
 }
 
 } // namespace sim

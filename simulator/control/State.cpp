@@ -109,8 +109,8 @@ std::shared_ptr<const State> StateStore::Read(const Scene& scene) {
 }
 
 std::shared_ptr<const State> StateStore::ReadLocked(const Scene& scene) {
-    if (m_scene != &scene) {
-        m_scene = &scene;
+    if (m_scene != scene.id) {
+        m_scene = scene.id;
         m_text.clear();
         m_state = std::make_shared<const State>();
     }

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/control/Simulation.h"
+#include "simulator/control/Scene.h"
 #include "simulator/topology/Topology.h"
 
 namespace sim {
@@ -45,8 +45,8 @@ class StateStore {
     std::shared_ptr<const State> ReadLocked(const Scene& scene);
 
     std::mutex m_lock;
-    const Scene* m_scene = nullptr; // what the cached state belongs to
-    std::string m_text;             // of the file, as it was read last
+    std::uint64_t m_scene = 0; // what the cached state belongs to: a scene's id
+    std::string m_text;        // of the file, as it was read last
     std::shared_ptr<const State> m_state;
 };
 

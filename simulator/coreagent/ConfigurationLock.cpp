@@ -37,7 +37,7 @@ bool ConfigurationLock::TryTake(ULONG owner) {
         return false;
     // Who makes the object has the lock. Nobody waits on it: a waiter's handle would keep the lock of a process that
     // ended.
-    KernelHandle made(CreateEventW(nullptr, TRUE, FALSE, m_name.c_str()));
+    sim::KernelHandle made(CreateEventW(nullptr, TRUE, FALSE, m_name.c_str()));
     if (!made || GetLastError() == ERROR_ALREADY_EXISTS)
         return false;
     m_held = std::move(made);

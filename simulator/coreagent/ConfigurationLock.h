@@ -6,7 +6,7 @@
 
 #include <windows.h>
 
-#include "simulator/coreagent/KernelHandle.h"
+#include "simulator/control/KernelHandle.h"
 
 namespace coreagent {
 
@@ -24,7 +24,7 @@ class ConfigurationLock {
 
     const std::wstring m_name;
     std::mutex m_mutex; // for what follows
-    KernelHandle m_held;
+    sim::KernelHandle m_held;
     ULONG m_owner = 0;
 };
 

@@ -13,8 +13,9 @@ namespace {
 
 constexpr ULONG NO_DETAIL = 0xFFFFFFFF;
 
-const sim::Scene& CurrentScene() {
-    return sim::Simulation::Instance().Current();
+// Which adapter a call is about.
+auto Named(const CQelString& identifier) {
+    return [&identifier](const sim::Scene& scene) { return scene.topology.FindAdapter(identifier); };
 }
 
 CQelString Text(const std::string& utf8) {
@@ -26,7 +27,7 @@ template <class Work> QEL_RESULT Finish(sim::Call& call, Work work) {
     QEL_RESULT result{0, NO_DETAIL};
     if (const auto status = call.Status())
         result.ulErrCode = *status;
-    else if (!CurrentScene().error.empty())
+    else if (!call.Scene().error.empty())
         result.ulErrCode = ERROR_TOPOLOGY;
     else
         result.ulErrCode = work();
@@ -56,15 +57,15 @@ QEL_RESULT CoreAgent::EnumerateAdapters(std::vector<CQelString>& vecAdapters, UL
     sim::Call call("EnumerateAdapters");
     call.Note("context", ullContext);
     return Finish(call, [&] {
-        for (const sim::Adapter& adapter : CurrentScene().topology.adapters)
+        for (const sim::Adapter& adapter : call.Scene().topology.adapters)
             vecAdapters.push_back(Text(adapter.identifier));
         return 0;
     });
 }
 
 QEL_RESULT CoreAgent::GetAdapterInfo(const CQelString& strAdapter, QEL_ADAPTER_INFO& info, ULONG) {
-    const sim::Adapter* adapter = CurrentScene().topology.FindAdapter(strAdapter);
-    sim::Call call("GetAdapterInfo", adapter);
+    sim::Call call("GetAdapterInfo", Named(strAdapter));
+    const sim::Adapter* adapter = call.About();
     call.Note("adapter", [&] { return sim::Utf8(strAdapter); });
     return Finish(call, [&]() -> ULONG {
         if (!adapter)
@@ -103,8 +104,8 @@ QEL_RESULT CoreAgent::DoneLock(QEL_LOCK_REQUEST request) {
 }
 
 BYTE CoreAgent::SupportsFcoe(const CQelString& strAdapter) {
-    const sim::Adapter* adapter = CurrentScene().topology.FindAdapter(strAdapter);
-    sim::Call call("SupportsFcoe", adapter);
+    sim::Call call("SupportsFcoe", Named(strAdapter));
+    const sim::Adapter* adapter = call.About();
     call.Note("adapter", [&] { return sim::Utf8(strAdapter); });
     return call.Done(static_cast<BYTE>(call.Status().value_or(adapter && adapter->supportsFcoe)));
 }

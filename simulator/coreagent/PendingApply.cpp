@@ -1,6 +1,6 @@
 #include "simulator/coreagent/PendingApply.h"
 
-#include "simulator/coreagent/KernelHandle.h"
+#include "simulator/control/KernelHandle.h"
 #include "simulator/coreagent/Names.h"
 #include "simulator/topology/Topology.h"
 
@@ -12,7 +12,7 @@ void WaitForPendingApply() {
     // In slices, with the event opened anew for each: the waiter's own handle must not keep an event alive that nobody
     // will set any more.
     for (;;) {
-        const KernelHandle done(OpenEventW(SYNCHRONIZE, FALSE, name.c_str()));
+        const sim::KernelHandle done(OpenEventW(SYNCHRONIZE, FALSE, name.c_str()));
         if (!done || WaitForSingleObject(done.Get(), SLICE) != WAIT_TIMEOUT)
             return;
     }

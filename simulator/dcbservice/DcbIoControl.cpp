@@ -13,10 +13,11 @@ constexpr LONG APPLICATION_FCOE = 0;
 
 std::mutex g_lock;
 
-// Runs one operation under its faults. work: HRESULT(sim::Call&), not called when a fault decides the result.
-template <class Work> HRESULT Run(sim::Function function, const sim::Adapter* adapter, Work work) {
+// Runs one operation under its faults. find: as sim::Call's. work: HRESULT(sim::Call&), not called when a fault decides
+// the result.
+template <class Find, class Work> HRESULT Run(sim::Function function, Find find, Work work) {
     try {
-        sim::Call call(function, adapter);
+        sim::Call call(function, find);
         const auto status = call.Status();
         return static_cast<HRESULT>(call.Done(status ? *status : static_cast<std::uint32_t>(work(call))));
     } catch (const std::runtime_error&) {
@@ -30,12 +31,14 @@ template <class State, class Fill> HRESULT Answer(sim::Function function, BSTR n
         return E_POINTER;
     *state = {};
     const std::lock_guard lock(g_lock);
-    const sim::Scene& scene = sim::Simulation::Instance().Current();
-    if (!scene.error.empty())
-        return E_UNEXPECTED;
-    const sim::Adapter* const adapter = scene.topology.FindAdapter({name ? name : L"", SysStringLen(name)});
-    return Run(function, adapter, [&](sim::Call& call) -> HRESULT {
+    const auto Find = [&](const sim::Scene& scene) {
+        return scene.topology.FindAdapter({name ? name : L"", SysStringLen(name)});
+    };
+    return Run(function, Find, [&](sim::Call& call) -> HRESULT {
+        const sim::Adapter* const adapter = call.About();
         call.Note("adapter", [&] { return adapter ? adapter->identifier : std::string("unknown"); });
+        if (!call.Scene().error.empty())
+            return E_UNEXPECTED;
         if (!adapter)
             return HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
         const auto result = static_cast<HRESULT>(fill(adapter->dcb));
@@ -75,6 +78,7 @@ HRESULT DcbClassFactory::CreateInstance(IUnknown* outer, REFIID iid, void** obje
     *object = nullptr;
     const std::lock_guard lock(g_lock);
     sim::Simulation::Instance().LoadIfChanged();
-    return Run("CreateInstance", nullptr,
+    const auto NoAdapter = [](const sim::Scene&) -> const sim::Adapter* { return nullptr; };
+    return Run("CreateInstance", NoAdapter,
                [&](sim::Call&) { return ComClassFactory<DcbIoControl>::CreateInstance(outer, iid, object); });
 }

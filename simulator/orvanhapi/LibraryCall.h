@@ -13,43 +13,34 @@ namespace orvanhapi {
 
 class LibraryCall : public sim::Call {
   public:
-    // A call about no adapter, or about one that is not known by a handle.
-    explicit LibraryCall(sim::Function function, const sim::Adapter* adapter = nullptr)
-        : LibraryCall(function, adapter, false) {}
+    // A call about no adapter.
+    explicit LibraryCall(sim::Function function) : Call(function) {}
+    // About one that is not known by a handle. find: as Call's.
+    template <class Find> LibraryCall(sim::Function function, Find find) : Call(function, find) {}
     LibraryCall(sim::Function function, HBA_HANDLE handle)
-        : LibraryCall(function, sim::Simulation::Instance().Current(), handle) {}
+        : Call(function, [&](const sim::Scene& scene) { return HandleTable::Instance().Find(scene, handle); }),
+          m_byHandle(true) {
+        Note("handle", handle);
+    }
 
     // What the call ends with at once: a fault's status, a wrong topology, a handle that is not open. None: it goes on.
     std::optional<HBA_STATUS> Refusal() const {
         if (const auto status = Status())
             return status;
-        if (!m_scene.error.empty())
+        if (!Scene().error.empty())
             return HBA_STATUS_ERROR;
-        if (m_byHandle && !m_adapter)
+        if (m_byHandle && !About())
             return HBA_STATUS_ERROR_INVALID_HANDLE;
         return std::nullopt;
     }
     // Ends a call that was refused, or one whose output is garbage.
     HBA_STATUS DoneEarly(const std::optional<HBA_STATUS>& refusal) { return Done(refusal.value_or(HBA_STATUS_OK)); }
 
-    const sim::Scene& Scene() const { return m_scene; }
     // Only for calls that Refusal let through.
-    const sim::Adapter& Adapter() const { return *m_adapter; }
+    const sim::Adapter& Adapter() const { return *About(); }
 
   private:
-    LibraryCall(sim::Function function, const sim::Adapter* adapter, bool byHandle)
-        : LibraryCall(function, sim::Simulation::Instance().Current(), adapter, byHandle) {}
-    // Adapter and scene belong together, also when the topology is loaded anew meanwhile.
-    LibraryCall(sim::Function function, const sim::Scene& scene, HBA_HANDLE handle)
-        : LibraryCall(function, scene, HandleTable::Instance().Find(scene, handle), true) {
-        Note("handle", handle);
-    }
-    LibraryCall(sim::Function function, const sim::Scene& scene, const sim::Adapter* adapter, bool byHandle)
-        : Call(function, adapter), m_scene(scene), m_adapter(adapter), m_byHandle(byHandle) {}
-
-    const sim::Scene& m_scene;
-    const sim::Adapter* m_adapter;
-    bool m_byHandle; // the adapter stands for a handle
+    bool m_byHandle = false; // the adapter stands for a handle
 };
 
 // Answers with one record that fill makes.

@@ -67,14 +67,16 @@ HBA_STATUS GetAdapterName(HBA_UINT32 index, char* name) {
 }
 
 HBA_HANDLE OpenAdapter(char* name) {
-    const auto& adapters = sim::Simulation::Instance().Current().topology.adapters;
-    const auto adapter = std::find_if(adapters.begin(), adapters.end(), [&](const sim::Adapter& candidate) {
-        return name && sim::Ansi(candidate.libraryName) == name;
+    LibraryCall call("OpenAdapter", [&](const sim::Scene& scene) -> const sim::Adapter* {
+        const auto& adapters = scene.topology.adapters;
+        const auto found = std::find_if(adapters.begin(), adapters.end(), [&](const sim::Adapter& adapter) {
+            return name && sim::Ansi(adapter.libraryName) == name;
+        });
+        return found == adapters.end() ? nullptr : &*found;
     });
-    LibraryCall call("OpenAdapter", adapter == adapters.end() ? nullptr : &*adapter);
-    if (call.Refusal() || adapter == adapters.end())
+    if (call.Refusal() || !call.About())
         return call.Done(HBA_HANDLE_INVALID);
-    return call.Done(HandleTable::Instance().Open(*adapter));
+    return call.Done(HandleTable::Instance().Open(call.Adapter()));
 }
 
 void CloseAdapter(HBA_HANDLE handle) {

@@ -13,8 +13,8 @@ using orvanhapi::ToHba;
 
 namespace {
 
-template <class Matches> const sim::Adapter* FindFcoeAdapter(Matches matches) {
-    const auto& adapters = sim::Simulation::Instance().Current().topology.adapters;
+template <class Matches> const sim::Adapter* FindFcoeAdapter(const sim::Scene& scene, Matches matches) {
+    const auto& adapters = scene.topology.adapters;
     const auto found = std::find_if(adapters.begin(), adapters.end(), [&](const sim::Adapter& adapter) {
         return adapter.supportsFcoe && matches(adapter);
     });
@@ -31,11 +31,11 @@ HBA_STATUS ORVAN_InitializeLibrary(void) {
 }
 
 HBA_STATUS ORVAN_GetFCoEControllerInfo(const wchar_t* device, HBA_UINT32* controller, char name[ORVAN_NAME_SIZE]) {
-    const sim::Adapter* adapter = device ? FindFcoeAdapter([&](const sim::Adapter& candidate) {
-        return sim::EqualNoCase(sim::Wide("\\DEVICE\\" + candidate.identifier), device);
-    })
-                                         : nullptr;
-    LibraryCall call("ORVAN_GetFCoEControllerInfo", adapter);
+    LibraryCall call("ORVAN_GetFCoEControllerInfo", [&](const sim::Scene& scene) {
+        return FindFcoeAdapter(scene, [&](const sim::Adapter& adapter) {
+            return device && sim::EqualNoCase(sim::Wide("\\DEVICE\\" + adapter.identifier), device);
+        });
+    });
     call.Note("device", [&] { return sim::Utf8(device ? device : L""); });
     const auto refusal = call.Refusal();
     if (call.Garbage(name, ORVAN_NAME_SIZE) || refusal) {
@@ -44,25 +44,26 @@ HBA_STATUS ORVAN_GetFCoEControllerInfo(const wchar_t* device, HBA_UINT32* contro
     }
     if (!device || !controller || !name)
         return call.Done(HBA_STATUS_ERROR_ARG);
-    if (!adapter)
+    if (!call.About())
         return call.Done(HBA_STATUS_ERROR_ILLEGAL_INDEX);
-    *controller = adapter->controller;
-    const std::string text = sim::Ansi(adapter->libraryName);
+    const sim::Adapter& adapter = call.Adapter();
+    *controller = adapter.controller;
+    const std::string text = sim::Ansi(adapter.libraryName);
     std::memset(name, call.TextPadding(), ORVAN_NAME_SIZE);
     name[text.copy(name, ORVAN_NAME_SIZE - 1)] = call.TextPadding();
-    call.Note("name", [&] { return adapter->libraryName; });
+    call.Note("name", [&] { return adapter.libraryName; });
     return call.Done(HBA_STATUS_OK);
 }
 
 HBA_HANDLE ORVAN_GetFCoEControllerHandle(const char* name) {
-    const sim::Adapter* adapter =
-        name ? FindFcoeAdapter([&](const sim::Adapter& candidate) { return sim::Ansi(candidate.libraryName) == name; })
-             : nullptr;
-    LibraryCall call("ORVAN_GetFCoEControllerHandle", adapter);
+    LibraryCall call("ORVAN_GetFCoEControllerHandle", [&](const sim::Scene& scene) {
+        return FindFcoeAdapter(
+            scene, [&](const sim::Adapter& adapter) { return name && sim::Ansi(adapter.libraryName) == name; });
+    });
     call.Note("name", [&] { return std::string(name ? name : ""); });
     HBA_HANDLE handle = HBA_HANDLE_INVALID;
-    if (!call.Garbage(&handle, sizeof handle) && !call.Refusal() && adapter)
-        handle = HandleTable::Instance().Open(*adapter);
+    if (!call.Garbage(&handle, sizeof handle) && !call.Refusal() && call.About())
+        handle = HandleTable::Instance().Open(call.Adapter());
     return call.Done(handle);
 }
 

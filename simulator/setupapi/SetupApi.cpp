@@ -46,7 +46,7 @@ extern "C" {
 
 HDEVINFO WINAPI SetupDiGetClassDevsW(const GUID* deviceClass, PCWSTR, HWND, DWORD flags) {
     sim::Call call("SetupDiGetClassDevsW");
-    const sim::Scene& scene = sim::Simulation::Instance().Current();
+    const sim::Scene& scene = call.Scene();
     DWORD error = scene.error.empty() ? ERROR_SUCCESS : ERROR_BAD_CONFIGURATION;
     if (!deviceClass && !(flags & DIGCF_ALLCLASSES))
         error = ERROR_INVALID_PARAMETER;

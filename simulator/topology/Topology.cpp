@@ -15,6 +15,15 @@ constexpr char DEFAULT_TOPOLOGY[] =
 #include "DefaultTopology.inc"
     ;
 
+} // namespace
+
+const Adapter* Topology::FindAdapter(std::wstring_view identifier) const {
+    const auto found = std::find_if(adapters.begin(), adapters.end(), [&](const Adapter& adapter) {
+        return EqualNoCase(Wide(adapter.identifier), identifier);
+    });
+    return found == adapters.end() ? nullptr : &*found;
+}
+
 std::wstring RegistryText(const wchar_t* value) {
     constexpr wchar_t KEY[] = L"SOFTWARE\\ORVAN\\Simulator";
     DWORD size = 0;
@@ -27,19 +36,15 @@ std::wstring RegistryText(const wchar_t* value) {
     return text;
 }
 
-} // namespace
-
-const Adapter* Topology::FindAdapter(std::wstring_view identifier) const {
-    const auto found = std::find_if(adapters.begin(), adapters.end(), [&](const Adapter& adapter) {
-        return EqualNoCase(Wide(adapter.identifier), identifier);
-    });
-    return found == adapters.end() ? nullptr : &*found;
-}
-
-std::wstring SimulatorSetting(const wchar_t* variable, const wchar_t* registryValue) {
+std::wstring EnvironmentText(const wchar_t* variable) {
     std::wstring text(32768, L'\0');
     // The process's own variables: the C run time's copy does not see what another module has set.
     text.resize(GetEnvironmentVariableW(variable, text.data(), static_cast<DWORD>(text.size())));
+    return text;
+}
+
+std::wstring SimulatorSetting(const wchar_t* variable, const wchar_t* registryValue) {
+    const std::wstring text = EnvironmentText(variable);
     return text.empty() ? RegistryText(registryValue) : text;
 }
 

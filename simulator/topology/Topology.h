@@ -202,6 +202,8 @@ class TopologyError : public std::runtime_error {
 std::filesystem::path TopologyFile();
 // A text value of HKLM\SOFTWARE\ORVAN\Simulator, or the environment variable if that is set; empty: neither is.
 std::wstring SimulatorSetting(const wchar_t* variable, const wchar_t* registryValue);
+std::wstring EnvironmentText(const wchar_t* variable);
+std::wstring RegistryText(const wchar_t* value);
 
 // Where a recorded response comes from that the text names by its file; none: from the file. Throws TopologyError.
 using ResponseReader = std::function<std::vector<std::uint8_t>(const std::filesystem::path&)>;

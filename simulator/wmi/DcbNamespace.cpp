@@ -55,13 +55,12 @@ HRESULT DcbNamespace::ExecQuery(const BSTR language, const BSTR query, LONG, IWb
     if (!language || !query || !enumerator)
         return WBEM_E_INVALID_PARAMETER;
     *enumerator = nullptr;
-    const sim::Scene& scene = sim::Simulation::Instance().Current();
-    if (!scene.error.empty())
-        return WBEM_E_PROVIDER_FAILURE;
     try {
         sim::Call call("ExecQuery");
         const auto status = call.Status();
-        const HRESULT result = status ? static_cast<HRESULT>(*status) : Judge(language, query, scene.topology.osDcb);
+        const HRESULT result = status                        ? static_cast<HRESULT>(*status)
+                               : !call.Scene().error.empty() ? static_cast<HRESULT>(WBEM_E_PROVIDER_FAILURE)
+                                                             : Judge(language, query, call.Scene().topology.osDcb);
         call.Done(static_cast<std::uint32_t>(result));
         if (FAILED(result))
             return result;

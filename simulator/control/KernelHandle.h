@@ -5,7 +5,7 @@
 
 #include "Common/Src/Owner.h"
 
-namespace coreagent {
+namespace sim {
 
 struct KernelHandleTraits {
     using Handle = HANDLE;
@@ -14,4 +14,4 @@ struct KernelHandleTraits {
 };
 using KernelHandle = CQelOwner<KernelHandleTraits>;
 
-} // namespace coreagent
+} // namespace sim

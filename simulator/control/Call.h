@@ -40,6 +40,11 @@ class Call {
     }
     // About an adapter that the caller knows from a scene, this one or an earlier.
     Call(Function function, const Adapter* adapter) : m_about(adapter) { Begin(function); }
+    // In a scene that is not the module's own; the caller keeps it.
+    template <class Find>
+    Call(Function function, const sim::Scene& scene, Find find) : m_scene(scene), m_about(find(m_scene.Get())) {
+        Begin(function);
+    }
     ~Call();
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;

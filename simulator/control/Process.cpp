@@ -58,7 +58,10 @@ std::optional<ProcessStatus> Process::StatusOf(DWORD process) {
     const Head& head = *section.Head<Head>();
     if (head.world[0] == 0 || (started != 0 && head.started != started))
         return std::nullopt;
-    return ProcessStatus{{head.origin, head.source, head.instance}, head.world};
+    return ProcessStatus{{head.origin, head.source, head.instance},
+                         head.world,
+                         head.disarmed && head.disarmedSerial == head.serial ? head.disarmedVersion : 0,
+                         head.armings};
 }
 
 Choice Process::ChoiceNow() const {

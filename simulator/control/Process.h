@@ -17,7 +17,9 @@ namespace sim {
 // What others can know of a process.
 struct ProcessStatus {
     Choice choice;
-    std::wstring world; // the name of its world
+    std::wstring world;                // the name of its world
+    std::uint64_t disarmedVersion = 0; // whose faults shall not show in it
+    std::uint64_t armings = 0;         // how often that was said
 };
 
 class Process {

@@ -41,6 +41,15 @@ FileMark MarkOf(const std::filesystem::path& file) {
     return mark;
 }
 
+bool IsForbidden(const wchar_t* file) {
+    const HANDLE opened = CreateFileW(file, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (opened == INVALID_HANDLE_VALUE)
+        return GetLastError() == ERROR_ACCESS_DENIED;
+    CloseHandle(opened);
+    return false;
+}
+
 // The same in every process, unlike a hash of the library's.
 std::wstring HashText(const std::wstring& text) {
     std::uint64_t hash = 0xCBF29CE484222325;
@@ -126,10 +135,10 @@ std::string World::LookAtFile(Look look) {
     FileMark mark;
     const auto IsAsBefore = [&] {
         mark = MarkOf(m_head->file);
-        return look == Look::IfChanged && !m_head->fileIsFresh && mark.time == m_head->fileTime &&
+        return look != Look::Always && !m_head->fileIsFresh && mark.time == m_head->fileTime &&
                mark.size == m_head->fileSize;
     };
-    if (!m_head->hasFile || IsAsBefore())
+    if (!m_head->hasFile || IsAsBefore() || (look == Look::IfReadable && IsForbidden(m_head->file)))
         return {};
     const Section::Lock lock(m_section);
     if (IsAsBefore()) // another one has looked

@@ -52,7 +52,8 @@ class World {
     // Looks whether the file has changed since it was looked at last, and puts a new version when it has. A wrong one
     // does not replace a good one: it becomes the problem. Returns that when it is new. Nothing happens for other
     // worlds.
-    enum class Look { IfChanged, Always };
+    // IfReadable: only if this account may read it, who is not the one that chose it.
+    enum class Look { IfChanged, IfReadable, Always };
     std::string LookAtFile(Look look);
     // Why the last good topology stays in use; empty: it is what the file says.
     std::string Problem() const;

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "simulator/control/Call.h"
+#include "simulator/dcbservice/ClientWorld.h"
 #include "simulator/dcbservice/Crash.h"
 
 namespace {
@@ -13,13 +14,28 @@ constexpr LONG APPLICATION_FCOE = 0;
 
 std::mutex g_lock;
 
-// Runs one operation under its faults. find: as sim::Call's. work: HRESULT(sim::Call&), not called when a fault decides
-// the result.
-template <class Find, class Work> HRESULT Run(sim::Function function, Find find, Work work) {
+// What the calling client sees; g_lock is held.
+std::shared_ptr<const sim::Scene> CallersScene(bool look = false) {
+    static ClientWorlds worlds;
+    return worlds.OfCaller(look);
+}
+
+// Runs one operation under its faults. work: HRESULT(sim::Call&), not called when a fault decides the result.
+template <class Work> HRESULT Finish(sim::Call& call, Work work) {
+    const auto status = call.Status();
+    return static_cast<HRESULT>(call.Done(status ? *status : static_cast<std::uint32_t>(work(call))));
+}
+
+// The same in the client's scene. find: as sim::Call's.
+template <class Find, class Work>
+HRESULT Run(sim::Function function, const std::shared_ptr<const sim::Scene>& scene, Find find, Work work) {
     try {
+        if (scene) {
+            sim::Call call(function, *scene, find);
+            return Finish(call, work);
+        }
         sim::Call call(function, find);
-        const auto status = call.Status();
-        return static_cast<HRESULT>(call.Done(status ? *status : static_cast<std::uint32_t>(work(call))));
+        return Finish(call, work);
     } catch (const std::runtime_error&) {
         Crash();
     }
@@ -34,7 +50,7 @@ template <class State, class Fill> HRESULT Answer(sim::Function function, BSTR n
     const auto Find = [&](const sim::Scene& scene) {
         return scene.topology.FindAdapter({name ? name : L"", SysStringLen(name)});
     };
-    return Run(function, Find, [&](sim::Call& call) -> HRESULT {
+    return Run(function, CallersScene(), Find, [&](sim::Call& call) -> HRESULT {
         const sim::Adapter* const adapter = call.About();
         call.Note("adapter", [&] { return adapter ? adapter->identifier : std::string("unknown"); });
         if (!call.Scene().error.empty())
@@ -77,8 +93,10 @@ HRESULT DcbClassFactory::CreateInstance(IUnknown* outer, REFIID iid, void** obje
         return E_POINTER;
     *object = nullptr;
     const std::lock_guard lock(g_lock);
-    sim::Simulation::Instance().LoadIfChanged();
+    const auto scene = CallersScene(true);
+    if (!scene)
+        sim::Simulation::Instance().LoadIfChanged();
     const auto NoAdapter = [](const sim::Scene&) -> const sim::Adapter* { return nullptr; };
-    return Run("CreateInstance", NoAdapter,
+    return Run("CreateInstance", scene, NoAdapter,
                [&](sim::Call&) { return ComClassFactory<DcbIoControl>::CreateInstance(outer, iid, object); });
 }

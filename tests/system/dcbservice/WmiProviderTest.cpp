@@ -8,6 +8,7 @@
 #include "Common/Src/ComOwner.h"
 #include "Common/Src/Helper.h"
 #include "Common/Src/Owner.h"
+#include "simulator/control/SimControl.h"
 #include "tests/kit/DcbSystem.h"
 #include "tests/kit/FindFunction.h"
 #include "tests/kit/LogCapture.h"
@@ -84,10 +85,20 @@ TEST_F(WmiProvider, FaultsOfTheQuery) {
     EXPECT_FALSE(CHelper().IsMicrosoftDcbInstalled());
     Simulate(R"({"os_dcb": true, "adapters": [], "faults": [{"function": "ExecQuery", "throw": true}]})");
     EXPECT_FALSE(CHelper().IsMicrosoftDcbInstalled());
-    Simulate("{");
-    EXPECT_FALSE(CHelper().IsMicrosoftDcbInstalled());
     Simulate(R"({"os_dcb": true, "adapters": []})");
     EXPECT_TRUE(CHelper().IsMicrosoftDcbInstalled());
+    Simulate("{");
+    EXPECT_TRUE(CHelper().IsMicrosoftDcbInstalled()) << "the last good topology stays";
+}
+
+TEST_F(WmiProvider, ShowsATextThatAnotherModuleWasGiven) {
+    Simulate(R"({"os_dcb": false, "adapters": []})");
+    EXPECT_FALSE(CHelper().IsMicrosoftDcbInstalled());
+    const CQelModule library(LoadLibraryW(L"orvanhapi.dll"));
+    EXPECT_EQ(nullptr, NEED_FUNCTION(library.Get(), OrvanSim_LoadTopology)(R"({"os_dcb": true, "adapters": []})"));
+    EXPECT_TRUE(CHelper().IsMicrosoftDcbInstalled());
+    EXPECT_EQ(nullptr, NEED_FUNCTION(library.Get(), OrvanSim_ReloadTopology)());
+    EXPECT_FALSE(CHelper().IsMicrosoftDcbInstalled());
 }
 
 TEST_F(WmiProvider, JudgesQueriesAsWmiDoes) {

@@ -1,0 +1,75 @@
+#include "simulator/dcbservice/ClientWorld.h"
+
+#include <algorithm>
+#include <optional>
+
+#include <windows.h>
+
+#include <rpc.h>
+#include <rpcdcep.h>
+
+#include "simulator/control/CallLog.h"
+#include "simulator/control/Process.h"
+
+namespace {
+
+// Worlds of clients that are gone stay among these, with how far their faults have come: the next client of the same
+// topology goes on there.
+constexpr std::size_t MAX_KNOWN = 16;
+
+// None: the caller is in no process that can be told, as who calls from within this one.
+std::optional<sim::ProcessStatus> Caller() {
+    unsigned long process = 0;
+    if (I_RpcBindingInqLocalClientPID(nullptr, &process) != RPC_S_OK)
+        return std::nullopt;
+    return sim::Process::StatusOf(process);
+}
+
+bool IsOwnChoice(sim::Origin origin) {
+    return origin == sim::Origin::Variable || origin == sim::Origin::Control;
+}
+
+} // namespace
+
+ClientWorlds::Known& ClientWorlds::Find(const std::wstring& world) {
+    const auto found =
+        std::find_if(m_known.begin(), m_known.end(), [&](const Known& known) { return known.world->Name() == world; });
+    if (found != m_known.end()) {
+        std::rotate(found, found + 1, m_known.end());
+    } else {
+        if (m_known.size() == MAX_KNOWN)
+            m_known.erase(m_known.begin());
+        m_known.push_back({sim::World::Find(world), nullptr});
+    }
+    return m_known.back();
+}
+
+std::shared_ptr<const sim::Scene> ClientWorlds::OfCaller(bool look) {
+    const auto caller = Caller();
+    // A suite of another name on this machine is none of this service's.
+    const sim::Choice own = sim::ConfiguredChoice();
+    if (!caller || caller->choice.instance != own.instance ||
+        (own.origin == sim::Origin::Variable && !IsOwnChoice(caller->choice.origin)))
+        return nullptr;
+    Known& known = Find(caller->world);
+    if (!known.world) { // the caller has just ended
+        m_known.pop_back();
+        return nullptr;
+    }
+    if (look) {
+        const std::string problem = known.world->LookAtFile(sim::World::Look::IfReadable);
+        if (!problem.empty())
+            sim::CallLog::Instance().Write("topology error: " + problem);
+    }
+    if (!known.scene || known.scene->version != known.world->Version()) {
+        known.scene = std::make_shared<sim::Scene>(caller->choice, known.world);
+        if (!known.scene->error.empty())
+            sim::CallLog::Instance().Write("topology error: " + known.scene->error);
+    }
+    // A text is one process's, and so is whether its faults show.
+    if (caller->choice.origin == sim::Origin::Control && known.scene->armings != caller->armings) {
+        known.scene->Arm(known.scene->version != caller->disarmedVersion);
+        known.scene->armings = caller->armings;
+    }
+    return known.scene;
+}

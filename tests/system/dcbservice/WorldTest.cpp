@@ -1,0 +1,186 @@
+// The DCB service answers each client from the client's world, and the WMI provider from its process's.
+#include <fstream>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "Common/Src/ComOwner.h"
+#include "Common/Src/Owner.h"
+#include "FcoeAgent/OrvanDcb.h"
+#include "simulator/control/SimControl.h"
+#include "tests/kit/DcbSystem.h"
+#include "tests/kit/FindFunction.h"
+#include "tests/kit/ProgramFolder.h"
+#include "tests/kit/StartProcess.h"
+#include "tests/kit/TempFolder.h"
+
+namespace {
+
+using nlohmann::json;
+
+constexpr wchar_t VARIABLE[] = L"ORVAN_SIM_TOPOLOGY";
+
+// One adapter whose DCB priority map is the number.
+std::string WithPriorities(int map, const json& faults = json::array()) {
+    const std::wstring identifier = DcbSystem::Identifier(0);
+    return json{{"adapters",
+                 {{{"identifier", std::string(identifier.begin(), identifier.end())},
+                   {"mac", "02:05:7C:00:00:01"},
+                   {"port", {{"node_wwn", "10:00:02:05:7C:00:00:01"}, {"port_wwn", "20:00:02:05:7C:00:00:01"}}},
+                   {"dcb", {{"priority_bitmap", map}}}}}},
+                {"faults", faults}}
+        .dump();
+}
+
+// The service as this process sees it.
+class Client {
+  public:
+    Client() {
+        EXPECT_HRESULT_SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED));
+        EXPECT_HRESULT_SUCCEEDED(Renew());
+    }
+    ~Client() {
+        m_control.Reset();
+        CoUninitialize();
+    }
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    // Another object of the service's: it looks at the file then.
+    HRESULT Renew() {
+        return CoCreateInstance(__uuidof(OrvanDcbIoControl), nullptr, CLSCTX_LOCAL_SERVER, __uuidof(IOrvanDcbIoControl),
+                                reinterpret_cast<void**>(m_control.Put()));
+    }
+    HRESULT Ask(int& map) {
+        DCB_APP_STATE state{};
+        const CQelBstr adapter(SysAllocString(DcbSystem::Identifier(0).c_str()));
+        const HRESULT result = m_control.Get()->get_app_oper_state(adapter.Get(), 0, &state);
+        map = state.byPriorityMap;
+        return result;
+    }
+    // -1: the service has no answer.
+    int Priorities() {
+        int map = 0;
+        return SUCCEEDED(Ask(map)) ? map : -1;
+    }
+
+  private:
+    CQelComPointer<IOrvanDcbIoControl> m_control;
+};
+
+class DcbWorld : public testing::Test {
+  protected:
+    DcbWorld() {
+        std::ofstream(system.TopologyFile()) << WithPriorities(1);
+        system.Start();
+    }
+    ~DcbWorld() override { SetEnvironmentVariableW(VARIABLE, nullptr); }
+
+    std::wstring Write(const wchar_t* name, const std::string& text) const {
+        std::ofstream(folder.Path() / name) << text;
+        return (folder.Path() / name).wstring();
+    }
+    static CQelModule LoadLibraryModule() { return CQelModule(LoadLibraryW(L"orvanhapi.dll")); }
+    // What the service answers to another process that has the file by the variable.
+    static int PrioritiesOfAnother(const std::wstring& file) {
+        wchar_t before[MAX_PATH * 2] = L"";
+        GetEnvironmentVariableW(VARIABLE, before, MAX_PATH * 2);
+        SetEnvironmentVariableW(VARIABLE, file.c_str());
+        STARTUPINFOW start{};
+        start.cb = sizeof start;
+        PROCESS_INFORMATION process{};
+        EXPECT_TRUE(StartProcess(L'"' + ProgramFile().wstring() +
+                                     L"\" --gtest_also_run_disabled_tests --gtest_filter=OtherClient.DISABLED_Asks",
+                                 false, start, process));
+        SetEnvironmentVariableW(VARIABLE, before[0] ? before : nullptr);
+        WaitForSingleObject(process.hProcess, INFINITE);
+        DWORD code = 0;
+        GetExitCodeProcess(process.hProcess, &code);
+        CloseHandle(process.hThread);
+        CloseHandle(process.hProcess);
+        return static_cast<int>(code);
+    }
+
+    DcbSystem system;
+    TempFolder folder;
+};
+
+TEST(OtherClient, DISABLED_Asks) {
+    const CQelModule library(LoadLibraryW(L"orvanhapi.dll"));
+    int map = 0;
+    {
+        Client client;
+        map = client.Priorities();
+    }
+    ExitProcess(static_cast<UINT>(map));
+}
+
+TEST_F(DcbWorld, AClientWithoutTheSuiteSeesTheServicesTopology) {
+    Client client;
+    EXPECT_EQ(1, client.Priorities());
+}
+
+TEST_F(DcbWorld, TheVariableReachesTheService) {
+    SetEnvironmentVariableW(VARIABLE, Write(L"own.json", WithPriorities(2)).c_str());
+    const CQelModule library = LoadLibraryModule();
+    Client client;
+    EXPECT_EQ(2, client.Priorities());
+}
+
+TEST_F(DcbWorld, TwoProcessesSeeTheirOwnFiles) {
+    const std::wstring first = Write(L"first.json", WithPriorities(4));
+    SetEnvironmentVariableW(VARIABLE, Write(L"second.json", WithPriorities(8)).c_str());
+    const CQelModule library = LoadLibraryModule();
+    Client client;
+    EXPECT_EQ(8, client.Priorities());
+    EXPECT_EQ(4, PrioritiesOfAnother(first));
+    EXPECT_EQ(8, client.Priorities());
+    EXPECT_EQ(8, PrioritiesOfAnother(folder.Path() / L"second.json"));
+}
+
+TEST_F(DcbWorld, ATextReachesTheServiceAndSoDoItsArmedFaults) {
+    const CQelModule library = LoadLibraryModule();
+    const auto load = NEED_FUNCTION(library.Get(), OrvanSim_LoadTopology);
+    EXPECT_EQ(nullptr, load(WithPriorities(16).c_str()));
+    Client client;
+    EXPECT_EQ(16, client.Priorities());
+    EXPECT_EQ(nullptr,
+              load(WithPriorities(32, {{{"function", "get_app_oper_state"}, {"hresult", "0x80004005"}}}).c_str()));
+    EXPECT_EQ(-1, client.Priorities());
+    NEED_FUNCTION(library.Get(), OrvanSim_ArmFaults)(0);
+    EXPECT_EQ(32, client.Priorities());
+    NEED_FUNCTION(library.Get(), OrvanSim_ArmFaults)(1);
+    EXPECT_EQ(-1, client.Priorities());
+    EXPECT_EQ(nullptr, NEED_FUNCTION(library.Get(), OrvanSim_ReloadTopology)());
+    EXPECT_EQ(1, client.Priorities()) << "no choice of its own any more";
+}
+
+TEST_F(DcbWorld, AChangedFileIsTakenUpByTheModuleThatLooksForAll) {
+    const std::wstring file = Write(L"own.json", WithPriorities(2));
+    SetEnvironmentVariableW(VARIABLE, file.c_str());
+    const CQelModule library = LoadLibraryModule();
+    Client client;
+    EXPECT_EQ(2, client.Priorities());
+    Write(L"own.json", WithPriorities(4));
+    EXPECT_EQ(2, client.Priorities()) << "nobody has looked";
+    NEED_FUNCTION(library.Get(), OrvanSim_ReloadTopology)();
+    EXPECT_EQ(4, client.Priorities());
+    Write(L"own.json", WithPriorities(8));
+    EXPECT_HRESULT_SUCCEEDED(client.Renew());
+    EXPECT_EQ(8, client.Priorities());
+}
+
+TEST_F(DcbWorld, HalfAFileKeepsTheLastGoodTopologyInTheService) {
+    const std::string text = WithPriorities(2);
+    SetEnvironmentVariableW(VARIABLE, Write(L"own.json", text).c_str());
+    const CQelModule library = LoadLibraryModule();
+    Client client;
+    EXPECT_EQ(2, client.Priorities());
+    Write(L"own.json", text.substr(0, text.size() / 2));
+    EXPECT_HRESULT_SUCCEEDED(client.Renew());
+    EXPECT_EQ(2, client.Priorities());
+    const std::string error = NEED_FUNCTION(library.Get(), OrvanSim_TopologyError)();
+    EXPECT_TRUE(error.ends_with("; the last good topology stays in use")) << error;
+}
+
+} // namespace

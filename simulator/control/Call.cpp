@@ -28,7 +28,7 @@ const Fault* DueFault(const Scene& scene, Function function, const Adapter* adap
 } // namespace
 
 void Call::Begin(Function function) {
-    m_logged = CallLog::Instance().IsOn();
+    m_logged = m_file || CallLog::Instance().IsOn();
     CallLog::Instance().Count(function);
     if (m_logged)
         m_line = function.Name();
@@ -39,7 +39,7 @@ void Call::Begin(Function function) {
         Sleep(m_fault->delayMs);
     if (m_fault->throws) {
         if (m_logged)
-            CallLog::Instance().Write(m_line + " throws");
+            Write(m_line + " throws");
         throw ThrownFault(*m_fault, "simulated fault of " + std::string(function.Name()));
     }
 }
@@ -58,7 +58,7 @@ void Call::AppendResult(std::uint64_t result) {
 
 Call::~Call() {
     if (m_logged)
-        CallLog::Instance().Write(m_line);
+        Write(m_line);
 }
 
 } // namespace sim

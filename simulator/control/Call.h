@@ -40,9 +40,10 @@ class Call {
     }
     // About an adapter that the caller knows from a scene, this one or an earlier.
     Call(Function function, const Adapter* adapter) : m_about(adapter) { Begin(function); }
-    // In a scene that is not the module's own; the caller keeps it.
+    // In a scene that is not the module's own, logged in a file that may be another, too; the caller keeps both.
     template <class Find>
-    Call(Function function, const sim::Scene& scene, Find find) : m_scene(scene), m_about(find(m_scene.Get())) {
+    Call(Function function, const sim::Scene& scene, const CallFile& file, Find find)
+        : m_scene(scene), m_about(find(m_scene.Get())), m_file(file.IsOpen() ? &file : nullptr) {
         Begin(function);
     }
     ~Call();
@@ -87,11 +88,13 @@ class Call {
 
   private:
     void Begin(Function function);
+    void Write(const std::string& line) { CallLog::Instance().Write(line, Scene().version, m_file); }
     void Append(const char* name, const std::string& value);
     void AppendResult(std::uint64_t result);
 
     const SceneInUse m_scene;
     const sim::Adapter* m_about = nullptr;
+    const CallFile* m_file = nullptr; // in place of the module's
     const Fault* m_fault = nullptr;
     bool m_logged = false;
     std::string m_line;

@@ -1,7 +1,7 @@
 // The calls of the simulated functions: counted always, written as lines of text on demand.
 //
-// The lines go to the file that the environment variable ORVAN_SIM_CALLS names, which all simulated modules of all
-// processes append to, and to memory while a test records them.
+// The lines go to the file that is configured for them, and, without what the file has before them, to memory while a
+// test records them.
 #pragma once
 
 #include <array>
@@ -10,8 +10,7 @@
 #include <mutex>
 #include <string>
 
-#include <windows.h>
-
+#include "simulator/control/CallFile.h"
 #include "simulator/topology/Functions.h"
 
 namespace sim {
@@ -27,18 +26,18 @@ class CallLog {
 
     // Whether anyone reads the lines.
     bool IsOn() const { return m_on.load(std::memory_order_relaxed); }
-    void Write(const std::string& line);
+    // version: of the world that it is about. file: in place of the configured one.
+    void Write(const std::string& line, std::uint64_t version, const CallFile* file = nullptr);
     void Record(bool record);
     std::string Recorded();
 
   private:
     CallLog();
-    ~CallLog();
 
     std::array<std::atomic<std::uint32_t>, FUNCTION_COUNT> m_counts{};
     std::atomic<bool> m_on{false};
     std::mutex m_lock;
-    HANDLE m_file = INVALID_HANDLE_VALUE;
+    const CallFile m_file;
     bool m_record = false;
     std::string m_recorded;
 };

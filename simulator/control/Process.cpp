@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "simulator/control/CallFile.h"
+
 namespace sim {
 namespace {
 
@@ -37,6 +39,7 @@ Process::Process(void (*follow)())
         m_head->serial = serial + 1;
         m_head->started = started;
     }
+    CopyCut(m_head->calls, ConfiguredCallFile());
     const auto place = std::find(m_head->follow, m_head->follow + MAX_MODULES, nullptr);
     if (place != m_head->follow + MAX_MODULES)
         *place = follow;
@@ -60,6 +63,7 @@ std::optional<ProcessStatus> Process::StatusOf(DWORD process) {
         return std::nullopt;
     return ProcessStatus{{head.origin, head.source, head.instance},
                          head.world,
+                         head.calls,
                          head.disarmed && head.disarmedSerial == head.serial ? head.disarmedVersion : 0,
                          head.armings};
 }

@@ -18,6 +18,7 @@ namespace sim {
 struct ProcessStatus {
     Choice choice;
     std::wstring world;                // the name of its world
+    std::wstring calls;                // the file for its calls; empty: they are not wanted
     std::uint64_t disarmedVersion = 0; // whose faults shall not show in it
     std::uint64_t armings = 0;         // how often that was said
 };
@@ -70,6 +71,7 @@ class Process {
         wchar_t source[4096];
         wchar_t instance[256];
         wchar_t world[256];
+        wchar_t calls[4096];
         void (*follow[MAX_MODULES])();
     };
 

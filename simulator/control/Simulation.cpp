@@ -7,9 +7,15 @@
 namespace sim {
 namespace {
 
-void LogError(const std::string& error) {
+void LogError(const std::string& error, std::uint64_t version) {
     if (!error.empty())
-        CallLog::Instance().Write("topology error: " + error);
+        CallLog::Instance().Write("topology error: " + error, version);
+}
+
+// The last good one stays in use.
+void LogProblem(const std::string& problem) {
+    if (!problem.empty())
+        LogError(problem, SceneInUse().Get().version);
 }
 
 } // namespace
@@ -49,7 +55,7 @@ void Simulation::TakeUp() {
         }
         const Process::View view = process.Now(known);
         if (view.world->Version() == 0) { // nobody has the text any more
-            LogError(process.Look());
+            process.Look();
             continue;
         }
         const std::lock_guard lock(m_lock);
@@ -70,13 +76,13 @@ void Simulation::TakeUp() {
         if (!IsNewest(m_scene.get()))
             continue;
         if (isFirst)
-            LogError(m_scene->world->Problem());
+            LogError(m_scene->world->Problem(), m_scene->version);
         return;
     }
 }
 
 void Simulation::Use(std::unique_ptr<Scene> scene) {
-    LogError(scene->error);
+    LogError(scene->error, scene->version);
     if (m_hook)
         m_hook(*scene);
     m_current.store(scene.get());
@@ -103,11 +109,11 @@ void Simulation::LoadIfChanged() {
         if (scene.Get().isText)
             return;
     }
-    LogError(Joined().Look());
+    LogProblem(Joined().Look());
 }
 
 std::string Simulation::Load() {
-    LogError(Joined().Reload());
+    LogProblem(Joined().Reload());
     return Error();
 }
 

@@ -111,7 +111,7 @@ BYTE CoreAgent::SupportsFcoe(const CQelString& strAdapter) {
 }
 
 void CoreAgent::OnReserved(int slot) {
-    sim::CallLog::Instance().Write("reserved slot " + std::to_string(slot));
+    sim::CallLog::Instance().Write("reserved slot " + std::to_string(slot), sim::SceneInUse().Get().version);
 }
 
 } // namespace coreagent

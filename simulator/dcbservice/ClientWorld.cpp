@@ -31,45 +31,54 @@ bool IsOwnChoice(sim::Origin origin) {
 
 } // namespace
 
-ClientWorlds::Known& ClientWorlds::Find(const std::wstring& world) {
+// Null: the caller has just ended.
+ClientWorlds::Known* ClientWorlds::Find(const std::wstring& world) {
     const auto found =
         std::find_if(m_known.begin(), m_known.end(), [&](const Known& known) { return known.world->Name() == world; });
     if (found != m_known.end()) {
         std::rotate(found, found + 1, m_known.end());
-    } else {
-        if (m_known.size() == MAX_KNOWN)
-            m_known.erase(m_known.begin());
-        m_known.push_back({sim::World::Find(world), nullptr});
+        return &m_known.back();
     }
-    return m_known.back();
+    auto joined = sim::World::Find(world);
+    if (!joined)
+        return nullptr;
+    if (m_known.size() == MAX_KNOWN)
+        m_known.erase(m_known.begin());
+    m_known.push_back({std::move(joined), nullptr});
+    return &m_known.back();
 }
 
-std::shared_ptr<const sim::Scene> ClientWorlds::OfCaller(bool look) {
+ClientView ClientWorlds::OfCaller(bool look) {
     const auto caller = Caller();
+    ClientView view{nullptr, std::make_unique<sim::CallFile>(caller ? caller->calls : std::wstring())};
     // A suite of another name on this machine is none of this service's.
     const sim::Choice own = sim::ConfiguredChoice();
-    if (!caller || caller->choice.instance != own.instance ||
-        (own.origin == sim::Origin::Variable && !IsOwnChoice(caller->choice.origin)))
+    if (caller && caller->choice.instance == own.instance &&
+        (own.origin != sim::Origin::Variable || IsOwnChoice(caller->choice.origin)))
+        view.scene = SceneFor(*caller, look, *view.calls);
+    return view;
+}
+
+std::shared_ptr<const sim::Scene> ClientWorlds::SceneFor(const sim::ProcessStatus& caller, bool look,
+                                                         const sim::CallFile& calls) {
+    Known* const known = Find(caller.world);
+    if (!known)
         return nullptr;
-    Known& known = Find(caller->world);
-    if (!known.world) { // the caller has just ended
-        m_known.pop_back();
-        return nullptr;
-    }
-    if (look) {
-        const std::string problem = known.world->LookAtFile(sim::World::Look::IfReadable);
-        if (!problem.empty())
-            sim::CallLog::Instance().Write("topology error: " + problem);
-    }
-    if (!known.scene || known.scene->version != known.world->Version()) {
-        known.scene = std::make_shared<sim::Scene>(caller->choice, known.world);
-        if (!known.scene->error.empty())
-            sim::CallLog::Instance().Write("topology error: " + known.scene->error);
+    const auto Log = [&](const std::string& error) {
+        if (!error.empty())
+            sim::CallLog::Instance().Write("topology error: " + error, known->world->Version(),
+                                           calls.IsOpen() ? &calls : nullptr);
+    };
+    if (look)
+        Log(known->world->LookAtFile(sim::World::Look::IfReadable));
+    if (!known->scene || known->scene->version != known->world->Version()) {
+        known->scene = std::make_shared<sim::Scene>(caller.choice, known->world);
+        Log(known->scene->error);
     }
     // A text is one process's, and so is whether its faults show.
-    if (caller->choice.origin == sim::Origin::Control && known.scene->armings != caller->armings) {
-        known.scene->Arm(known.scene->version != caller->disarmedVersion);
-        known.scene->armings = caller->armings;
+    if (caller.choice.origin == sim::Origin::Control && known->scene->armings != caller.armings) {
+        known->scene->Arm(known->scene->version != caller.disarmedVersion);
+        known->scene->armings = caller.armings;
     }
-    return known.scene;
+    return known->scene;
 }

@@ -14,8 +14,8 @@ constexpr LONG APPLICATION_FCOE = 0;
 
 std::mutex g_lock;
 
-// What the calling client sees; g_lock is held.
-std::shared_ptr<const sim::Scene> CallersScene(bool look = false) {
+// Of the client that calls; g_lock is held.
+ClientView CallersView(bool look = false) {
     static ClientWorlds worlds;
     return worlds.OfCaller(look);
 }
@@ -26,15 +26,15 @@ template <class Work> HRESULT Finish(sim::Call& call, Work work) {
     return static_cast<HRESULT>(call.Done(status ? *status : static_cast<std::uint32_t>(work(call))));
 }
 
-// The same in the client's scene. find: as sim::Call's.
-template <class Find, class Work>
-HRESULT Run(sim::Function function, const std::shared_ptr<const sim::Scene>& scene, Find find, Work work) {
+// The same for a client. find: as sim::Call's.
+template <class Find, class Work> HRESULT Run(sim::Function function, const ClientView& client, Find find, Work work) {
     try {
-        if (scene) {
-            sim::Call call(function, *scene, find);
+        if (client.scene) {
+            sim::Call call(function, *client.scene, *client.calls, find);
             return Finish(call, work);
         }
-        sim::Call call(function, find);
+        const sim::SceneInUse own;
+        sim::Call call(function, own.Get(), *client.calls, find);
         return Finish(call, work);
     } catch (const std::runtime_error&) {
         Crash();
@@ -50,7 +50,7 @@ template <class State, class Fill> HRESULT Answer(sim::Function function, BSTR n
     const auto Find = [&](const sim::Scene& scene) {
         return scene.topology.FindAdapter({name ? name : L"", SysStringLen(name)});
     };
-    return Run(function, CallersScene(), Find, [&](sim::Call& call) -> HRESULT {
+    return Run(function, CallersView(), Find, [&](sim::Call& call) -> HRESULT {
         const sim::Adapter* const adapter = call.About();
         call.Note("adapter", [&] { return adapter ? adapter->identifier : std::string("unknown"); });
         if (!call.Scene().error.empty())
@@ -93,10 +93,10 @@ HRESULT DcbClassFactory::CreateInstance(IUnknown* outer, REFIID iid, void** obje
         return E_POINTER;
     *object = nullptr;
     const std::lock_guard lock(g_lock);
-    const auto scene = CallersScene(true);
-    if (!scene)
+    const ClientView client = CallersView(true);
+    if (!client.scene)
         sim::Simulation::Instance().LoadIfChanged();
     const auto NoAdapter = [](const sim::Scene&) -> const sim::Adapter* { return nullptr; };
-    return Run("CreateInstance", scene, NoAdapter,
+    return Run("CreateInstance", client, NoAdapter,
                [&](sim::Call&) { return ComClassFactory<DcbIoControl>::CreateInstance(outer, iid, object); });
 }

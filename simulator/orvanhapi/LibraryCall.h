@@ -75,12 +75,12 @@ template <class Entry> class ListWriter {
 };
 
 // Runs what needs the virtual-port state; state that cannot be read or kept is an error of the library.
-template <class Work> HBA_STATUS WithState(Work work) {
+template <class Work> HBA_STATUS WithState(const LibraryCall& call, Work work) {
     try {
         return work();
     } catch (const sim::TopologyError& error) {
         if (sim::CallLog::Instance().IsOn())
-            sim::CallLog::Instance().Write(std::string("state error: ") + error.what());
+            sim::CallLog::Instance().Write(std::string("state error: ") + error.what(), call.Scene().version);
         return HBA_STATUS_ERROR;
     }
 }

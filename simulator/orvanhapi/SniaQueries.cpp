@@ -145,7 +145,7 @@ HBA_STATUS GetPortStatistics(HBA_HANDLE handle, HBA_UINT32 port, HBA_PORTSTATIST
 HBA_STATUS GetFcpTargetMapping(HBA_HANDLE handle, HBA_FCPTARGETMAPPING* mapping) {
     LibraryCall call("GetFcpTargetMapping", handle);
     return AnswerList(call, mapping, [&](auto& writer) {
-        return WithState([&] {
+        return WithState(call, [&] {
             ForEachTarget(call.Scene(), call.Adapter(), [&](const TargetView& view) {
                 for (const auto& lun : view.target->luns) {
                     writer.Add([&](HBA_FCPSCSIENTRY& entry) {

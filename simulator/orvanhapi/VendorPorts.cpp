@@ -21,7 +21,7 @@ HBA_STATUS ChangePort(LibraryCall& call, const ORVAN_FC_PORT* request,
     if (!request)
         return call.Done(HBA_STATUS_ERROR_ARG);
     VirtualPorts ports(call.Scene(), call.Adapter());
-    return call.Done(WithState([&] { return (ports.*change)(FromHba(request->PortWWN)); }));
+    return call.Done(WithState(call, [&] { return (ports.*change)(FromHba(request->PortWWN)); }));
 }
 
 } // namespace
@@ -36,7 +36,8 @@ HBA_STATUS ORVAN_GeneratePortWWN(HBA_HANDLE handle, HBA_WWN* wwpn) {
     if (!wwpn)
         return call.Done(HBA_STATUS_ERROR_ARG);
     sim::Wwn name{};
-    const HBA_STATUS status = WithState([&] { return VirtualPorts(call.Scene(), call.Adapter()).Generate(name); });
+    const HBA_STATUS status =
+        WithState(call, [&] { return VirtualPorts(call.Scene(), call.Adapter()).Generate(name); });
     if (status == HBA_STATUS_OK) {
         *wwpn = ToHba(name);
         call.Note("wwpn", [&] { return sim::WwnText(name); });
@@ -57,7 +58,7 @@ HBA_STATUS ORVAN_RemoveVPort(HBA_HANDLE handle, ORVAN_FC_PORT* request) {
 HBA_STATUS ORVAN_GetFCPortList(HBA_HANDLE handle, ORVAN_FC_PORT_LIST* list) {
     LibraryCall call("ORVAN_GetFCPortList", handle);
     return AnswerList(call, list, [&](auto& writer) {
-        return WithState([&] {
+        return WithState(call, [&] {
             for (const auto& port : VirtualPorts(call.Scene(), call.Adapter()).Ports()) {
                 writer.Add([&](ORVAN_FC_PORT& entry) {
                     entry.NodeWWN = ToHba(port.nodeWwn);

@@ -83,7 +83,7 @@ HBA_STATUS ORVAN_GetFCAndNICProperties(HBA_HANDLE handle, ORVAN_FC_NIC_PROPERTIE
 HBA_STATUS ORVAN_GetTargetList(HBA_HANDLE handle, ORVAN_TARGET_LIST* list) {
     LibraryCall call("ORVAN_GetTargetList", handle);
     return AnswerList(call, list, [&](auto& writer) {
-        return orvanhapi::WithState([&] {
+        return orvanhapi::WithState(call, [&] {
             orvanhapi::ForEachTarget(call.Scene(), call.Adapter(), [&](const orvanhapi::TargetView& view) {
                 writer.Add([&](ORVAN_TARGET_ENTRY& entry) {
                     entry.ScsiBusNumber = view.target->bus;

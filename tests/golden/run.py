@@ -43,6 +43,8 @@ LOGGED = ("luns", "vlans", "stats")
 # A log must not depend on how long a command took: each of these reads every cache once. `tree` reads them again and again,
 # from the library or not as the time goes.
 LOGGABLE = re.compile(r"(hbas|fabrics|ports|targets|luns|vlans|stats|dcb|wwpn|rescan|vport (list|create|delete))\b")
+# What differs from run to run in a line of the call log: time, process, thread, and the version of the world.
+CALL_HEADER = re.compile(r"^\S+ \S+ \d+ \d+ \S+ v\d+ ", re.MULTILINE)
 LARGE = 1 << 18
 ENDS = 20
 
@@ -141,6 +143,7 @@ class Suite:
         """What the program itself prints for a command, what the agent logs and what its neighbours are asked."""
         said = self.fcoectl(topology, command)
         calls = self.calls_file.read_text().replace("\r\n", "\n") if self.calls_file.exists() else ""
+        calls = CALL_HEADER.sub("", calls)
         if wrong := re.search("^topology error: (.*)", calls, re.MULTILINE):
             raise SystemExit(wrong[1])
         # The owner of the configuration lock is the process.

@@ -1,4 +1,5 @@
 // Faults that a topology declares, and the records of the calls.
+#include <regex>
 #include <stdexcept>
 #include <thread>
 
@@ -235,9 +236,23 @@ TEST(Calls, AreAppendedToTheFileThatTheVariableNames) {
         NEED_FUNCTION(library, OrvanSim_LoadTopology)("{}");
     }
     SetEnvironmentVariableW(L"ORVAN_SIM_CALLS", nullptr);
-    const std::string lines = "ORVAN_InitializeLibrary -> 0\r\n"
+    const std::string header = "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} " +
+                               std::to_string(GetCurrentProcessId()) + ' ' + std::to_string(GetCurrentThreadId()) +
+                               " orvanhapi\\.dll v[1-9]\\d* ";
+    const std::string lines = header + "ORVAN_InitializeLibrary -> 0\r\n" + header +
                               "topology error: topology text: /: the key \"adapters\" is missing\r\n";
-    EXPECT_EQ(lines + lines, ReadFileBytes(file));
+    EXPECT_TRUE(std::regex_match(ReadFileBytes(file), std::regex(lines + lines))) << ReadFileBytes(file);
+}
+
+TEST(Calls, AreAppendedToTheFileOfTheRegistryWithoutTheVariable) {
+    const TempFolder folder;
+    const auto file = folder.Path() / L"calls.txt";
+    PrivateHive hive;
+    hive.Set(L"SOFTWARE\\ORVAN\\Simulator", L"Calls", file.wstring());
+    const HMODULE library = LoadLibraryW(L"orvanhapi.dll");
+    NEED_FUNCTION(library, ORVAN_InitializeLibrary)();
+    FreeLibrary(library);
+    EXPECT_TRUE(ReadFileBytes(file).ends_with(" ORVAN_InitializeLibrary -> 0\r\n")) << ReadFileBytes(file);
 }
 
 TEST(Calls, FromManyThreadsAreAllCounted) {

@@ -1,5 +1,6 @@
 // The DCB service answers each client from the client's world, and the WMI provider from its process's.
 #include <fstream>
+#include <regex>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -168,6 +169,20 @@ TEST_F(DcbWorld, AChangedFileIsTakenUpByTheModuleThatLooksForAll) {
     Write(L"own.json", WithPriorities(8));
     EXPECT_HRESULT_SUCCEEDED(client.Renew());
     EXPECT_EQ(8, client.Priorities());
+}
+
+TEST_F(DcbWorld, CallsOfTheServiceStandInTheClientsLog) {
+    const std::wstring calls = (folder.Path() / L"calls.txt").wstring();
+    SetEnvironmentVariableW(L"ORVAN_SIM_CALLS", calls.c_str());
+    const CQelModule library = LoadLibraryModule();
+    SetEnvironmentVariableW(L"ORVAN_SIM_CALLS", nullptr);
+    Client client;
+    EXPECT_EQ(1, client.Priorities());
+    const std::string lines = ReadFileBytes(calls);
+    EXPECT_TRUE(std::regex_search(
+        lines, std::regex(" OrvanDcb\\.exe v[0-9]+ get_app_oper_state adapter=\\{[-0-9]*\\} -> 0\r\n$")))
+        << lines;
+    EXPECT_NE(std::string::npos, lines.find(" CreateInstance -> 0\r\n")) << lines;
 }
 
 TEST_F(DcbWorld, HalfAFileKeepsTheLastGoodTopologyInTheService) {

@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include "simulator/topology/Text.h"
+
 namespace sim {
 namespace {
 
@@ -29,7 +31,8 @@ std::filesystem::path StateFile(const Choice& choice) {
 } // namespace
 
 Scene::Scene(const Choice& choice, std::shared_ptr<World> from)
-    : world(std::move(from)), id(NextId()), isText(choice.origin == Origin::Control), stateFile(StateFile(choice)) {
+    : world(std::move(from)), id(NextId()), isText(choice.origin == Origin::Control), stateFile(StateFile(choice)),
+      stateName(choice.source.empty() ? "built-in topology" : Utf8(FileKey(choice.source))) {
     WorldContent content;
     std::tie(content, version) = world->Newest();
     error = content.error;

@@ -37,6 +37,7 @@ struct Scene {
     std::unique_ptr<std::vector<std::unique_ptr<FaultProgress>>[]> faults; // by function
     std::unique_ptr<std::atomic<std::uint32_t>[]> capacityCommands;        // by LUN, counted for its check conditions
     std::filesystem::path stateFile; // where its virtual-port changes are kept; empty: in its world
+    std::string stateName;           // whose changes they are in there
     std::atomic<bool> armed{true};   // whether its faults show themselves
 
     const std::vector<std::unique_ptr<FaultProgress>>& FaultsOf(Function function) const {

@@ -37,14 +37,12 @@ class FileLock {
     HANDLE m_mutex;
 };
 
-State ParseState(const std::string& text, const std::string& name) {
+State StateOf(const JsonValue& root) {
     State state;
-    const json document = ParseJson(text, name);
-    const JsonValue root(document, name);
-    if (!document.is_object())
+    if (!root.Json().is_object())
         root.FailExpected("an object");
-    for (const auto& [identifier, value] : document.items()) {
-        JsonObject adapter(JsonValue(value, name, "/" + identifier));
+    for (const auto& [identifier, value] : root.Json().items()) {
+        JsonObject adapter(JsonValue(value, root.Document(), root.Pointer() + "/" + identifier));
         AdapterChanges& changes = state[identifier];
         for (const auto& entry : adapter.Require("created").Array()) {
             JsonObject port(entry);
@@ -61,7 +59,27 @@ State ParseState(const std::string& text, const std::string& name) {
     return state;
 }
 
-std::string StateText(const State& state) {
+// What a file or a world holds: the changes to several topologies by the names of those.
+json ParseStates(const std::string& text, const std::string& name) {
+    if (text.empty())
+        return json::object();
+    json document = ParseJson(text, name);
+    const JsonValue root(document, name);
+    if (!document.is_object())
+        root.FailExpected("an object");
+    for (const auto& [topology, changes] : document.items()) {
+        if (topology.starts_with('{')) // an adapter
+            root.Fail("of an earlier version, which did not tell topologies apart; delete the file");
+    }
+    return document;
+}
+
+State StateIn(const json& states, const std::string& topology, const std::string& name) {
+    const auto found = states.find(topology);
+    return found == states.end() ? State() : StateOf(JsonValue(*found, name, "/" + topology));
+}
+
+json StateJson(const State& state) {
     json document = json::object();
     for (const auto& [identifier, changes] : state) {
         json created = json::array(), removed = json::array();
@@ -71,7 +89,7 @@ std::string StateText(const State& state) {
             removed.push_back(WwnText(wwn));
         document[identifier] = {{"created", created}, {"removed", removed}};
     }
-    return document.dump(4) + "\n";
+    return document;
 }
 
 std::string FileText(const std::filesystem::path& file) {
@@ -112,34 +130,50 @@ std::shared_ptr<const State> StateStore::ReadLocked(const Scene& scene) {
     if (m_scene != scene.id) {
         m_scene = scene.id;
         m_text.clear();
+        m_number = 0;
         m_state = std::make_shared<const State>();
     }
-    if (!scene.stateFile.empty()) {
-        // Times and sizes of two quick changes can be alike; the text cannot.
-        const std::string text = FileText(scene.stateFile);
-        if (text != m_text) {
-            m_state = std::make_shared<const State>(text.empty() ? State()
-                                                                 : ParseState(text, Utf8(scene.stateFile.wstring())));
-            m_text = text;
+    if (scene.stateFile.empty()) {
+        const std::uint64_t number = scene.world->StateNumber();
+        if (number != m_number) {
+            constexpr char NAME[] = "state of the topology text";
+            m_state = std::make_shared<const State>(
+                StateIn(ParseStates(scene.world->State(scene.version), NAME), scene.stateName, NAME));
+            m_number = number;
         }
+        return m_state;
+    }
+    // Times and sizes of two quick changes can be alike; the text cannot.
+    const std::string text = FileText(scene.stateFile);
+    if (text != m_text) {
+        const std::string name = Utf8(scene.stateFile.wstring());
+        m_state = std::make_shared<const State>(StateIn(ParseStates(text, name), scene.stateName, name));
+        m_text = text;
     }
     return m_state;
 }
 
 void StateStore::Change(const Scene& scene, const StateChange& change) {
+    // The text that takes the old one's place; the same when nothing was altered.
+    const auto Changed = [&](const std::string& text, const std::string& name) {
+        json states = ParseStates(text, name);
+        State state = StateIn(states, scene.stateName, name);
+        if (!change(state))
+            return text;
+        states[scene.stateName] = StateJson(state);
+        return states.dump(4) + "\n";
+    };
     const std::lock_guard lock(m_lock);
-    std::unique_ptr<FileLock> fileLock;
-    if (!scene.stateFile.empty())
-        fileLock = std::make_unique<FileLock>(scene.stateFile);
-    State state = *ReadLocked(scene);
-    if (!change(state))
+    if (scene.stateFile.empty()) {
+        scene.world->ChangeState(scene.version,
+                                 [&](const std::string& text) { return Changed(text, "state of the topology text"); });
         return;
-    if (!scene.stateFile.empty()) {
-        const std::string text = StateText(state);
-        WriteState(scene.stateFile, text);
-        m_text = text;
     }
-    m_state = std::make_shared<const State>(std::move(state));
+    const FileLock fileLock(scene.stateFile);
+    const std::string before = FileText(scene.stateFile);
+    const std::string after = Changed(before, Utf8(scene.stateFile.wstring()));
+    if (after != before)
+        WriteState(scene.stateFile, after);
 }
 
 } // namespace sim

@@ -1,5 +1,5 @@
-// The virtual-port changes that were made to the topology: kept in a file that all processes share, or in this process
-// for a topology given as text.
+// The virtual-port changes that were made to the topology: kept in a file that all processes share, by topology, so
+// that one file serves several; or in its world for a topology given as text.
 #pragma once
 
 #include <cstdint>
@@ -45,8 +45,9 @@ class StateStore {
     std::shared_ptr<const State> ReadLocked(const Scene& scene);
 
     std::mutex m_lock;
-    std::uint64_t m_scene = 0; // what the cached state belongs to: a scene's id
-    std::string m_text;        // of the file, as it was read last
+    std::uint64_t m_scene = 0;  // what the cached state belongs to: a scene's id
+    std::string m_text;         // of the file, as it was read last
+    std::uint64_t m_number = 0; // of the state in the world, likewise
     std::shared_ptr<const State> m_state;
 };
 

@@ -231,8 +231,48 @@ TEST_F(SharedState, UnreadableStateIsAnErrorThatTheCallLogExplains) {
     EXPECT_EQ(HBA_STATUS_ERROR,
               NEED_FUNCTION(library, ORVAN_GetFCPortList)(library.Open(), reinterpret_cast<ORVAN_FC_PORT_LIST*>(list)));
     EXPECT_EQ(HBA_STATUS_ERROR, library.Create(library.Open(), FIRST));
-    EXPECT_NE(std::string::npos, library.CallLines().find("state error: " + sim::Utf8(StateFile().wstring()) +
-                                                          ": /{x}: expected an object, found 5\n"));
+    EXPECT_NE(std::string::npos,
+              library.CallLines().find("state error: " + sim::Utf8(StateFile().wstring()) +
+                                       ": /: of an earlier version, which did not tell topologies apart; "
+                                       "delete the file\n"));
+    Write(L"state.json", "{");
+    EXPECT_EQ(HBA_STATUS_ERROR, library.Create(library.Open(), FIRST));
+    EXPECT_NE(std::string::npos,
+              library.CallLines().find("state error: " + sim::Utf8(StateFile().wstring()) + ":1:2: "));
+}
+
+// One file for all of them, as an installation has it; the adapter is the same.
+TEST_F(SharedState, BelongsToATopology) {
+    const std::wstring other = (folder.Path() / L"other.json").wstring();
+    Write(L"other.json", OneAdapter());
+    const LoadedLibrary library;
+    const auto reload = NEED_FUNCTION(library, OrvanSim_ReloadTopology);
+    EXPECT_EQ(HBA_STATUS_OK, library.Create(library.Open(), FIRST));
+    SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", other.c_str());
+    EXPECT_EQ(nullptr, reload());
+    EXPECT_EQ((Names{PHYSICAL}), library.PortNames(library.Open()));
+    EXPECT_EQ(HBA_STATUS_OK, library.Create(library.Open(), SECOND));
+    EXPECT_EQ(nullptr, NEED_FUNCTION(library, OrvanSim_LoadTopology)(OneAdapter().c_str()));
+    EXPECT_EQ((Names{PHYSICAL}), library.PortNames(library.Open()));
+    SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", (folder.Path() / L"x" / L".." / L"TOPOLOGY.JSON").c_str());
+    EXPECT_EQ(nullptr, reload());
+    EXPECT_EQ((Names{PHYSICAL, FIRST}), library.PortNames(library.Open())) << "the same file by another name";
+    SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", other.c_str());
+    EXPECT_EQ(nullptr, reload());
+    EXPECT_EQ((Names{PHYSICAL, SECOND}), library.PortNames(library.Open()));
+}
+
+TEST(VirtualPort, ChangesToATextAreThereWhileAnyModuleShowsIt) {
+    const HMODULE coreAgent = LoadLibraryW(L"CoreAgnt.dll");
+    {
+        const LoadedLibrary library(OneAdapter());
+        EXPECT_EQ(HBA_STATUS_OK, library.Create(library.Open(), FIRST));
+    }
+    {
+        const LoadedLibrary library;
+        EXPECT_EQ((Names{PHYSICAL, FIRST}), library.PortNames(library.Open()));
+    }
+    FreeLibrary(coreAgent);
 }
 
 TEST_F(SharedState, RescanFindsWhatTheTopologyFileSaysNow) {

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "simulator/control/KernelHandle.h"
 #include "simulator/topology/Text.h"
 #include "simulator/topology/Topology.h"
 
@@ -49,9 +50,12 @@ void CallFile::Write(const std::string& text, std::uint64_t version) const {
     const std::string line = fmt::format("{}-{:02}-{:02} {:02}:{:02}:{:02}.{:03} {} {} {} v{} {}\r\n", now.wYear,
                                          now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds,
                                          GetCurrentProcessId(), GetCurrentThreadId(), ModuleName(), version, text);
-    // Appending writes of one line each do not mix, whichever process they come from.
+    // Where the system appends in two steps, as Wine does, lines of two processes would take each other's place.
+    static const KernelHandle turn(CreateMutexW(nullptr, FALSE, L"Global\\OrvanSimCalls"));
+    WaitForSingleObject(turn.Get(), INFINITE);
     DWORD written = 0;
     WriteFile(m_file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+    ReleaseMutex(turn.Get());
 }
 
 } // namespace sim

@@ -34,27 +34,26 @@ class ForAllUsers {
 // Who may not make objects for the whole machine has them for the session.
 constexpr const wchar_t* SCOPES[] = {L"Global\\", L"Local\\"};
 
-class WholeView {
+// A part of the section while it is read or written. offset is a multiple of the system's granularity.
+class View {
   public:
-    WholeView(HANDLE mapping, std::size_t offset, std::size_t size)
-        : m_base(MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, offset + size)) {
-        if (!m_base)
+    View(HANDLE mapping, std::size_t offset, std::size_t size)
+        : m_bytes(static_cast<char*>(MapViewOfFile(mapping, FILE_MAP_WRITE, 0, static_cast<DWORD>(offset), size))) {
+        if (!m_bytes)
             ThrowLastError();
-        m_bytes = static_cast<char*>(m_base) + offset;
-        if (size != 0 && !VirtualAlloc(m_bytes, size, MEM_COMMIT, PAGE_READWRITE)) {
+        if (!VirtualAlloc(m_bytes, size, MEM_COMMIT, PAGE_READWRITE)) {
             const DWORD error = GetLastError();
-            UnmapViewOfFile(m_base);
+            UnmapViewOfFile(m_bytes);
             SetLastError(error);
             ThrowLastError();
         }
     }
-    ~WholeView() { UnmapViewOfFile(m_base); }
-    WholeView(const WholeView&) = delete;
-    WholeView& operator=(const WholeView&) = delete;
+    ~View() { UnmapViewOfFile(m_bytes); }
+    View(const View&) = delete;
+    View& operator=(const View&) = delete;
     char* Bytes() const { return m_bytes; }
 
   private:
-    void* m_base;
     char* m_bytes;
 };
 
@@ -112,13 +111,12 @@ Section::~Section() {
 }
 
 std::string Section::Read(std::size_t offset, std::size_t size) const {
-    const WholeView view(m_mapping.Get(), offset, size);
-    return std::string(view.Bytes(), size);
+    return size == 0 ? std::string() : std::string(View(m_mapping.Get(), offset, size).Bytes(), size);
 }
 
 void Section::Write(std::size_t offset, const std::string& bytes) const {
-    const WholeView view(m_mapping.Get(), offset, bytes.size());
-    std::memcpy(view.Bytes(), bytes.data(), bytes.size());
+    if (!bytes.empty())
+        std::memcpy(View(m_mapping.Get(), offset, bytes.size()).Bytes(), bytes.data(), bytes.size());
 }
 
 // Whoever died with it left what stood there before: what is new counts from its last store on.

@@ -18,7 +18,7 @@ class Section {
     // it was used.
     static constexpr std::size_t HEAD_SIZE = 0x10000;
 
-    // Makes the section, or opens the one of that name. Throws std::system_error.
+    // Makes the section, or opens the one of that name. size: less than 4 GiB. Throws std::system_error.
     static Section Make(const std::wstring& name, std::size_t size);
     // Opens it; empty when there is none.
     static Section Open(const std::wstring& name);
@@ -34,7 +34,8 @@ class Section {
         return static_cast<T*>(m_head);
     }
 
-    // Copies out of the rest and into it; offset and size are within the section's.
+    // Copies out of the rest and into it; offset and size are within the section's, and the offset is a multiple of 64
+    // KiB.
     std::string Read(std::size_t offset, std::size_t size) const;
     void Write(std::size_t offset, const std::string& bytes) const;
 

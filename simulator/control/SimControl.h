@@ -1,17 +1,20 @@
-// Control of the simulated modules by a test or a host in the same process. orvanhapi.dll, CoreAgnt.dll and
-// setupapi.dll export these beside their real boundaries, each for itself; find them with GetProcAddress in the module.
-// Texts are UTF-8.
+// Control of the simulated modules by a test or a host in the same process. orvanhapi.dll, CoreAgnt.dll, setupapi.dll
+// and OrvanWmi.dll export these beside their real boundaries; find them with GetProcAddress in the module. What is said
+// of the topology and of its faults is said to all modules of the process, and in all of them when the function
+// returns; the calls are each module's own. Texts are UTF-8, and stay as long as the module is loaded.
 #pragma once
 
 #include "FcoeAgent/QelExport.h"
 
 extern "C" {
 // Simulates the topology in the text from now on; its virtual-port changes stay in this process and are forgotten with
-// the next load. Returns what is wrong with the text, or null. The text returned stays good until the next load.
+// the next load. The DCB service shows it to this process, too. Returns what is wrong with the text, or null.
 QEL_DLL_EXPORT const char* OrvanSim_LoadTopology(const char* json);
-// Loads the configured topology (environment, registry, built-in) anew. Returns what is wrong with it, or null.
+// Takes up the configured topology (environment, registry, built-in), also in place of a text, and looks at its file.
+// Its faults are armed, and count anew. Returns what is wrong with it, or null.
 QEL_DLL_EXPORT const char* OrvanSim_ReloadTopology(void);
-// What is wrong with the topology in use, or null. While something is, every simulated function fails.
+// What is wrong with the topology in use, or null. While something is, every simulated function fails; unless the text
+// ends with "; the last good topology stays in use".
 QEL_DLL_EXPORT const char* OrvanSim_TopologyError(void);
 // Lets the faults of the topology in use show themselves (not 0), each with its calls counted from 1 again, or has
 // every function work as without faults. The faults of a loaded topology are armed.

@@ -1,4 +1,5 @@
 // The DCB service answers each client from the client's world, and the WMI provider from its process's.
+#include <atomic>
 #include <fstream>
 #include <regex>
 #include <thread>
@@ -7,7 +8,9 @@
 
 #include "Common/Src/ComOwner.h"
 #include "Common/Src/Owner.h"
+#include "FcoeAgent/CoreAgentPvt.h"
 #include "FcoeAgent/OrvanDcb.h"
+#include "FcoeAgent/OrvanHbaApi.h"
 #include "simulator/control/SimControl.h"
 #include "tests/kit/DcbSystem.h"
 #include "tests/kit/FindFunction.h"
@@ -21,14 +24,19 @@ using nlohmann::json;
 
 constexpr wchar_t VARIABLE[] = L"ORVAN_SIM_TOPOLOGY";
 
-// One adapter whose DCB priority map is the number.
-std::string WithPriorities(int map, const json& faults = json::array()) {
+// One adapter whose DCB priority map is the number, and whose other answers bear the mark in all their fields.
+std::string WithPriorities(int map, const json& faults = json::array(), int mark = 0) {
+    const std::string text = std::to_string(mark);
     const std::wstring identifier = DcbSystem::Identifier(0);
     return json{{"adapters",
                  {{{"identifier", std::string(identifier.begin(), identifier.end())},
                    {"mac", "02:05:7C:00:00:01"},
                    {"port", {{"node_wwn", "10:00:02:05:7C:00:00:01"}, {"port_wwn", "20:00:02:05:7C:00:00:01"}}},
-                   {"dcb", {{"priority_bitmap", map}}}}}},
+                   {"display_name", text},
+                   {"interface_index", mark},
+                   {"attributes",
+                    {{"manufacturer", text}, {"model", text}, {"vendor_specific_id", mark}, {"number_of_ports", mark}}},
+                   {"dcb", {{"priority_bitmap", map}, {"pfc", std::vector<int>(8, mark)}}}}}},
                 {"faults", faults}}
         .dump();
 }
@@ -58,6 +66,16 @@ class Client {
         const HRESULT result = m_control.Get()->get_app_oper_state(adapter.Get(), 0, &state);
         map = state.byPriorityMap;
         return result;
+    }
+    // The mark that all of the answer bears; -1: there is none.
+    int Mark() {
+        DCB_PFC_STATE state{};
+        const CQelBstr adapter(SysAllocString(DcbSystem::Identifier(0).c_str()));
+        if (FAILED(m_control.Get()->get_pfc_oper_state(adapter.Get(), &state)))
+            return -1;
+        for (const LONG enabled : state.lEnabled)
+            EXPECT_EQ(state.lEnabled[0], enabled);
+        return static_cast<int>(state.lEnabled[0]);
     }
     // -1: the service has no answer.
     int Priorities() {
@@ -169,6 +187,55 @@ TEST_F(DcbWorld, AChangedFileIsTakenUpByTheModuleThatLooksForAll) {
     Write(L"own.json", WithPriorities(8));
     EXPECT_HRESULT_SUCCEEDED(client.Renew());
     EXPECT_EQ(8, client.Priorities());
+}
+
+// The world changes 2000 times while others ask library, core agent and service.
+TEST_F(DcbWorld, NoAnswerMixesTwoVersions) {
+    constexpr int CHANGES = 2000;
+    const CQelModule library = LoadLibraryModule();
+    const CQelModule coreModule(LoadLibraryW(L"CoreAgnt.dll"));
+    ICoreAgentPvt* const core = NeedFunction<PFN_GetCoreAgentPvt>(coreModule.Get(), "GetCoreAgentPvt")();
+    const auto load = NEED_FUNCTION(library.Get(), OrvanSim_LoadTopology);
+    EXPECT_EQ(nullptr, load(WithPriorities(0, json::array(), 1).c_str()));
+    HBA_ENTRYPOINTSV2 table{};
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library.Get(), HBA_RegisterLibraryV2)(&table));
+    const HBA_HANDLE handle = NEED_FUNCTION(library.Get(), ORVAN_GetFCoEControllerHandle)("com.orvan-FCoE-0");
+    Client client;
+    std::atomic<int> inUse{1};
+    const auto Ask = [&](auto mark) {
+        return std::thread([&inUse, mark] {
+            while (inUse < CHANGES) {
+                const int before = inUse;
+                const int seen = mark();
+                EXPECT_LE(before, seen);
+                EXPECT_LE(seen, inUse + 1);
+            }
+        });
+    };
+    std::thread threads[] = {
+        Ask([&] { return client.Mark(); }),
+        Ask([&] {
+            HBA_ADAPTERATTRIBUTES attributes;
+            EXPECT_EQ(HBA_STATUS_OK, table.GetAdapterAttributesHandler(handle, &attributes));
+            EXPECT_EQ(std::to_string(attributes.VendorSpecificID), attributes.Manufacturer);
+            EXPECT_EQ(std::to_string(attributes.VendorSpecificID), attributes.Model);
+            EXPECT_EQ(attributes.VendorSpecificID, attributes.NumberOfPorts);
+            return static_cast<int>(attributes.VendorSpecificID);
+        }),
+        Ask([&] {
+            QEL_ADAPTER_INFO info;
+            EXPECT_EQ(0u, core->GetAdapterInfo(DcbSystem::Identifier(0).c_str(), info, 0).ulErrCode);
+            EXPECT_EQ(std::to_wstring(info.ulInterfaceIndex), info.strDisplayName.c_str());
+            return static_cast<int>(info.ulInterfaceIndex);
+        }),
+    };
+    for (int mark = 2; mark <= CHANGES; ++mark) {
+        EXPECT_EQ(nullptr, load(WithPriorities(0, json::array(), mark).c_str()));
+        inUse = mark;
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(CHANGES, client.Mark());
 }
 
 TEST_F(DcbWorld, CallsOfTheServiceStandInTheClientsLog) {

@@ -1,0 +1,40 @@
+// What tools can know of the worlds on this machine, without a simulated module in their process.
+//
+//     if (const auto status = sim::StatusOfProcess(id))
+//         ... status->source, status->version, status->error ...
+//
+// Link sim_world. All of it may be called from any thread; texts are UTF-8.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include <windows.h>
+
+namespace sim {
+
+struct WorldStatus {
+    // What chose it: "built-in", "registry", "variable" or "control".
+    std::string origin;
+    // The file as it was named; empty for the built-in topology and for a text.
+    std::string source;
+    // Which version the modules show; 0: no process has the world at the moment.
+    std::uint64_t version = 0;
+    // What is wrong with the file, or the text, as OrvanSim_TopologyError has it; empty: nothing.
+    std::string error;
+    // There is an error, and the modules show the last good topology. Without it each of their functions fails.
+    bool lastGoodInUse = false;
+    // The file that the process's calls are logged in; empty: they are not logged.
+    std::string calls;
+};
+
+// The world that the modules of a process are in. None: no module of the suite has been asked anything in it, or it may
+// not be looked at.
+std::optional<WorldStatus> StatusOfProcess(DWORD process);
+
+// The world of all processes that have no choice of their own: the registry's, else the built-in one. When no process
+// has it, the file is read to see what is wrong with it.
+WorldStatus StatusOfMachine();
+
+} // namespace sim

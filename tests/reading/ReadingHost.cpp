@@ -66,6 +66,8 @@ ReadingHost::ReadingHost() {
 }
 
 ReadingHost::~ReadingHost() {
+    // The program itself keeps setupapi.dll, and a text stays as long as any module has it.
+    NEED_FUNCTION(m_setupApi, OrvanSim_ReloadTopology)();
     FreeLibrary(m_setupApi);
     FreeLibrary(m_coreAgent);
 }

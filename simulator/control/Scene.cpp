@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-#include <windows.h>
-
-#include "simulator/topology/Text.h"
+#include "simulator/control/StateFile.h"
 
 namespace sim {
 namespace {
@@ -14,25 +12,11 @@ std::uint64_t NextId() {
     return ++ids;
 }
 
-// The configured file, or one beside the topology, or one in the temporary folder for the built-in topology.
-std::filesystem::path StateFile(const Choice& choice) {
-    if (choice.origin == Origin::Control)
-        return {};
-    const auto configured = SimulatorSetting(L"ORVAN_SIM_STATE", L"State");
-    if (!configured.empty())
-        return configured;
-    if (!choice.source.empty())
-        return choice.source + L".state";
-    wchar_t folder[MAX_PATH + 1] = L"";
-    GetTempPathW(MAX_PATH + 1, folder);
-    return std::filesystem::path(folder) / L"OrvanSim.state";
-}
-
 } // namespace
 
 Scene::Scene(const Choice& choice, std::shared_ptr<World> from)
-    : world(std::move(from)), id(NextId()), isText(choice.origin == Origin::Control), stateFile(StateFile(choice)),
-      stateName(choice.source.empty() ? "built-in topology" : Utf8(FileKey(choice.source))) {
+    : world(std::move(from)), id(NextId()), isText(choice.origin == Origin::Control), stateFile(StateFileOf(choice)),
+      stateName(StateNameOf(choice)) {
     WorldContent content;
     std::tie(content, version) = world->Newest();
     error = content.error;

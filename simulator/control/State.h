@@ -3,31 +3,15 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
 
 #include "simulator/control/Scene.h"
-#include "simulator/topology/Topology.h"
+#include "simulator/control/StateFile.h"
 
 namespace sim {
-
-struct CreatedPort {
-    Wwn portWwn{};
-    std::uint32_t fcId = 0;
-};
-
-struct AdapterChanges {
-    std::vector<CreatedPort> created;
-    std::vector<Wwn> removed; // virtual ports of the topology
-};
-
-// By adapter identifier.
-using State = std::map<std::string, AdapterChanges>;
 
 // What a change is made of: runs on the newest state and says whether it altered it.
 using StateChange = std::function<bool(State&)>;

@@ -1,5 +1,10 @@
 #include "simulator/control/WorldStatus.h"
 
+#include <algorithm>
+
+#include <tlhelp32.h>
+
+#include "simulator/control/CallFile.h"
 #include "simulator/control/Process.h"
 #include "simulator/topology/Text.h"
 
@@ -38,16 +43,20 @@ WorldStatus StatusOf(const Choice& choice, const World* world) {
     return status;
 }
 
+std::optional<WorldStatus> StatusOf(const ProcessStatus& process) {
+    const auto world = World::Find(process.world);
+    if (!world)
+        return std::nullopt;
+    WorldStatus status = StatusOf(process.choice, world.get());
+    status.calls = Utf8(process.calls);
+    return status;
+}
+
 } // namespace
 
 std::optional<WorldStatus> StatusOfProcess(DWORD process) {
     const auto found = Process::StatusOf(process);
-    const auto world = found ? World::Find(found->world) : nullptr;
-    if (!world)
-        return std::nullopt;
-    WorldStatus status = StatusOf(found->choice, world.get());
-    status.calls = Utf8(found->calls);
-    return status;
+    return found ? StatusOf(*found) : std::nullopt;
 }
 
 WorldStatus StatusOfMachine() {
@@ -55,6 +64,39 @@ WorldStatus StatusOfMachine() {
     WorldStatus status = StatusOf(choice, World::Find(WorldName(choice)).get());
     status.calls = Utf8(RegistryText(L"Calls"));
     return status;
+}
+
+WorldStatus StatusOfConfigured() {
+    const Choice choice = ConfiguredChoice();
+    WorldStatus status = StatusOf(choice, World::Find(WorldName(choice)).get());
+    status.calls = Utf8(ConfiguredCallFile());
+    return status;
+}
+
+std::optional<WorldContent> ShownInConfigured() {
+    const auto world = World::Find(WorldName(ConfiguredChoice()));
+    if (!world)
+        return std::nullopt;
+    auto [content, version] = world->Newest();
+    return version == 0 ? std::nullopt : std::optional(std::move(content));
+}
+
+std::vector<ProcessWorld> AllProcessWorlds() {
+    const std::wstring instance = ConfiguredChoice().instance;
+    std::vector<ProcessWorld> worlds;
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Process32FirstW(snapshot, &entry); more; more = Process32NextW(snapshot, &entry)) {
+        const auto found = Process::StatusOf(entry.th32ProcessID);
+        if (!found || found->choice.instance != instance)
+            continue;
+        if (auto status = StatusOf(*found))
+            worlds.push_back({entry.th32ProcessID, Utf8(entry.szExeFile), std::move(*status)});
+    }
+    CloseHandle(snapshot);
+    std::ranges::sort(worlds, {}, &ProcessWorld::process);
+    return worlds;
 }
 
 } // namespace sim

@@ -9,8 +9,11 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <windows.h>
+
+#include "simulator/control/WorldContent.h"
 
 namespace sim {
 
@@ -27,6 +30,8 @@ struct WorldStatus {
     bool lastGoodInUse = false;
     // The file that the process's calls are logged in; empty: they are not logged.
     std::string calls;
+
+    bool operator==(const WorldStatus&) const = default;
 };
 
 // The world that the modules of a process are in. None: no module of the suite has been asked anything in it, or it may
@@ -36,5 +41,21 @@ std::optional<WorldStatus> StatusOfProcess(DWORD process);
 // The world of all processes that have no choice of their own: the registry's, else the built-in one. When no process
 // has it, the file is read to see what is wrong with it.
 WorldStatus StatusOfMachine();
+
+// The world of a host that is started with this process's variables.
+WorldStatus StatusOfConfigured();
+// What the modules show in that world; none: no process has it at the moment.
+std::optional<WorldContent> ShownInConfigured();
+
+struct ProcessWorld {
+    std::uint32_t process = 0;
+    std::string program; // the name of its file
+    WorldStatus status;
+
+    bool operator==(const ProcessWorld&) const = default;
+};
+// All processes of the suite that are in a world, by their ids. Those of a suite of another instance are not among
+// them.
+std::vector<ProcessWorld> AllProcessWorlds();
 
 } // namespace sim

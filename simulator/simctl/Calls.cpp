@@ -93,7 +93,8 @@ int Calls(Console& console, const CallsOptions& options) {
     const std::filesystem::path file =
         options.file.empty() ? CallLogFile() : std::filesystem::path(sim::Wide(options.file));
     if (file.empty()) {
-        console.Err("no calls are logged: set the variable ORVAN_SIM_CALLS to a file's name for the host\n");
+        console.Err("no calls are logged: set the variable ORVAN_SIM_CALLS to a file's name for the host, or the "
+                    "registry value Calls of HKLM\\SOFTWARE\\ORVAN\\Simulator for all\n");
         return WRONG;
     }
     Lines lines(file);

@@ -32,13 +32,14 @@ struct PortChange {
     std::uint32_t fcId = 0; // of a created one
 };
 
+// What is kept for the topology in use.
 struct KeptState {
-    std::filesystem::path file;
+    std::filesystem::path file; // which may have changes to others, too
     std::vector<PortChange> changes;
     std::string error; // the file is wrong
 };
 
-KeptState ReadState(const InUse& inUse);
+KeptState ReadState();
 
 // The file of the call log; empty: there is none.
 std::filesystem::path CallLogFile();

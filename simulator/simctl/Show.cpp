@@ -1,6 +1,7 @@
 // simctl show
 #include "simulator/simctl/CheckedFile.h"
 #include "simulator/simctl/InUse.h"
+#include "simulator/simctl/ProcessLine.h"
 #include "simulator/simctl/Verbs.h"
 #include "simulator/topology/Text.h"
 
@@ -29,11 +30,29 @@ std::string Hex(std::uint32_t fcId) {
     return "0x" + digits;
 }
 
-ordered_json Document(const InUse& inUse, const CheckedFile& checked, const KeptState& state) {
-    ordered_json document{{"schema", "simctl/show"}, {"version", 1}, {"source", SourceCode(inUse.source)}};
-    document["topology"] = checked.Document();
+// All that is told. What a process sees is in none of the files: a file may have changed since it was looked at.
+struct Told {
+    InUse inUse = FindInUse();
+    CheckedFile checked = Check(inUse);
+    KeptState state = ReadState();
+    sim::WorldStatus world = sim::StatusOfConfigured();
+    std::vector<sim::ProcessWorld> processes = sim::AllProcessWorlds();
+
+    // What the modules show: while the file is wrong, perhaps the one before it.
+    CheckedFile Shown() const {
+        const auto content = world.lastGoodInUse ? sim::ShownInConfigured() : std::nullopt;
+        return content ? CheckText(content->name, content->text, sim::Wide(content->folder)) : checked;
+    }
+};
+
+ordered_json Document(const Told& told) {
+    const CheckedFile shown = told.Shown();
+    ordered_json document{{"schema", "simctl/show"}, {"version", 1}, {"source", SourceCode(told.inUse.source)}};
+    document["topology"] = told.checked.Document();
+    document["topology_version"] = told.world.version;
+    document["last_good_in_use"] = told.world.lastGoodInUse;
     document["adapters"] = ordered_json::array();
-    for (const auto& adapter : checked.Topology().adapters)
+    for (const auto& adapter : shown.Topology().adapters)
         document["adapters"].push_back({{"identifier", adapter.identifier},
                                         {"display_name", adapter.displayName},
                                         {"port_wwn", sim::WwnText(adapter.port.portWwn)},
@@ -41,57 +60,65 @@ ordered_json Document(const InUse& inUse, const CheckedFile& checked, const Kept
                                         {"luns", LunsOf(adapter)},
                                         {"vlans", adapter.vlans.size()}});
     ordered_json created = ordered_json::array(), removed = ordered_json::array();
-    for (const auto& change : state.changes) {
+    for (const auto& change : told.state.changes) {
         ordered_json port{{"adapter", change.adapter}, {"port_wwn", change.wwn}};
         if (change.created)
             port["fc_id"] = change.fcId;
         (change.created ? created : removed).push_back(port);
     }
-    document["state"] = {{"file", sim::Utf8(state.file.wstring())}, {"created", created}, {"removed", removed}};
-    if (!state.error.empty())
-        document["state"]["error"] = state.error;
+    document["state"] = {{"file", sim::Utf8(told.state.file.wstring())}, {"created", created}, {"removed", removed}};
+    if (!told.state.error.empty())
+        document["state"]["error"] = told.state.error;
     document["calls"] = sim::Utf8(CallLogFile().wstring());
+    document["processes"] = ordered_json::array();
+    for (const auto& process : told.processes)
+        document["processes"].push_back(ProcessDocument(process));
     return document;
 }
 
-void Print(Console& console, const InUse& inUse, const CheckedFile& checked, const KeptState& state) {
-    console.Out(Line("topology", checked.name));
-    console.Out(Line("chosen by", SourceText(inUse.source)));
-    if (checked.IsGood()) {
-        const std::size_t warnings = checked.checked.warnings.size();
-        console.Out(Line("content",
-                         checked.Content() + (warnings == 0 ? ""
-                                                            : "; " + std::to_string(warnings) + " warning" +
-                                                                  (warnings == 1 ? "" : "s") + ", see simctl check")));
-    } else {
+std::string Content(const CheckedFile& checked) {
+    const std::size_t warnings = checked.checked.warnings.size();
+    return checked.Content() + (warnings == 0 ? ""
+                                              : "; " + std::to_string(warnings) + " warning" +
+                                                    (warnings == 1 ? "" : "s") + ", see simctl check");
+}
+
+void Print(Console& console, const Told& told) {
+    const CheckedFile shown = told.Shown();
+    console.Out(Line("topology", told.checked.name));
+    console.Out(Line("chosen by", SourceText(told.inUse.source)));
+    if (told.checked.IsGood())
+        console.Out(Line("content", Content(shown)));
+    else if (told.world.lastGoodInUse)
+        console.Out(Line("content", "wrong: the last good one stays in use: " + shown.Content()));
+    else
         console.Out(Line("content", "wrong: every simulated function fails"));
-    }
-    for (const auto& adapter : checked.IsGood() ? checked.Topology().adapters : std::vector<sim::Adapter>())
+    for (const auto& adapter : shown.IsGood() ? shown.Topology().adapters : std::vector<sim::Adapter>())
         console.Out(Line("adapter", adapter.identifier + " " + adapter.displayName + ": " +
                                         std::to_string(adapter.targets.size()) + " targets, " +
                                         std::to_string(LunsOf(adapter)) + " logical units, " +
                                         std::to_string(adapter.vlans.size()) + " VLANs"));
-    console.Out(Line("state", sim::Utf8(state.file.wstring())));
-    for (const auto& change : state.changes)
+    console.Out(Line("state", sim::Utf8(told.state.file.wstring())));
+    for (const auto& change : told.state.changes)
         console.Out(
             Line(change.created ? "created" : "removed",
                  change.wwn + (change.created ? " " + Hex(change.fcId) : std::string()) + " of " + change.adapter));
     const auto calls = CallLogFile();
     console.Out(Line("calls", calls.empty() ? "not logged" : sim::Utf8(calls.wstring())));
-    console.Err(checked.ErrorLines() + (state.error.empty() ? "" : state.error + "\n"));
+    for (const auto& process : told.processes)
+        console.Out(Line("process", ProcessLine(process)));
+    console.Err(told.checked.ErrorLines() + (told.state.error.empty() ? "" : told.state.error + "\n"));
 }
 
 } // namespace
 
 int Show(Console& console, bool json) {
-    const InUse inUse = FindInUse();
-    const CheckedFile checked = Check(inUse);
-    const KeptState state = ReadState(inUse);
+    const Told told;
     if (json)
-        console.OutJson(Document(inUse, checked, state));
+        console.OutJson(Document(told));
     else
-        Print(console, inUse, checked, state);
-    return checked.IsGood() && state.error.empty() ? GOOD : WRONG;
+        Print(console, told);
+    return told.checked.IsGood() && told.state.error.empty() ? GOOD : WRONG;
 }
 
 } // namespace simctl

@@ -1,8 +1,11 @@
 // simctl watch
+#include <algorithm>
+
 #include <windows.h>
 
 #include "simulator/simctl/CheckedFile.h"
 #include "simulator/simctl/InUse.h"
+#include "simulator/simctl/ProcessLine.h"
 #include "simulator/simctl/Verbs.h"
 
 namespace simctl {
@@ -14,6 +17,7 @@ struct Seen {
     CheckedFile topology;
     KeptState state;
     std::string chosen;
+    std::vector<sim::ProcessWorld> processes;
 
     std::string TopologyLine() const {
         if (topology.IsGood())
@@ -32,7 +36,7 @@ struct Seen {
 
 Seen Look() {
     const InUse inUse = FindInUse();
-    return {Check(inUse), ReadState(inUse), SourceText(inUse.source)};
+    return {Check(inUse), ReadState(), SourceText(inUse.source), sim::AllProcessWorlds()};
 }
 
 std::string TimeNow() {
@@ -41,6 +45,21 @@ std::string TimeNow() {
     char text[32];
     std::snprintf(text, sizeof text, "%02u:%02u:%02u.%03u ", now.wHour, now.wMinute, now.wSecond, now.wMilliseconds);
     return text;
+}
+
+// What each process shows that shows something else than before.
+std::string ProcessChanges(const std::vector<sim::ProcessWorld>& before, const std::vector<sim::ProcessWorld>& now) {
+    std::string lines;
+    for (const auto& process : now) {
+        if (std::ranges::find(before, process) == before.end())
+            lines += TimeNow() + "process " + ProcessLine(process) + "\n";
+    }
+    for (const auto& process : before) {
+        if (std::ranges::find(now, process.process, &sim::ProcessWorld::process) == now.end())
+            lines += TimeNow() + "process " + std::to_string(process.process) + " " + process.program +
+                     ": in no world any more\n";
+    }
+    return lines;
 }
 
 std::string Short(const json& value) {
@@ -78,7 +97,7 @@ std::string Changes(const Seen& before, const Seen& now) {
         lines += TimeNow() + now.TopologyLine() + "\n" + Differences(before.topology.text, now.topology.text);
     if (before.StateLine() != now.StateLine())
         lines += TimeNow() + now.StateLine() + "\n";
-    return lines;
+    return lines + ProcessChanges(before.processes, now.processes);
 }
 
 } // namespace
@@ -86,7 +105,7 @@ std::string Changes(const Seen& before, const Seen& now) {
 int Watch(Console& console, const WatchOptions& options) {
     Seen seen = Look();
     console.Out(TimeNow() + seen.TopologyLine() + ", chosen by " + seen.chosen + "\n" + TimeNow() + seen.StateLine() +
-                "\n");
+                "\n" + ProcessChanges({}, seen.processes));
     for (std::uint32_t changes = 0; !options.changes || changes < *options.changes;) {
         Sleep(static_cast<DWORD>(options.interval * 1000));
         Seen now = Look();

@@ -6,12 +6,14 @@
 
 #include <windows.h>
 
+#include "simulator/control/World.h"
 #include "simulator/simctl/CallLine.h"
 #include "simulator/simctl/Run.h"
 #include "simulator/topology/Text.h"
 #include "simulator/topology/Topology.h"
 #include "tests/kit/PrivateHive.h"
 #include "tests/kit/TempFolder.h"
+#include "tests/simulator/LoadedLibrary.h"
 
 namespace {
 
@@ -19,6 +21,7 @@ namespace fs = std::filesystem;
 using nlohmann::ordered_json;
 
 constexpr wchar_t KEY[] = L"SOFTWARE\\ORVAN\\Simulator";
+constexpr wchar_t INSTANCE[] = L"ORVAN_SIM_INSTANCE";
 
 struct Outcome : simctl::Console {
     void Out(std::string_view text) override { out += text; }
@@ -40,11 +43,16 @@ class SimctlVerbs : public testing::Test {
     SimctlVerbs() {
         for (const auto* variable : {L"ORVAN_SIM_TOPOLOGY", L"ORVAN_SIM_STATE", L"ORVAN_SIM_CALLS"})
             SetEnvironmentVariableW(variable, nullptr);
+        // A suite of its own: other tests' processes are in none of its worlds.
+        SetEnvironmentVariableW(INSTANCE, (L"simctl" + std::to_wstring(GetCurrentProcessId())).c_str());
         Write("good.json", GOOD);
         Write("bad.json", "{\"adapters\": [],\n \"faults\": 5,\n \"x\": 1}");
         m_hive.Set(KEY, L"State", Path("state.json"));
     }
-    ~SimctlVerbs() override { SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", nullptr); }
+    ~SimctlVerbs() override {
+        for (const auto* variable : {L"ORVAN_SIM_TOPOLOGY", L"ORVAN_SIM_CALLS", INSTANCE})
+            SetEnvironmentVariableW(variable, nullptr);
+    }
 
     std::wstring Path(const char* name) const { return (m_folder.Path() / name).wstring(); }
     std::string Name(const char* name) const { return sim::Utf8(Path(name)); }
@@ -56,6 +64,14 @@ class SimctlVerbs : public testing::Test {
         CloseHandle(handle);
     }
 
+    // What the changes to the file go by.
+    std::string StateName(const char* name) const { return sim::Utf8(sim::FileKey(Path(name))); }
+    void WriteState(const std::string& topology, const char* changes) const {
+        Write("state.json", ordered_json{{topology, ordered_json::parse(changes)}}.dump());
+    }
+
+    static constexpr char PORTS[] = R"({"{11111111-2222-4333-8444-555555555501}": {"created": [
+        {"port_wwn": "20:02:02:05:7C:00:00:01", "fc_id": 68098}], "removed": ["20:01:02:05:7C:00:00:01"]}})";
     static constexpr char GOOD[] = R"({ // the lab
     "adapters": [{"identifier": "{11111111-2222-4333-8444-555555555501}", "mac": "02:05:7C:00:00:01",
         "port": {"node_wwn": "10:00:02:05:7C:00:00:01", "port_wwn": "20:00:02:05:7C:00:00:01", "state": 2}, // up
@@ -209,8 +225,7 @@ TEST_F(SimctlVerbs, SetCannotChangeTheBuiltInTopology) {
 TEST_F(SimctlVerbs, ShowTellsWhatIsInUseAndWhy) {
     EXPECT_EQ("built_in", ordered_json::parse(RunVerb({"show", "--json"}).out)["source"]);
     m_hive.Set(KEY, L"Topology", Path("good.json"));
-    Write("state.json", R"({"{11111111-2222-4333-8444-555555555501}": {"created": [
-        {"port_wwn": "20:02:02:05:7C:00:00:01", "fc_id": 68098}], "removed": ["20:01:02:05:7C:00:00:01"]}})");
+    WriteState(StateName("good.json"), PORTS);
     const auto text = RunVerb({"show"});
     EXPECT_EQ(0, text.code);
     EXPECT_EQ("topology    " + Name("good.json") +
@@ -232,27 +247,86 @@ TEST_F(SimctlVerbs, ShowTellsWhatIsInUseAndWhy) {
     EXPECT_EQ(1, RunVerb({"show"}).code);
 }
 
-TEST_F(SimctlVerbs, ShowReadsStateByTopologies) {
-    Write("state.json", R"({"built-in topology": {"{11111111-2222-4333-8444-555555555501}": {"created": [],
-        "removed": ["20:01:02:05:7C:00:00:01"]}}})");
+TEST_F(SimctlVerbs, ShowTellsTheStateOfTheTopologyInUseOnly) {
+    WriteState("built-in topology", PORTS);
     EXPECT_EQ(1u, ordered_json::parse(RunVerb({"show", "--json"}).out)["state"]["removed"].size());
+    m_hive.Set(KEY, L"Topology", Path("good.json"));
+    EXPECT_EQ(0u, ordered_json::parse(RunVerb({"show", "--json"}).out)["state"]["removed"].size());
+}
+
+TEST_F(SimctlVerbs, ShowTellsWhatEachProcessSees) {
+    EXPECT_EQ(ordered_json::array(), ordered_json::parse(RunVerb({"show", "--json"}).out)["processes"]);
+    SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", Path("good.json").c_str());
+    SetEnvironmentVariableW(L"ORVAN_SIM_CALLS", Path("calls.txt").c_str());
+    const LoadedLibrary library;
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_InitializeLibrary)());
+    const auto before = ordered_json::parse(RunVerb({"show", "--json"}).out);
+    EXPECT_LT(0u, before["topology_version"]);
+    ASSERT_EQ(ordered_json({{{"process", GetCurrentProcessId()},
+                             {"program", "simulator_tests.exe"},
+                             {"source", "variable"},
+                             {"file", Name("good.json")},
+                             {"topology_version", before["topology_version"]},
+                             {"calls", Name("calls.txt")}}}),
+              before["processes"]);
+    const std::string line = "process     " + std::to_string(GetCurrentProcessId()) + " simulator_tests.exe: version " +
+                             before["topology_version"].dump() + " of " + Name("good.json") +
+                             ", chosen by the variable ORVAN_SIM_TOPOLOGY";
+    EXPECT_TRUE(RunVerb({"show"}).out.ends_with(line + "\n"));
+
+    Write("good.json", "{");
+    const auto nobodyHasLooked = ordered_json::parse(RunVerb({"show", "--json"}).out);
+    EXPECT_FALSE(nobodyHasLooked["topology"]["good"]);
+    EXPECT_EQ(before["processes"], nobodyHasLooked["processes"]);
+    const std::string error = NEED_FUNCTION(library, OrvanSim_ReloadTopology)();
+    const auto wrong = RunVerb({"show"});
+    EXPECT_EQ(1, wrong.code);
+    EXPECT_NE(std::string::npos,
+              wrong.out.find("content     wrong: the last good one stays in use: 1 adapters, 0 logical units, 0 "
+                             "faults\nadapter     {11111111-2222-4333-8444-555555555501} "))
+        << wrong.out;
+    EXPECT_TRUE(wrong.out.ends_with(line + "; " + error + "\n")) << wrong.out;
+    const auto document = ordered_json::parse(RunVerb({"show", "--json"}).out);
+    EXPECT_TRUE(document["last_good_in_use"]);
+    EXPECT_EQ(1u, document["adapters"].size());
+    EXPECT_EQ(error, document["processes"][0]["error"]);
+    EXPECT_TRUE(document["processes"][0]["last_good_in_use"]);
+
+    EXPECT_NE(nullptr, NEED_FUNCTION(library, OrvanSim_LoadTopology)("{}"));
+    const std::string text = RunVerb({"show"}).out;
+    EXPECT_NE(std::string::npos,
+              text.find(" of a text, chosen by the process itself; every simulated function fails: topology text: "))
+        << text;
+    NEED_FUNCTION(library, OrvanSim_ReloadTopology)();
 }
 
 TEST_F(SimctlVerbs, ShowSaysThatTheStateIsWrong) {
-    Write("state.json", "{\"x\": 5}");
+    Write("state.json", "{\"built-in topology\": 5, \"another\": 6}");
     const auto outcome = RunVerb({"show"});
     EXPECT_EQ(1, outcome.code);
-    EXPECT_EQ(Name("state.json") + ": /x: expected an object, found 5\n", outcome.err);
+    EXPECT_EQ(Name("state.json") + ": /built-in topology: expected an object, found 5\n", outcome.err);
 }
 
 TEST_F(SimctlVerbs, ResetForgetsPorts) {
     EXPECT_EQ("nothing to forget: no virtual port was created or removed\n", RunVerb({"reset"}).out);
-    Write("state.json", R"({"{11111111-2222-4333-8444-555555555501}": {"created": [
-        {"port_wwn": "20:02:02:05:7C:00:00:01", "fc_id": 68098}], "removed": []}})");
-    EXPECT_EQ("forgotten: 1 created and 0 removed virtual ports, " + Name("state.json") + "\n", RunVerb({"reset"}).out);
+    WriteState("built-in topology", PORTS);
+    EXPECT_EQ("forgotten: 1 created and 1 removed virtual ports, " + Name("state.json") + "\n", RunVerb({"reset"}).out);
     EXPECT_FALSE(fs::exists(Path("state.json")));
     Write("state.json", "half");
     EXPECT_EQ("forgotten: a state file that was wrong, " + Name("state.json") + "\n", RunVerb({"reset"}).out);
+    EXPECT_FALSE(fs::exists(Path("state.json")));
+}
+
+TEST_F(SimctlVerbs, ResetLeavesWhatBelongsToOtherTopologies) {
+    WriteState("built-in topology", PORTS);
+    m_hive.Set(KEY, L"Topology", Path("good.json"));
+    EXPECT_EQ("nothing to forget: no virtual port was created or removed\n", RunVerb({"reset"}).out);
+    auto states = nlohmann::json::parse(Text("state.json"));
+    states[StateName("good.json")] = states["built-in topology"];
+    Write("state.json", states.dump());
+    EXPECT_EQ(0, RunVerb({"reset"}).code);
+    states.erase(StateName("good.json"));
+    EXPECT_EQ(states, nlohmann::json::parse(Text("state.json")));
 }
 
 TEST_F(SimctlVerbs, CallsAreFiltered) {
@@ -284,7 +358,8 @@ TEST_F(SimctlVerbs, CallsOfALogWithoutPlacesAreFilteredByFunction) {
 }
 
 TEST_F(SimctlVerbs, CallsSayWhatIsMissing) {
-    EXPECT_EQ("no calls are logged: set the variable ORVAN_SIM_CALLS to a file's name for the host\n",
+    EXPECT_EQ("no calls are logged: set the variable ORVAN_SIM_CALLS to a file's name for the host, or the registry "
+              "value Calls of HKLM\\SOFTWARE\\ORVAN\\Simulator for all\n",
               RunVerb({"calls"}).err);
     EXPECT_EQ("no simulated function is called \"StartLok\"; did you mean \"StartLock\"?\n",
               RunVerb({"calls", "--function", "StartLok"}).err);
@@ -310,6 +385,31 @@ TEST_F(SimctlVerbs, WatchTellsEachChange) {
     EXPECT_EQ(0, outcome.code);
     EXPECT_NE(std::string::npos, outcome.out.find(", chosen by the registry value Topology\n")) << outcome.out;
     EXPECT_NE(std::string::npos, outcome.out.find("/adapters/0/port/state: ")) << outcome.out;
+}
+
+TEST_F(SimctlVerbs, WatchTellsWhatProcessesSee) {
+    SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", Path("good.json").c_str());
+    const LoadedLibrary library;
+    EXPECT_EQ(HBA_STATUS_OK, NEED_FUNCTION(library, ORVAN_InitializeLibrary)());
+    Outcome outcome;
+    std::atomic<bool> ended{false};
+    std::thread watching([&] {
+        outcome.code = simctl::Run(outcome, {"watch", "--interval", "0.01", "--changes", "1"});
+        ended = true;
+    });
+    // The file stays as it is: the version alone has changed.
+    for (int i = 0; i < 1000 && !ended; ++i) {
+        NEED_FUNCTION(library, OrvanSim_LoadTopology)(GOOD);
+        Sleep(10);
+    }
+    Write("good.json", "{}"); // if nothing was seen so far, this is
+    watching.join();
+    NEED_FUNCTION(library, OrvanSim_ReloadTopology)();
+    const std::string process = "process " + std::to_string(GetCurrentProcessId()) + " simulator_tests.exe: version ";
+    const auto first = outcome.out.find(process);
+    ASSERT_NE(std::string::npos, first) << outcome.out;
+    EXPECT_NE(std::string::npos, outcome.out.find(process, first + 1)) << outcome.out;
+    EXPECT_NE(std::string::npos, outcome.out.find(" of a text, chosen by the process itself\n")) << outcome.out;
 }
 
 TEST_F(SimctlVerbs, FunctionsTellTheirModule) {

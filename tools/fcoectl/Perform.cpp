@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <new>
 
+#include <fmt/format.h>
+
 #include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Text.h"
+#include "tools/reading/CoreAgentView.h"
 
 namespace fcoectl {
 namespace {
@@ -27,16 +30,6 @@ Adapter Choose(const Command& command, const Options& options, Agent& agent) {
     return ChooseAdapter(agent, options.adapter, command.takes & TAKES_ONE ? Need::One : Need::Any);
 }
 
-// The agent is loaded for the command alone: it is gone again when notes, messages or the document are written.
-void Execute(const Command& command, Context& context) {
-    if (const auto* own = std::get_if<Action>(&command.run))
-        return (*own)(context);
-    const auto agent = LoadAgent(context);
-    const Adapter adapter = Choose(command, context.options, *agent);
-    AgentContext whole{context, *agent, adapter};
-    std::get<AgentAction>(command.run)(whole);
-}
-
 template <class Function> std::optional<Failure> Caught(Function&& function) {
     try {
         function();
@@ -46,6 +39,29 @@ template <class Function> std::optional<Failure> Caught(Function&& function) {
         return Failure(Exit::AgentThrew, "Memory is exhausted.");
     }
     return std::nullopt;
+}
+
+// A topology that is wrong hides all adapters, which is a problem, or the one before it stays in use.
+void NoteTopology(Report& report) {
+    const std::string wrong = reading::WrongTopology();
+    const auto tells = [&](const reading::Problem& problem) { return problem.text.find(wrong) != std::string::npos; };
+    if (!wrong.empty() && !(report.problems && std::ranges::any_of(*report.problems, tells)))
+        report.notes.push_back(fmt::format("The simulated suite's topology is wrong: {}.", wrong));
+}
+
+// The agent is loaded for the command alone: it is gone again when notes, messages or the document are written.
+void Execute(const Command& command, Context& context) {
+    if (const auto* own = std::get_if<Action>(&command.run))
+        return (*own)(context);
+    const auto agent = LoadAgent(context);
+    const auto failure = Caught([&] {
+        const Adapter adapter = Choose(command, context.options, *agent);
+        AgentContext whole{context, *agent, adapter};
+        std::get<AgentAction>(command.run)(whole);
+    });
+    NoteTopology(context.report);
+    if (failure)
+        throw Failure(*failure);
 }
 
 template <class Function> Part MakePart(Context& context, const char* name, Function&& run) {

@@ -52,6 +52,11 @@ bool HasCoreAgent() {
     return LoadedCoreAgent() != nullptr;
 }
 
+std::string WrongTopology() {
+    const auto module = LoadedCoreAgent();
+    return module ? TopologyError(module.get()) : std::string();
+}
+
 CoreAgentView AskCoreAgent() {
     CoreAgentView view;
     const auto module = LoadedCoreAgent();

@@ -24,6 +24,10 @@ struct CoreAgentView {
 // Whether there is one in this process.
 [[nodiscard]] bool HasCoreAgent();
 
+// What is wrong with the topology that a simulated one shows, or that shall take its place; empty: nothing, or there is
+// none. Asks nothing that counts as a call.
+[[nodiscard]] std::string WrongTopology();
+
 // Asks the one that the agent has loaded; loads none. Throws std::bad_alloc only.
 [[nodiscard]] CoreAgentView AskCoreAgent();
 

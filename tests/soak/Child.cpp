@@ -69,11 +69,12 @@ bool DcbAnswers() {
 
 class Child {
   public:
-    Child(SharedState& shared, const std::wstring& folder, unsigned child, unsigned seed)
-        : m_shared(shared), m_figures(shared.children[child]), m_child(child), m_folder(folder),
-          m_history(shared, child), m_crew(shared, m_history, child, seed, [this] { return m_host.GetAgent(); }) {}
+    Child(SharedState& shared, unsigned child, unsigned seed)
+        : m_shared(shared), m_figures(shared.children[child]), m_child(child), m_history(shared, child),
+          m_crew(shared, m_history, child, seed, [this] { return m_host.GetAgent(); }) {}
 
     bool Run() {
+        ExpectGeneration();
         TakeGeneration();
         ConnectAtOnce();
         for (unsigned load = 0; !m_shared.stop || load <= WARM_UPS; ++load) {
@@ -131,6 +132,8 @@ class Child {
     // Follows the parent's changes and sees that no call is stuck.
     void Watch() {
         m_figures.heartbeat = static_cast<long long>(GetTickCount64());
+        if (m_shared.announcedNumber != m_figures.expectedGeneration)
+            ExpectGeneration();
         if (m_shared.generationNumber != m_generation)
             TakeGeneration();
         FollowDcb();
@@ -143,14 +146,18 @@ class Child {
         Sleep(STEP);
     }
 
-    void TakeGeneration() {
+    void ExpectGeneration() {
         Generation generation;
         {
             const std::lock_guard lock(m_shared.lock);
             generation = m_shared.generation;
         }
         m_history.GenerationBegins(generation);
-        SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", TopologyFile(m_folder, generation.number).c_str());
+        m_figures.expectedGeneration = generation.number;
+    }
+
+    void TakeGeneration() {
+        const long long generation = m_shared.generationNumber;
         // A module that is loaded from now on finds it by itself.
         for (const wchar_t* name : {L"orvanhapi.dll", L"CoreAgnt.dll", L"setupapi.dll"}) {
             HMODULE module = nullptr;
@@ -161,7 +168,7 @@ class Child {
             FreeLibrary(module);
         }
         m_history.GenerationIsInUse();
-        m_generation = generation.number;
+        m_generation = generation;
         ++m_figures.generations;
     }
 
@@ -224,7 +231,6 @@ class Child {
     SharedState& m_shared;
     ChildFigures& m_figures;
     const unsigned m_child;
-    const std::wstring m_folder;
     // Kept open for the same reason as DcbSystem keeps one.
     const CQelServiceHandle m_serviceManager{OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT)};
     SuiteHost m_host;
@@ -242,8 +248,9 @@ class Child {
 int RunChild(const std::wstring& memory, const std::wstring& folder, unsigned child, unsigned seed) {
     InstallCrashReport();
     SharedMemory shared(memory);
+    SetEnvironmentVariableW(L"ORVAN_SIM_TOPOLOGY", TopologyFile(folder).c_str());
     SetEnvironmentVariableW(L"ORVAN_SIM_STATE", (folder + L"\\state.json").c_str());
-    return std::make_unique<Child>(*shared, folder, child, seed)->Run() ? 0 : 1;
+    return std::make_unique<Child>(*shared, child, seed)->Run() ? 0 : 1;
 }
 
 } // namespace soak

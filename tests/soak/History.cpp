@@ -180,6 +180,10 @@ Situation History::Look(unsigned adapter, const Call& call, ULONGLONG since) {
         situation.linkStates = {IDS_QEL_LINK_DCB_DISABLED};
     else
         situation.linkStates = {LinkState(adapter), IDS_QEL_LINK_DCB_DISABLED, IDS_QEL_LINK_QUERY_FAILED};
+    // The service does not know an adapter that is gone, perhaps from the second or third question on.
+    if (std::ranges::any_of(situation.states, [](const Situation::State& state) { return !state.present; }))
+        for (const unsigned state : {IDS_QEL_LINK_DCB_DISABLED, IDS_QEL_LINK_QUERY_FAILED})
+            situation.linkStates.push_back(state);
     return situation;
 }
 

@@ -1,7 +1,6 @@
 #include "tests/soak/Parent.h"
 
 #include <cstdio>
-#include <fstream>
 #include <mutex>
 #include <thread>
 
@@ -10,6 +9,7 @@
 #include <windows.h>
 
 #include "Common/Src/Helper.h"
+#include "simulator/topology/Text.h"
 #include "tests/kit/CrashReport.h"
 #include "tests/kit/DcbSystem.h"
 #include "tests/kit/ProgramFolder.h"
@@ -25,7 +25,6 @@ constexpr ULONGLONG PROGRESS_INTERVAL = 10000;
 constexpr ULONGLONG SILENCE_LIMIT = 180000; // of a child that does not even watch its threads
 constexpr ULONGLONG END_LIMIT = 240000;     // from the stop to the end of the last child
 constexpr ULONGLONG DCB_STOP_LIMIT = 60000; // milliseconds
-constexpr unsigned KEPT_TOPOLOGIES = 100;   // files; a child may be behind
 
 void Say(const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
@@ -40,10 +39,13 @@ class Parent {
 
     bool Run() {
         SetUpDcb();
+        for (auto& child : m_shared->children)
+            child.expectedGeneration = -1;
         Publish(FirstGeneration());
         const ULONGLONG start = GetTickCount64();
         for (unsigned child = 0; child < CHILDREN; ++child)
             m_children[child] = StartChild(child);
+        AwaitChildren(0);
         std::thread dcb([this] { RestartDcb(); });
 
         const auto duration = static_cast<ULONGLONG>(m_minutes * 60000);
@@ -68,17 +70,8 @@ class Parent {
   private:
     void SetUpDcb() {
         std::vector<nlohmann::json> states;
-        for (unsigned a = 0; a < ADAPTERS; ++a) {
-            // As LinkState has it: usable, no flow control for the priority, off, off in the application feature.
-            nlohmann::json state = nlohmann::json::object();
-            if (a % 4 == 1)
-                state["pfc"] = std::vector<int>(8, 0);
-            else if (a % 4 == 2)
-                state["enabled"] = 0;
-            else if (a % 4 == 3)
-                state["app_hresult"] = 1;
-            states.push_back(state);
-        }
+        for (unsigned a = 0; a < ADAPTERS; ++a)
+            states.push_back(nlohmann::json::parse(DcbText(a)));
         m_dcb.Simulate(states);
         m_dcb.Start();
     }
@@ -91,18 +84,31 @@ class Parent {
         return generation;
     }
 
+    // The children are in one world: whichever looks at the file first shows the generation in both. So each knows of
+    // it before.
     void Publish(const Generation& generation) {
-        std::ofstream(TopologyFile(m_folder.Path(), generation.number), std::ios::binary) << TopologyText(generation);
-        m_generation = generation;
         {
             const std::lock_guard lock(m_shared->lock);
             m_shared->generation = generation;
         }
-        m_shared->generationNumber = generation.number;
-        if (generation.number >= KEPT_TOPOLOGIES) {
-            std::error_code ignored;
-            std::filesystem::remove(TopologyFile(m_folder.Path(), generation.number - KEPT_TOPOLOGIES), ignored);
+        m_shared->announcedNumber = generation.number;
+        if (generation.number == 0 || AwaitChildren(generation.number)) {
+            sim::ReplaceWholeFile(TopologyFile(m_folder.Path()), TopologyText(generation));
+            m_generation = generation;
+            m_shared->generationNumber = generation.number;
         }
+    }
+
+    // Until they expect the generation; false: one does not any more.
+    bool AwaitChildren(long long generation) {
+        for (auto& child : m_shared->children) {
+            while (child.expectedGeneration < generation) {
+                if (!AreChildrenWell())
+                    return false;
+                Sleep(1);
+            }
+        }
+        return true;
     }
 
     HANDLE StartChild(unsigned child) {

@@ -79,6 +79,7 @@ struct ChildFigures {
     OperationFigures operations[OPERATIONS];
     std::atomic<long long> heartbeat; // tick
     std::atomic<long> dcbStep;        // seen so far
+    std::atomic<long long> expectedGeneration;
     std::atomic<long long> generations, restarts, loads, logLines, badLogLines, leftModules;
     Footprint first, last;
     std::atomic<long> measured; // first is valid
@@ -102,8 +103,9 @@ constexpr unsigned PORT_SLOTS = 4; // per child and adapter; the last one is for
 struct SharedState {
     std::atomic<long> stop;
     std::atomic<long> dcbStep;
-    std::atomic<long long> generationNumber;
-    SpinLock lock; // for what follows
+    std::atomic<long long> announcedNumber;  // of the generation that comes next, or is in the file
+    std::atomic<long long> generationNumber; // of the one in the file
+    SpinLock lock;                           // for what follows
     Generation generation;
     PortHistory ports[ADAPTERS][CHILDREN][PORT_SLOTS];
     ChildFigures children[CHILDREN];

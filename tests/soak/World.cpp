@@ -112,7 +112,7 @@ std::string AdapterText(const Content& content, bool fcoe) {
         text += fmt::format(R"({}"{}": {})", comma ? "," : "", COUNTERS[c], content.Counter(c));
         comma = true;
     }
-    return text + "}}";
+    return text + "},\n\"dcb\": " + DcbText(a) + "}";
 }
 
 template <class Record> Record Identified(unsigned adapter) {
@@ -142,6 +142,12 @@ std::wstring Identifier(unsigned adapter) {
     return L"{00000000-0000-0000-0000-" + std::to_wstring(100000000000ull + adapter) + L'}';
 }
 
+std::string DcbText(unsigned adapter) {
+    constexpr const char* TEXTS[] = {"{}", R"({"pfc": [0, 0, 0, 0, 0, 0, 0, 0]})", R"({"enabled": 0})",
+                                     R"({"app_hresult": 1})"};
+    return TEXTS[adapter % std::size(TEXTS)];
+}
+
 std::wstring DisplayName(unsigned adapter) {
     return L"Soak adapter " + std::to_wstring(adapter);
 }
@@ -163,8 +169,8 @@ bool IsPortName(const std::string& text) {
     return true;
 }
 
-std::filesystem::path TopologyFile(const std::filesystem::path& folder, long long generation) {
-    return folder / (L"topology-" + std::to_wstring(generation) + L".json");
+std::filesystem::path TopologyFile(const std::filesystem::path& folder) {
+    return folder / L"topology.json";
 }
 
 std::string TopologyText(const Generation& generation) {

@@ -13,12 +13,15 @@ namespace soak {
 
 std::wstring Identifier(unsigned adapter);
 std::wstring DisplayName(unsigned adapter);
+// What the DCB service knows of it, as LinkState has it: usable, no flow control for the priority, off, off in the
+// application feature.
+std::string DcbText(unsigned adapter);
 std::string PhysicalPortName(unsigned adapter);
 // The name of one of a child's virtual ports.
 std::string VirtualPortName(unsigned adapter, unsigned child, unsigned slot);
 bool IsPortName(const std::string& text);
 
-std::filesystem::path TopologyFile(const std::filesystem::path& folder, long long generation);
+std::filesystem::path TopologyFile(const std::filesystem::path& folder);
 std::string TopologyText(const Generation& generation);
 // The next generation: an adapter has changed, or has stopped or begun to do FCoE, or the last ones have come or gone.
 Generation Change(const Generation& generation, std::mt19937& random);

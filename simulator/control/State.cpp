@@ -1,5 +1,6 @@
 #include "simulator/control/State.h"
 
+#include "simulator/control/PackedState.h"
 #include "simulator/topology/Text.h"
 
 namespace sim {
@@ -27,9 +28,7 @@ std::shared_ptr<const State> StateStore::ReadLocked(const Scene& scene) {
     if (scene.stateFile.empty()) {
         const std::uint64_t number = scene.world->StateNumber();
         if (number != m_number) {
-            constexpr char NAME[] = "state of the topology text";
-            m_state = std::make_shared<const State>(
-                StateIn(ParseStates(scene.world->State(scene.version), NAME), scene.stateName, NAME));
+            m_state = std::make_shared<const State>(UnpackedState(scene.world->State(scene.version)));
             m_number = number;
         }
         return m_state;
@@ -45,26 +44,22 @@ std::shared_ptr<const State> StateStore::ReadLocked(const Scene& scene) {
 }
 
 void StateStore::Change(const Scene& scene, const StateChange& change) {
-    // The text that takes the old one's place; the same when nothing was altered.
-    const auto Changed = [&](const std::string& text, const std::string& name) {
-        nlohmann::json states = ParseStates(text, name);
-        State state = StateIn(states, scene.stateName, name);
-        if (!change(state))
-            return text;
-        states[scene.stateName] = StateJson(state);
-        return states.dump(4) + "\n";
-    };
     const std::lock_guard lock(m_lock);
     if (scene.stateFile.empty()) {
-        scene.world->ChangeState(scene.version,
-                                 [&](const std::string& text) { return Changed(text, "state of the topology text"); });
+        scene.world->ChangeState(scene.version, [&](const std::string& bytes) {
+            State state = UnpackedState(bytes);
+            return change(state) ? PackedState(state) : bytes;
+        });
         return;
     }
     const StateFileLock fileLock(scene.stateFile);
-    const std::string before = ReadStateFile(scene.stateFile);
-    const std::string after = Changed(before, Utf8(scene.stateFile.wstring()));
-    if (after != before)
-        WriteStateFile(scene.stateFile, after);
+    const std::string name = Utf8(scene.stateFile.wstring());
+    nlohmann::json states = ParseStates(ReadStateFile(scene.stateFile), name);
+    State state = StateIn(states, scene.stateName, name);
+    if (!change(state))
+        return;
+    states[scene.stateName] = StateJson(state);
+    WriteStateFile(scene.stateFile, states.dump(4) + "\n");
 }
 
 } // namespace sim

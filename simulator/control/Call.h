@@ -35,7 +35,7 @@ class Call {
     // find: const Adapter*(const Scene&), which adapter the call is about; null: none.
     template <class Find>
     requires std::is_invocable_r_v<const Adapter*, Find, const Scene&> Call(Function function, Find find)
-        : m_about(find(m_scene.Get())) {
+        : m_scene(), m_about(find(m_scene.Get())) {
         Begin(function);
     }
     // About an adapter that the caller knows from a scene, this one or an earlier.

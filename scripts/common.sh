@@ -11,7 +11,7 @@ jobs=$(nproc)
 
 # Debian packages by what needs them.
 packages_build=(cmake ninja-build g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev python3
-                nlohmann-json3-dev libcli11-dev libfmt-dev libkainjow-mustache-dev libz-mingw-w64-dev googletest ccache)
+                nlohmann-json3-dev libcli11-dev libfmt-dev libkainjow-mustache-dev libz-mingw-w64-dev googletest pkg-config ccache)
 packages_run=(wine wine64 util-linux groff-base python3-jsonschema python3-prometheus-client)
 packages_full=(chromium chromium-driver python3-selenium fonts-dejavu-core prometheus)
 packages_lint=(clang clang-format clang-tidy)
@@ -118,27 +118,15 @@ is_service() {
         grep -qzxF "WINEPREFIX=$root/$build/suite" "/proc/$1/environ" 2>/dev/null
 }
 
-# The same of a suite that is built.
+# The same of a suite that is built. The service starts with the prefix's session, but not always at the first try.
 set_up_suite() {
     local prefix=$build/suite done=$build/suite/installed
-    if [ ! -f "$done" ] || [ "$build/suite.reg" -nt "$done" ] || [ "$build/bin/OrvanDcb.exe" -nt "$done" ]; then
+    if [ ! -f "$done" ] || [ "$build/bin/simctl.exe" -nt "$done" ] || [ "$build/bin/OrvanDcb.exe" -nt "$done" ]; then
         say "setting up the simulated suite in $prefix"
-        mkdir -p "$build/log"
         in_prefix suite net stop OrvanDCB >/dev/null 2>&1 || true # one that was built before
-        { in_prefix suite regedit /S "$build/suite.reg" &&
-          in_prefix suite "$build/bin/OrvanDcb.exe" --install &&
-          in_prefix suite regsvr32 /s "$(windows_path "$build/bin/OrvanWmi.dll")"
-        } || die "the simulated suite could not be set up"
-        touch "$done"
+    elif [[ $(in_prefix suite sc query OrvanDCB 2>&1) == *RUNNING* ]]; then
+        return
     fi
-    # A session that is still starting refuses the first requests.
-    local tries answer
-    for tries in {1..30}; do
-        answer=$(in_prefix suite sc query OrvanDCB 2>&1) || true
-        [[ $answer == *RUNNING* ]] && return
-        [ "$tries" = 1 ] || sleep 1
-        answer=$(in_prefix suite net start OrvanDCB 2>&1) || true
-    done
-    printf '%s\n' "$answer" >&2
-    die "the simulated DCB service does not start"
+    in_prefix suite "$build/bin/simctl.exe" setup >/dev/null || die "the simulated suite could not be set up"
+    touch "$done"
 }

@@ -93,6 +93,14 @@ void AddPrinting(CLI::App& app, Typed& typed) {
     });
 }
 
+void AddSettingUp(CLI::App& app, Typed& typed) {
+    auto* setup =
+        app.add_subcommand("setup", "Register the suite that lies in this program's folder, start its service");
+    setup->callback([&typed] { typed.run = SetUp; });
+    auto* remove = app.add_subcommand("remove", "Undo setup: no registry value and no service stays behind");
+    remove->callback([&typed] { typed.run = Remove; });
+}
+
 std::vector<std::string> Verbs(const CLI::App& app) {
     std::vector<std::string> verbs;
     for (const auto* verb : app.get_subcommands({}))
@@ -156,6 +164,7 @@ int Run(Console& console, std::vector<std::string> arguments) {
     AddChanging(app, typed);
     AddWatching(app, typed);
     AddPrinting(app, typed);
+    AddSettingUp(app, typed);
     ProtectValue(arguments);
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend())); // it takes them last one first

@@ -50,6 +50,10 @@ struct CallsOptions {
 };
 int Calls(Console& console, const CallsOptions& options);
 
+// Registers the suite that the program belongs to, and undoes it.
+int SetUp(Console& console);
+int Remove(Console& console);
+
 int PrintFunctions(Console& console, bool json);
 int PrintDefault(Console& console);
 int PrintSchema(Console& console);

@@ -443,3 +443,28 @@ TEST_F(SimctlVerbs, HelpOfEachVerb) {
         EXPECT_EQ(0, RunVerb({verb, "--help"}).code) << verb;
     }
 }
+
+TEST_F(SimctlVerbs, SetupAndRemoveLeaveAnotherInstallationAlone) {
+    constexpr wchar_t FCOE_AGENT[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\FcoeAgnt";
+    constexpr wchar_t CORE_AGENT[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\CoreAgnt";
+    for (const wchar_t* agent : {FCOE_AGENT, CORE_AGENT}) {
+        m_hive.Set(agent, L"InstalledDir", Path("good.json")); // a file that is there
+        const auto setup = RunVerb({"setup"});
+        EXPECT_EQ(1, setup.code);
+        EXPECT_EQ("\"" + Name("good.json") + "\" is registered on this machine: remove it first\n", setup.err);
+        m_hive.Set(FCOE_AGENT, L"InstalledDir", Path("good.json"));
+        EXPECT_EQ("\"" + Name("good.json") + "\" is registered on this machine, and not this suite\n",
+                  RunVerb({"remove"}).err);
+        m_hive.Delete(FCOE_AGENT, L"InstalledDir");
+    }
+    wchar_t text[10];
+    DWORD size = sizeof text;
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegGetValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\ORVAN\\Network_Services\\TOLV",
+                                                 L"InstalledTOLV_FCOE", RRF_RT_REG_SZ, nullptr, text, &size));
+}
+
+TEST_F(SimctlVerbs, RemoveWithoutASuiteSaysSo) {
+    const auto outcome = RunVerb({"remove"});
+    EXPECT_EQ(1, outcome.code);
+    EXPECT_EQ("no suite is set up on this machine\n", outcome.err);
+}

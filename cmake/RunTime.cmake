@@ -1,5 +1,5 @@
 # The C++ run time of mingw's GCC that all modules share, copied beside the binaries; aligned as they are. FCOE_MINGW_GXX
-# is that GCC where another compiler builds.
+# is that GCC where another compiler builds; FCOE_RUN_TIME lists the copies.
 set(gxx ${CMAKE_CXX_COMPILER})
 if(DEFINED FCOE_MINGW_GXX)
   set(gxx ${FCOE_MINGW_GXX})
@@ -12,9 +12,11 @@ endfunction()
 
 fcoe_ask_compiler(objcopy -print-prog-name=objcopy)
 file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+set(FCOE_RUN_TIME)
 foreach(dll libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
   fcoe_ask_compiler(path -print-file-name=${dll})
   set(copy ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${dll})
+  list(APPEND FCOE_RUN_TIME ${copy})
   if(${path} IS_NEWER_THAN ${copy} OR ${CMAKE_CURRENT_LIST_FILE} IS_NEWER_THAN ${copy})
     # Without a date given it writes the present one into the file.
     execute_process(COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${objcopy} --file-alignment ${FCOE_FILE_ALIGNMENT} ${path} ${copy}

@@ -1,6 +1,8 @@
 // CQelString, the suite's wide string.
 #pragma once
 
+#include "FcoeAgent/QelAbi.h" // before all that another compiler stumbles over
+
 #include <cstdarg>
 #include <string>
 #include <vector>

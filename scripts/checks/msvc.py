@@ -47,6 +47,7 @@ def flags(build: Path) -> list[str]:
             # mingw's headers take a compiler for GCC's by this, and lack __declspec without that.
             "-fgnuc-version=12.2", "-D__declspec(x)=__declspec(x)",
             f"-I{ROOT}", f"-I{ROOT}/include", "-DUNICODE", "-D_UNICODE", "-DWIN32_LEAN_AND_MEAN", "-DNOMINMAX",
+            "-DQEL_SAME_COMPILER",
             "-D_WIN32_WINNT=0x0602", "-Wall", "-Wextra", "-Werror"]
 
 

@@ -1,13 +1,14 @@
 // The smallest host: finds the agent, asks for the FCoE adapters and prints their names and World Wide Names.
 //
-// Build: include on the include path, Common/Src/QelString.cpp compiled in, QelColib linked.
-// Run: QelColib.dll and the C++ run time beside the program, the agent registered, see docs/registry.md.
+// Build: find_package(FcoeAgent) and FcoeAgent::Host, or pkg-config fcoe-agent; docs/host-guide.md tells more.
+// Run: QelColib.dll and the C++ run time beside the program or on PATH, the agent registered, see docs/registry.md.
 #include <cstdio>
 #include <iterator>
 
 #include <windows.h>
 
 #include "FcoeAgent/FcoeAgentIntf.h"
+#include "FcoeAgent/FcoeVersion.h"
 
 namespace {
 
@@ -43,6 +44,10 @@ int main() {
         LoadLibraryExW(file, nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
     if (!module) {
         std::fprintf(stderr, "The agent cannot be loaded: error %lu\n", GetLastError());
+        return 3;
+    }
+    if (!FcoeAgentFits(module)) {
+        std::fputs("The agent is of another version than this host was built for.\n", stderr);
         return 3;
     }
     const auto getAgent =

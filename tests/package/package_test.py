@@ -1,0 +1,248 @@
+#!/usr/bin/env python3
+"""The downloads as a stranger has them: unpacked into folders with blanks in their names, with Wine and a cross-compiler, and
+without the project's tree.
+
+usage: package_test.py --build DIR --version V --objcopy PROGRAM --toolchain FILE --compiler PROGRAM [--update] [TEST...]
+
+--update writes packaging/contents.txt anew.
+"""
+import argparse
+import os
+import shutil
+import subprocess
+import sys
+import unittest
+import zipfile
+import zlib
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent.parent
+HERE = Path(__file__).resolve().parent
+CONTENTS = ROOT / "packaging/contents.txt"
+sys.path.insert(0, str(ROOT / "tests/pe"))
+
+from image import Image  # the path above first
+
+OPTIONS = argparse.Namespace()
+DOWNLOADS = ("", "-sdk", "-simulator", "-symbols")
+KB, MB = 1000, 1000 * 1000
+LARGEST = {"FcoeAgnt.dll": 500 * KB, "fcoectl.exe": 2 * MB}
+LARGEST_RUN_TIME_DOWNLOAD = 3 * MB
+
+
+def output() -> Path:
+    return OPTIONS.build / "package-test"
+
+
+def download(name: str) -> Path:
+    return output() / "package" / f"fcoe-agent{name}-{OPTIONS.version}-windows-x64.zip"
+
+
+def run(*command: str | Path, check: bool = True, **options) -> subprocess.CompletedProcess:
+    done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True, **options)
+    if check and done.returncode:
+        raise AssertionError(f"{command} ended with {done.returncode}:\n{done.stdout}{done.stderr}")
+    return done
+
+
+def make() -> None:
+    run(ROOT / "packaging/make.py", "--build", OPTIONS.build, "--output", output() / "package", "--version", OPTIONS.version,
+        "--objcopy", OPTIONS.objcopy)
+
+
+def listing() -> str:
+    return "".join(f"fcoe-agent{name}: {entry}\n" for name in DOWNLOADS for entry in zipfile.ZipFile(download(name)).namelist())
+
+
+class Prefix:
+    """A Wine prefix and the session in it, of nothing but what a machine has that has Wine."""
+
+    def __init__(self, folder: Path):
+        self.environment = {key: value for key, value in os.environ.items() if not key.startswith(("WINE", "ORVAN_SIM"))}
+        self.environment |= {"WINEPREFIX": str(folder), "WINEDEBUG": "-all", "WINEDLLOVERRIDES": "mscoree,mshtml,winedbg.exe="}
+        shutil.rmtree(folder, ignore_errors=True)
+        folder.mkdir(parents=True)
+        self.folder = folder
+        # A server of its own, which takes none of the pipes of this process with it.
+        subprocess.run(["wineserver", "-p"], env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL, check=True)
+        subprocess.run(["wine", "wineboot"], env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL, check=True)
+
+    def wine(self, *arguments: str | Path, check: bool = True, variables: dict | None = None) -> subprocess.CompletedProcess:
+        return run("wine", *arguments, check=check, env=self.environment | (variables or {}))
+
+    def values(self) -> str:
+        """Every value below the maker's keys, and the service."""
+        return "".join(self.wine("reg", "query", key, "/s", check=False).stdout for key in (
+            r"HKLM\SOFTWARE\ORVAN", r"HKLM\System\CurrentControlSet\Services\OrvanDCB", r"HKCR\OrvanDCB.IoControl.1",
+            r"HKCU\Software\Wine\AppDefaults"))
+
+    def end(self) -> None:
+        subprocess.run(["wineserver", "-k"], env=self.environment, check=False)
+
+
+def windows(path: Path) -> str:
+    return "Z:" + str(path).replace("/", "\\")
+
+
+def unpack(name: str) -> Path:
+    folder = output() / f"a folder{name}"
+    shutil.rmtree(folder, ignore_errors=True)
+    run("cmake", "-E", "make_directory", folder)
+    run("cmake", "-E", "tar", "xf", download(name), cwd=folder)
+    return folder
+
+
+class Downloads(unittest.TestCase):
+    def test_hold_what_is_listed(self):
+        self.assertEqual(CONTENTS.read_text(), listing())
+
+    def test_are_small(self):
+        self.assertLessEqual(download("").stat().st_size, LARGEST_RUN_TIME_DOWNLOAD)
+        with zipfile.ZipFile(download("")) as archive:
+            for name, largest in LARGEST.items():
+                self.assertLessEqual(archive.getinfo(f"bin/{name}").file_size, largest, name)
+
+    def test_have_stripped_files_that_name_their_symbols(self):
+        symbols = zipfile.ZipFile(download("-symbols"))
+        for name in DOWNLOADS[:-1]:
+            archive = zipfile.ZipFile(download(name))
+            for entry in archive.namelist():
+                if not entry.endswith((".dll", ".exe")):
+                    continue
+                data = archive.read(entry)
+                image = Image(data)
+                sections = {section.name: section for section in image.sections}
+                self.assertFalse([section for section in sections if section.startswith(".debug")], entry)
+                link = sections[".gnu_debuglink"]
+                text = data[link.offset:link.offset + link.size]
+                file, _, _ = text.partition(b"\0")
+                self.assertEqual(f"{Path(entry).name}.debug", file.decode())
+                checksum = int.from_bytes(text[(len(file) + 4) & ~3:][:4], "little")
+                self.assertEqual(zlib.crc32(symbols.read(file.decode())), checksum, entry)
+
+    def test_name_no_folder_of_the_machine_that_built_them(self):
+        for name in DOWNLOADS:
+            archive = zipfile.ZipFile(download(name))
+            for entry in archive.namelist():
+                self.assertFalse(str(ROOT).encode() in archive.read(entry), f"{name} {entry}")
+
+    def test_are_equal_when_they_are_made_again(self):
+        before = {name: download(name).read_bytes() for name in DOWNLOADS}
+        make()
+        for name in DOWNLOADS:
+            self.assertEqual(before[name], download(name).read_bytes(), name)
+
+
+class Outside(unittest.TestCase):
+    """Hosts and neighbours that are built with the SDK's folder alone, and run on the simulator's."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.sdk, cls.simulator = unpack("-sdk"), unpack("-simulator")
+        cls.prefix = Prefix(output() / "wine")
+        cls.addClassCleanup(cls.prefix.end)
+        cls.before = cls.prefix.values()
+        cls.shown = cls.prefix.wine("cmd", "/c", windows(cls.simulator / "setup.cmd"))
+        cls.project = output() / "outside"
+        shutil.rmtree(cls.project, ignore_errors=True)
+        run("cmake", "-S", HERE / "outside", "-B", cls.project, "-G", "Ninja", f"-DCMAKE_TOOLCHAIN_FILE={OPTIONS.toolchain}",
+            f"-DFcoeAgent_DIR={cls.sdk}/lib/cmake/FcoeAgent", f"-DEXAMPLES={cls.sdk}/examples")
+        run("cmake", "--build", cls.project)
+
+    def test_one_command_sets_the_suite_up_and_shows_the_fabric(self):
+        for text in ("Link up", "Fabric 100", "Physical port  20:00:02:05:7C:3A:10:01", "100 GB"):
+            self.assertIn(text, self.shown.stdout)
+
+    def test_its_host_command_shows_the_fabric(self):
+        tree = self.prefix.wine(windows(self.simulator / "bin/fcoectl.exe"), "tree")
+        self.assertEqual(self.shown.stdout.partition("\n")[2].replace("\r", ""), tree.stdout.replace("\r", ""))
+        self.assertEqual("", tree.stderr)
+
+    def test_suite_that_is_set_up_is_not_replaced_by_another(self):
+        other = output() / "another folder"
+        shutil.rmtree(other, ignore_errors=True)
+        shutil.copytree(self.simulator, other)
+        for words in ("setup", "remove"):
+            refused = self.prefix.wine(windows(other / "bin/simctl.exe"), words, check=False)
+            self.assertEqual(1, refused.returncode)
+            self.assertIn(windows(self.simulator) + "\\bin\\FcoeAgnt.dll", refused.stderr)
+        self.assertIn(windows(self.simulator), self.prefix.values())
+
+    def host(self, program: Path) -> None:
+        # Where the suite's modules are: a careful host takes none from PATH.
+        done = self.prefix.wine(windows(Path(shutil.copy(program, self.simulator / "bin"))))
+        self.assertEqual("ORVAN Converged Adapter CX-20 Port 1  20:00:02:05:7C:3A:10:01\n"
+                         "ORVAN Converged Adapter CX-20 Port 2  20:00:02:05:7C:3A:10:02\n", done.stdout.replace("\r", ""))
+
+    def test_host_of_the_cmake_package(self):
+        self.host(self.project / "host.exe")
+
+    def test_host_of_pkg_config(self):
+        environment = dict(os.environ, PKG_CONFIG_LIBDIR=str(self.sdk / "lib/pkgconfig"))
+        flags = run("pkg-config", "--cflags", "--libs", "fcoe-agent", env=environment).stdout
+        program = self.project / "pkg-config-host.exe"
+        # The shell takes the blanks of the folder's name as pkg-config wrote them.
+        run("sh", "-c", f'"$0" -std=c++20 -o "$1" "$2" {flags}', OPTIONS.compiler, program,
+            self.sdk / "examples/cpp/ExampleHost.cpp")
+        self.host(program)
+
+    def refusal(self, *flags: str) -> str:
+        done = run(OPTIONS.compiler, "-fsyntax-only", "-x", "c++", f"-I{self.sdk}/include", *flags,
+                   self.sdk / "include/FcoeAgent/FcoeAgentIntf.h", check=False)
+        return next((line for line in done.stderr.splitlines() if "#error" in line), "") if done.returncode else ""
+
+    def test_headers_refuse_what_does_not_fit(self):
+        self.assertEqual("", self.refusal("-std=c++17"))
+        for flags, sentence in ((("-U__MINGW32__",), "other compilers use fcoe_agent.h."),
+                                (("-D_GLIBCXX_DEBUG",), "build the host without it."),
+                                (("-D_GLIBCXX_USE_CXX11_ABI=0",), "build the host without _GLIBCXX_USE_CXX11_ABI=0."),
+                                (("-std=c++14",), "build the host with -std=c++17 or later.")):
+            self.assertIn(sentence, self.refusal(*flags), flags)
+
+    def test_vendor_library_of_the_neighbours_boundary(self):
+        done = self.prefix.wine(windows(self.simulator / "bin/fcoectl.exe"), "hbas", "-o", "csv", "--columns",
+                                "second_id,port_wwn,port_speed", "--library-dir", windows(self.project / "library"),
+                                variables={"ORVAN_SIM_TOPOLOGY": windows(HERE / "outside/topology.json")}, check=False)
+        self.assertIn("Lab,20:00:00:00:00:00:00:0A,10 Gbps", done.stdout, done.stderr)
+
+
+class Removal(unittest.TestCase):
+    def test_leaves_no_value_and_no_service(self):
+        folder = unpack("-simulator")
+        prefix = Prefix(output() / "wine-removal")
+        self.addCleanup(prefix.end)
+        before = prefix.values()
+        prefix.wine("cmd", "/c", windows(folder / "setup.cmd"))
+        self.assertNotEqual(before, prefix.values())
+        prefix.wine("cmd", "/c", windows(folder / "setup.cmd"), "remove")
+        self.assertEqual(before, prefix.values())
+
+
+class RunTime(unittest.TestCase):
+    def test_runs_from_any_folder_and_says_that_nothing_is_registered(self):
+        folder = unpack("")
+        prefix = Prefix(output() / "wine-empty")
+        self.addCleanup(prefix.end)
+        self.assertIn(f"fcoectl {OPTIONS.version}", prefix.wine(windows(folder / "bin/fcoectl.exe"), "--version").stdout)
+        refused = prefix.wine(windows(folder / "bin/fcoectl.exe"), "hbas", check=False)
+        self.assertEqual(3, refused.returncode)
+        self.assertIn("The agent is not installed.", refused.stderr)
+
+
+if __name__ == "__main__":
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--build", type=Path, required=True)
+    parser.add_argument("--version", required=True)
+    parser.add_argument("--objcopy", required=True)
+    parser.add_argument("--toolchain", required=True)
+    parser.add_argument("--compiler", required=True)
+    parser.add_argument("--update", action="store_true")
+    parser.add_argument("tests", nargs="*")
+    OPTIONS = parser.parse_args()
+    OPTIONS.build = OPTIONS.build.resolve()
+    make()
+    if OPTIONS.update:
+        CONTENTS.write_text(listing())
+    unittest.main(argv=[sys.argv[0], *OPTIONS.tests])

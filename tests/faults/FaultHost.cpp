@@ -12,7 +12,7 @@
 #include "simulator/control/SimControl.h"
 #include "tests/kit/FindFunction.h"
 #include "tests/kit/HandleCount.h"
-#include "tools/fcoectl/Records.h"
+#include "tools/reading/Records.h"
 
 namespace {
 
@@ -337,7 +337,7 @@ std::string FaultHost::CheckService(const Operation& operation, bool cold, std::
         Answers answers = m_healthy;
         for (std::size_t i = 0; i < hbas.size(); ++i) {
             if (!isExpected(i, hbas[i].strFcoeLinkStatus))
-                problem = fmt::format("adapter {}: \"{}\"", i, fcoectl::FieldText(hbas[i].strFcoeLinkStatus));
+                problem = fmt::format("adapter {}: \"{}\"", i, reading::FieldText(hbas[i].strFcoeLinkStatus));
             hbas[i].strFcoeLinkStatus = m_healthy.hbas[i].strFcoeLinkStatus;
         }
         answers.hbas = hbas;

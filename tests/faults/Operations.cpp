@@ -6,7 +6,7 @@
 
 #include <fmt/format.h>
 
-#include "tools/fcoectl/Records.h"
+#include "tools/reading/Records.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ constexpr wchar_t VIRTUAL_PORT[] = L"20:05:02:05:7C:00:00:01";
 constexpr std::size_t WWN_LENGTH = 23;
 
 template <class Record> bool Same(const Record& a, const Record& b) {
-    for (const auto& field : fcoectl::Describe<Record>().fields) {
+    for (const auto& field : reading::TypeOf<Record>().fields) {
         const bool same = std::visit(
             [&](auto member) {
                 if constexpr (std::is_array_v<std::remove_reference_t<decltype(a.*member)>>)

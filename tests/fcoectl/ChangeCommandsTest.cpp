@@ -5,7 +5,7 @@
 #include "tests/fcoectl/Host.h"
 #include "tools/fcoectl/Codes.h"
 
-using fcoectl::FindAgentError;
+using reading::FindAgentError;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::IsSupersetOf;

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "FcoeAgent/QelResource.h"
-#include "tools/fcoectl/LinkStatus.h"
+#include "tools/reading/LinkStatus.h"
 
 using namespace fcoectl;
 
@@ -28,7 +28,7 @@ TEST(Codes, EveryRefusalOfTheAgentHasItsOwnExitCode) {
     for (const std::uint32_t number : {202u, 203u, 204u, 205u, 206u, 207u, 214u}) {
         const AgentError* error = FindAgentError(0x37000000 + number);
         ASSERT_NE(nullptr, error) << number;
-        EXPECT_TRUE(exits.insert(error->exit).second) << number;
+        EXPECT_TRUE(exits.insert(ExitOf(error->code)).second) << number;
     }
     EXPECT_EQ(exits.size(), AgentErrors().size());
     EXPECT_EQ(nullptr, FindAgentError(0x37000000));

@@ -90,7 +90,7 @@ TEST(Disks, NamesThatAreNoDevicesAreNotOpened) {
 }
 
 TEST(DisksCommand, SaysWhereTheBytesComeFrom) {
-    const Answer answer = Host(L"two").Run({"disks"});
+    const ::Answer answer = Host(L"two").Run({"disks"});
     EXPECT_EQ(0, answer.exit);
     EXPECT_THAT(answer.err, HasSubstr("cannot be asked for their size"));
     EXPECT_EQ(1, Host(L"false:targets").Run({"disks"}).exit);

@@ -87,7 +87,7 @@ TEST(Explain, WithoutAnythingListsThemAll) {
     for (const auto& code : codes)
         ++kinds[code["kind"]];
     EXPECT_EQ(fcoectl::ExitCodes().size(), kinds["exit_code"]);
-    EXPECT_EQ(fcoectl::AgentErrors().size(), kinds["agent_error"]);
+    EXPECT_EQ(reading::AgentErrors().size(), kinds["agent_error"]);
     EXPECT_EQ(30u, kinds["library_status"]);
     EXPECT_EQ(13u, kinds["link_state"]) << "eleven that the agent tells, unread, unrecognized";
     EXPECT_EQ(4u, kinds.size());

@@ -6,10 +6,10 @@
 
 #include "tests/fcoectl/Host.h"
 #include "tests/fcoectl/LogFolders.h"
-#include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Text.h"
+#include "tools/reading/LogHint.h"
 
-using fcoectl::LogHint;
+using reading::LogHint;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;

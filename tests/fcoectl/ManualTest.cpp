@@ -97,11 +97,11 @@ TEST_F(Manual, ListsEveryCode) {
     for (const auto& exit : fcoectl::ExitCodes())
         EXPECT_THAT(manual, HasSubstr("| " + std::to_string(static_cast<int>(exit.value)) + " | `" + exit.name +
                                       "` | " + exit.meaning + " | " + exit.advice + " |"));
-    for (const auto& error : fcoectl::AgentErrors()) {
+    for (const auto& error : reading::AgentErrors()) {
         char code[16];
         std::snprintf(code, sizeof code, "0x%08X", error.code);
-        EXPECT_THAT(manual,
-                    HasSubstr("| " + std::string(code) + " | " + std::to_string(static_cast<int>(error.exit)) + " | "));
+        EXPECT_THAT(manual, HasSubstr("| " + std::string(code) + " | " +
+                                      std::to_string(static_cast<int>(fcoectl::ExitOf(error.code))) + " | "));
     }
 }
 

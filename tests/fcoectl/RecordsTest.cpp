@@ -1,10 +1,10 @@
-#include "tools/fcoectl/Records.h"
+#include "tools/reading/Records.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/fcoectl/fakeagent/FakeRecords.h"
 
-using namespace fcoectl;
+using namespace reading;
 
 namespace {
 
@@ -82,13 +82,13 @@ TEST(Records, UnknownEnumerationValuesPrintAsThemselves) {
     QEL_FCOE_PORT port;
     port.ulPortType = 77;
     EXPECT_EQ(77, ToJson(port)["port_type"]);
-    const auto& fields = Describe<QEL_FCOE_PORT>().fields;
+    const auto& fields = TypeOf<QEL_FCOE_PORT>().fields;
     EXPECT_EQ("77", ValueText(ValueOf(fields[2], port), fields[2].format));
 }
 
 TEST(Records, AddressesAreHexInTextAndNumbersInJson) {
     const QEL_FCOE_HBA hba = MakeFakeRecords(1).hbas.front();
-    const auto& field = Describe<QEL_FCOE_HBA>().fields[5];
+    const auto& field = TypeOf<QEL_FCOE_HBA>().fields[5];
     EXPECT_EQ("0x010200", ValueText(ValueOf(field, hba), field.format));
     EXPECT_EQ(0x010200, ToJson(hba)["port_fc_id"]);
 }

@@ -8,12 +8,12 @@
 #include <fmt/format.h>
 
 #include "FcoeAgent/QelResource.h"
-#include "tools/fcoectl/Records.h"
+#include "tools/reading/Records.h"
 
 namespace soak {
 namespace {
 
-using fcoectl::FieldText;
+using reading::FieldText;
 
 constexpr unsigned NO_VERSION = 0; // of an adapter; none has it
 
@@ -141,7 +141,7 @@ template <class Record> std::vector<Record> WithoutReadings(const Situation&, co
 
 template <class Record>
 bool IsSame(const std::vector<std::string_view>& group, const Record& found, const Record& expected) {
-    for (const auto& field : fcoectl::Describe<Record>().fields)
+    for (const auto& field : reading::TypeOf<Record>().fields)
         if (std::find(group.begin(), group.end(), field.key) != group.end() && !IsLeftToTheLibrary(found, field.key) &&
             ValueOf(field, found) != ValueOf(field, expected))
             return false;
@@ -149,7 +149,7 @@ bool IsSame(const std::vector<std::string_view>& group, const Record& found, con
 }
 
 template <class Record> std::string Text(const Record& record) {
-    return fcoectl::ToJson(record).dump();
+    return reading::ToJson(record).dump();
 }
 
 bool IsEmpty(const std::wstring& deviceId) {

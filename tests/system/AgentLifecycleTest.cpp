@@ -13,8 +13,8 @@
 #include "tests/kit/ProgramFolder.h"
 #include "tests/kit/SuiteHost.h"
 #include "tests/system/RunTimeHeap.h"
-#include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Text.h"
+#include "tools/reading/Records.h"
 
 namespace {
 
@@ -235,7 +235,7 @@ std::string AnswersOf(CQelFcoeAgentIntf* agent, unsigned adapter) {
             std::vector<Record> records;
             answers += (agent->*operation)(name, records, 0) ? "TRUE\n" : "FALSE\n";
             for (const Record& record : records)
-                answers += fcoectl::ToJson(record).dump() + "\n";
+                answers += reading::ToJson(record).dump() + "\n";
         };
     Add(&CQelFcoeAgentIntf::EnumerateHBAs);
     Add(&CQelFcoeAgentIntf::EnumerateFabrics);

@@ -7,15 +7,11 @@
 
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/Wwn.h"
-#include "tools/reading/VendorLibrary.h"
-#include "tools/reading/What.h"
 
 namespace fcoectl {
 namespace {
 
 using Hbas = std::vector<QEL_FCOE_HBA>;
-
-constexpr std::size_t GUID_LENGTH = 36;
 
 // How each adapter that can be named is named: by its number, or by its identifier, in quotes since braces are a script
 // to PowerShell. meant: those that can have been meant; none: all.
@@ -38,61 +34,10 @@ Failure Unclear(const std::string& problem, const Reading<QEL_FCOE_HBA>& reading
     return Failure(Exit::AdapterUnknown, problem, std::move(hints), std::move(ids));
 }
 
-// An identifier as Windows writes them, with braces and in upper case; empty when the text is none.
-std::wstring CanonicalIdentifier(std::wstring_view text) {
-    if (text.size() == GUID_LENGTH + 2 && text.front() == L'{' && text.back() == L'}')
-        text = text.substr(1, GUID_LENGTH);
-    if (text.size() != GUID_LENGTH)
-        return {};
-    std::wstring id = L"{";
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool hyphen = i == 8 || i == 13 || i == 18 || i == 23;
-        if (hyphen ? text[i] != L'-' : text[i] > L'z' || !std::isxdigit(static_cast<int>(text[i])))
-            return {};
-        id += static_cast<wchar_t>(std::toupper(static_cast<int>(text[i])));
-    }
-    return id + L'}';
-}
-
-// The adapter of that identifier, when the agent answers for it with the name that the core agent has for it. Its
-// counters are asked first, since they need neither DCB nor WMI.
-std::optional<Adapter> Known(Agent& agent, const CQelString& id) {
-    const auto find = [&](const auto& records) -> std::optional<Adapter> {
-        for (const auto& record : records)
-            if (record.strDeviceId == id && !record.strSecondId.empty())
-                return Adapter{record.strDeviceId, record.strSecondId};
-        return std::nullopt;
-    };
-    if (auto adapter = find(agent.Read<QEL_FCOE_STATISTIC>(id).records))
-        return adapter;
-    return find(agent.Read<QEL_FCOE_HBA>(id).records);
-}
-
 std::wstring Folded(std::wstring_view text) {
     std::wstring folded(text);
     CharUpperBuffW(folded.data(), static_cast<DWORD>(folded.size()));
     return folded;
-}
-
-bool IsUnnamed(const QEL_FCOE_HBA& hba) {
-    return hba.strDeviceId.empty();
-}
-
-// Whether the list has each adapter, if only as a record without a name.
-bool AllListed(const Reading<QEL_FCOE_HBA>& reading) {
-    const auto isLacking = [&](const reading::Problem& problem) {
-        return problem.what == reading::KeyOf(reading::What::Adapter) &&
-               problem.function != ToUtf8(reading::VENDOR_LIBRARY) &&
-               std::ranges::none_of(reading.records, [&](const QEL_FCOE_HBA& hba) {
-                   return !IsUnnamed(hba) && ToUtf8(hba.strDeviceId) == problem.adapter;
-               });
-    };
-    return reading.complete && std::ranges::count_if(reading.findings.problems, isLacking) <=
-                                   std::ranges::count_if(reading.records, IsUnnamed);
-}
-
-bool AllRead(const Reading<QEL_FCOE_HBA>& reading) {
-    return AllListed(reading) && std::ranges::none_of(reading.records, IsUnnamed);
 }
 
 // The adapters that the text names wholly.
@@ -139,8 +84,8 @@ Adapter ChooseAdapter(Agent& agent, const std::optional<std::string>& wanted, Ne
     if (wanted) {
         id = CanonicalIdentifier(FromUtf8(*wanted));
         if (!id.empty())
-            if (const auto adapter = Known(agent, id))
-                return *adapter;
+            if (const auto adapter = reading::AskForAdapter(agent, id))
+                return {*adapter};
     }
     const Reading<QEL_FCOE_HBA> reading = agent.Read<QEL_FCOE_HBA>({});
     const Hbas& hbas = reading.records;

@@ -5,15 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "FcoeAgent/QelString.h"
 #include "tools/fcoectl/Agent.h"
+#include "tools/reading/AdapterLookup.h"
 
 namespace fcoectl {
 
-struct Adapter {
-    CQelString id;   // empty: all
-    CQelString name; // in the suite; may be empty
-
+struct Adapter : reading::Adapter {
     // "name ({...})" for messages.
     std::string Label() const;
 };

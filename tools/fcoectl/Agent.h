@@ -1,27 +1,18 @@
-// The agent as a host holds it: loaded, asked through its public interface, released at the end.
+// The agent as the commands ask it: what it refuses and throws is a Failure.
 #pragma once
 
-#include <memory>
+#include <optional>
 #include <string>
-#include <type_traits>
-#include <vector>
-
-#include <windows.h>
 
 #include "FcoeAgent/FcoeAgentIntf.h"
 #include "tools/fcoectl/Failure.h"
 #include "tools/fcoectl/LibrarySearch.h"
 #include "tools/fcoectl/Names.h"
-#include "tools/reading/Examiner.h"
+#include "tools/reading/LoadedAgent.h"
 
 namespace fcoectl {
 
-// What one enumeration gave.
-template <class Record> struct Reading {
-    bool complete = false; // the agent answered TRUE
-    std::vector<Record> records;
-    reading::Findings findings; // what they lack
-};
+using reading::Reading;
 
 // Every member throws Failure: AgentMissing or AgentRefused while loading, AgentThrew when a call ended by an
 // exception.
@@ -30,21 +21,19 @@ class Agent {
     // file: the module to load; empty takes the registered one. libraryFolder: of the HBA library; empty: none is
     // named. mask: learns the names in what is read, and outlives the agent; null: nobody does.
     Agent(const std::wstring& file, const std::wstring& libraryFolder, reading::Mask* mask);
-    ~Agent();
     Agent(const Agent&) = delete;
     Agent& operator=(const Agent&) = delete;
 
     // adapter: empty reads all adapters that support FCoE. answer: what is shown of the records.
     template <class Record>
-    [[nodiscard]] Reading<Record> Read(const CQelString& adapter, reading::Answer answer = AnswerOf<Record>()) {
+    [[nodiscard]] Reading<Record> Read(const CQelString& adapter,
+                                       reading::Answer answer = reading::AnswerOf<Record>()) {
         Reading<Record> result;
         Call([&] {
-            m_examiner.Begin();
-            result.complete = Enumerate(adapter, result.records) != FALSE;
+            result = m_agent->Read<Record>(adapter, answer);
             if (m_mask)
                 for (const Record& record : result.records)
                     LearnNames(*m_mask, record);
-            result.findings = m_examiner.Examine(answer, adapter, result.complete, result.records);
         });
         return result;
     }
@@ -56,15 +45,15 @@ class Agent {
     void RefreshTargets(const CQelString& adapter);
 
   private:
-    struct Unload {
-        using pointer = HMODULE;
-        void operator()(HMODULE module) const { FreeLibrary(module); }
-    };
+    // path: of AgentFile.
+    Agent(const std::wstring& path, const std::wstring& libraryFolder, reading::Mask* mask, bool isRegistered);
 
     // Runs one call into the agent; what it throws becomes a Failure.
     template <class Function> static void Call(Function&& function) {
         try {
             function();
+        } catch (const Failure&) {
+            throw;
         } catch (const std::bad_alloc&) {
             throw Failure(Exit::AgentThrew, "Memory was exhausted while the agent answered.");
         } catch (const std::exception& exception) {
@@ -78,41 +67,9 @@ class Agent {
     // The same; without an HBA library, with why there is none instead of the usual advice.
     [[nodiscard]] Failure Explained(const Failure& failure) const;
 
-    template <class Record> static constexpr reading::Answer AnswerOf() {
-        using reading::Answer;
-        return std::is_same_v<Record, QEL_FCOE_HBA>      ? Answer::Hbas
-               : std::is_same_v<Record, QEL_FCOE_FABRIC> ? Answer::Fabrics
-               : std::is_same_v<Record, QEL_FCOE_PORT>   ? Answer::Ports
-               : std::is_same_v<Record, QEL_FCOE_TARGET> ? Answer::Targets
-               : std::is_same_v<Record, QEL_FCOE_LUN>    ? Answer::Luns
-               : std::is_same_v<Record, QEL_FCOE_VLAN>   ? Answer::Vlans
-                                                         : Answer::Statistics;
-    }
-
-    template <class Record> BOOL Enumerate(const CQelString& adapter, std::vector<Record>& records) {
-        CQelString copy(adapter); // most operations take a reference that they may change
-        if constexpr (std::is_same_v<Record, QEL_FCOE_HBA>)
-            return m_interface->EnumerateHBAs(copy, records, 0);
-        else if constexpr (std::is_same_v<Record, QEL_FCOE_FABRIC>)
-            return m_interface->EnumerateFabrics(copy, records, 0);
-        else if constexpr (std::is_same_v<Record, QEL_FCOE_PORT>)
-            return m_interface->EnumeratePorts(copy, records, 0);
-        else if constexpr (std::is_same_v<Record, QEL_FCOE_TARGET>)
-            return m_interface->EnumerateTargets(copy, records, 0);
-        else if constexpr (std::is_same_v<Record, QEL_FCOE_LUN>)
-            return m_interface->EnumerateLUNs(copy, records, 0);
-        else if constexpr (std::is_same_v<Record, QEL_FCOE_VLAN>)
-            return m_interface->EnumerateVLANs(copy, records, 0);
-        else
-            return m_interface->EnumerateStatistics(copy, records, 0);
-    }
-
-    std::wstring m_path;
     reading::Mask* m_mask;
     LibrarySearch m_search; // outlives the module
-    reading::Examiner m_examiner{m_search.Folders()};
-    std::unique_ptr<HMODULE, Unload> m_module;
-    CQelFcoeAgentIntf* m_interface = nullptr; // the agent's own
+    std::optional<reading::LoadedAgent> m_agent;
 };
 
 // The module that would be loaded: the full path of the given file, or the registered one. Throws Failure AgentMissing.

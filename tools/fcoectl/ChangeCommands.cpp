@@ -49,7 +49,7 @@ void ShowRescan(AgentContext& context) {
 // The refusal that the agent would give for this code.
 Failure Refusal(std::uint32_t code, const std::string& wwpn) {
     const AgentError& error = *FindAgentError(code);
-    return {error.exit, Insert(error.sentence, wwpn), {error.advice}, {wwpn}};
+    return {ExitOf(code), Insert(error.sentence, wwpn), {error.advice}, {wwpn}};
 }
 
 std::vector<QEL_FCOE_PORT> PortsNamed(AgentContext& context) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tools/reading/VendorLibrary.h"
+
 namespace fcoectl {
 namespace {
 
@@ -38,34 +40,23 @@ constexpr ExitCode EXIT_CODES[] = {
      "Compare with 'fcoectl vport list'; close what uses the port."},
     {Exit::PhysicalPort, ENDS_DELETION, "physical_port",
      "The WWPN belongs to a physical port, which cannot be deleted.", "Name a port that 'fcoectl vport list' shows."},
-    {Exit::NotGenerated, ENDS_CREATION | ENDS_GENERATION, "not_generated",
-     "The adapter's HBA library generated no WWPN.",
+    {Exit::NotGenerated, ENDS_CREATION | ENDS_GENERATION, "not_generated", reading::NOT_GENERATED,
      "Check that the adapter's port is online ('fcoectl hbas'), or choose the WWPN yourself."},
     {Exit::LibraryRefused, ENDS_CREATION | ENDS_RESCAN, "library_refused",
      "The adapter's HBA library refused without a known reason.", "The agent's log shows the library's status."},
     {Exit::Refused, ENDS_CREATION | ENDS_DELETION, "refused", "The agent refused without giving a reason.",
-     "Often the configuration lock: another change is under way. Try again later; the agent's log tells more."},
+     reading::NO_REASON_ADVICE},
 };
 
-constexpr AgentError AGENT_ERRORS[] = {
-    {0x370000CA, Exit::NotGenerated, "The adapter's HBA library could not generate a WWPN for the new virtual port.",
-     "Check that the adapter's port is online, or choose the WWPN yourself."},
-    {0x370000CB, Exit::InvalidWWPN,
-     "'%1' is not a valid WWPN: eight groups of two hexadecimal digits separated by colons are accepted, such as "
-     "20:01:00:1B:21:AA:BB:CC.",
-     "No other separators, no blanks, no one-digit groups."},
-    {0x370000CC, Exit::PortLimit, "The adapter already has the maximum number of virtual ports.",
-     "Delete one that is no longer needed first."},
-    {0x370000CD, Exit::WWPNInUse, "The WWPN is already in use.", "Choose another WWPN, or 'auto'."},
-    {0x370000CE, Exit::LibraryRefused,
-     "The adapter's HBA library refused to create the virtual port '%1' without a known reason.",
-     "The agent's log shows the library's status."},
-    {0x370000CF, Exit::PortNotFound,
-     "The virtual port '%1' was not deleted: the adapter has no such virtual port, or the port is still in use.",
-     "Compare with 'fcoectl vport list'."},
-    {0x370000D6, Exit::PhysicalPort,
-     "The WWPN belongs to a physical port of the adapter; only virtual ports can be deleted.",
-     "Name a port that 'fcoectl vport list' shows."},
+struct ErrorExit {
+    std::uint32_t code; // of an AgentError
+    Exit exit;
+};
+
+constexpr ErrorExit ERROR_EXITS[] = {
+    {0x370000CA, Exit::NotGenerated}, {0x370000CB, Exit::InvalidWWPN},    {0x370000CC, Exit::PortLimit},
+    {0x370000CD, Exit::WWPNInUse},    {0x370000CE, Exit::LibraryRefused}, {0x370000CF, Exit::PortNotFound},
+    {0x370000D6, Exit::PhysicalPort},
 };
 
 } // namespace
@@ -73,17 +64,14 @@ constexpr AgentError AGENT_ERRORS[] = {
 std::span<const ExitCode> ExitCodes() {
     return EXIT_CODES;
 }
-std::span<const AgentError> AgentErrors() {
-    return AGENT_ERRORS;
-}
 
 const ExitCode& Describe(Exit exit) {
     return *std::ranges::find(EXIT_CODES, exit, &ExitCode::value);
 }
 
-const AgentError* FindAgentError(std::uint32_t code) {
-    const auto* found = std::ranges::find(AGENT_ERRORS, code, &AgentError::code);
-    return found == std::end(AGENT_ERRORS) ? nullptr : found;
+Exit ExitOf(std::uint32_t error) {
+    const auto* found = std::ranges::find(ERROR_EXITS, error, &ErrorExit::code);
+    return found == std::end(ERROR_EXITS) ? Exit::Refused : found->exit;
 }
 
 } // namespace fcoectl

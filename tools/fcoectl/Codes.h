@@ -1,8 +1,11 @@
-// The program's exit codes and the agent's error codes: one table each, for messages, help, `explain` and JSON.
+// The program's exit codes: one table for messages, help, `explain` and JSON.
 #pragma once
 
 #include <cstdint>
 #include <span>
+
+#include "tools/fcoectl/Text.h"
+#include "tools/reading/AgentErrors.h"
 
 namespace fcoectl {
 
@@ -49,18 +52,10 @@ struct ExitCode {
     const char* advice;  // what an administrator does about it
 };
 
-// An error entry of a virtual-port operation.
-struct AgentError {
-    std::uint32_t code;
-    Exit exit;
-    const char* sentence; // %1 is the entry's first argument
-    const char* advice;
-};
-
 std::span<const ExitCode> ExitCodes();
-std::span<const AgentError> AgentErrors();
 
 const ExitCode& Describe(Exit exit);
-const AgentError* FindAgentError(std::uint32_t code); // null when unknown
+// Of a command that an error entry of the agent ended.
+Exit ExitOf(std::uint32_t error);
 
 } // namespace fcoectl

@@ -9,7 +9,8 @@
 #include "tools/fcoectl/Options.h"
 #include "tools/fcoectl/Output.h"
 #include "tools/fcoectl/Report.h"
-#include "tools/fcoectl/Sheet.h"
+#include "tools/fcoectl/Text.h"
+#include "tools/reading/Sheet.h"
 
 namespace reading {
 class Mask;

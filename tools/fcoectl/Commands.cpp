@@ -10,11 +10,11 @@
 #include "tools/fcoectl/ListCommands.h"
 #include "tools/fcoectl/LogCommands.h"
 #include "tools/fcoectl/MetricsCommand.h"
-#include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Statistics.h"
 #include "tools/fcoectl/diagnose/Diagnose.h"
 #include "tools/fcoectl/doctor/Doctor.h"
 #include "tools/fcoectl/report/ReportCommand.h"
+#include "tools/reading/Records.h"
 
 namespace fcoectl {
 namespace {

@@ -5,11 +5,11 @@
 #include <fmt/format.h>
 
 #include "tools/fcoectl/Codes.h"
-#include "tools/fcoectl/LinkStatus.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/log/LibraryStatus.h"
 #include "tools/log/LogLine.h"
 #include "tools/log/LogMessages.h"
+#include "tools/reading/LinkStatus.h"
 
 namespace fcoectl {
 namespace {
@@ -68,8 +68,8 @@ std::optional<Explanation> OfLogLine(const std::string& wanted) {
 std::vector<Explanation> AllExplanations() {
     std::vector<Explanation> all;
     for (const AgentError& error : AgentErrors())
-        all.push_back({error.code, "agent_error", Describe(error.exit).name, Insert(error.sentence, "..."),
-                       error.advice, static_cast<int>(error.exit)});
+        all.push_back({error.code, "agent_error", Describe(ExitOf(error.code)).name, Insert(error.sentence, "..."),
+                       error.advice, static_cast<int>(ExitOf(error.code))});
     for (const ExitCode& exit : ExitCodes())
         all.push_back({static_cast<std::uint32_t>(exit.value), "exit_code", exit.name, exit.meaning, exit.advice,
                        static_cast<int>(exit.value)});

@@ -6,18 +6,16 @@
 
 #include "tools/fcoectl/Adapters.h"
 #include "tools/fcoectl/Agent.h"
-#include "tools/fcoectl/LinkStatus.h"
 #include "tools/fcoectl/NoteNone.h"
-#include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/Tree.h"
+#include "tools/reading/ListAnswer.h"
 
 namespace fcoectl {
 namespace {
 
 constexpr ULONG FIRST_VIRTUAL_PORT_TYPE = 2;
-constexpr unsigned PLACE_OF_STATE = 2;
 
 Tone StateTone(const nlohmann::ordered_json& state) {
     return state == USABLE_LINK.state ? Tone::Plain : Tone::Alarm;
@@ -27,13 +25,8 @@ Tone MeaningTone(const nlohmann::ordered_json& meaning) {
 }
 
 template <class Record> void Show(Context& context, const std::vector<Record>& records) {
-    const char* list = Describe<Record>().list;
+    const char* list = TypeOf<Record>().list;
     ShowSheet(context, list, SheetOf(records));
-}
-
-LinkStatus LinkOf(const QEL_FCOE_HBA& hba, const reading::Findings& findings) {
-    return findings.Lack(hba.strDeviceId, reading::What::Adapter) ? UNREAD_LINK
-                                                                  : ExplainLinkStatus(hba.strFcoeLinkStatus);
 }
 
 // shown: whether the record is one of those that the command shows.
@@ -43,7 +36,7 @@ template <class Record> std::vector<Record> ReadChosen(AgentContext& context, bo
     if (shown)
         std::erase_if(reading.records, std::not_fn(shown));
     if (reading.records.empty())
-        NoteNone(context, reading.findings.whyNone, Describe<Record>().list);
+        NoteNone(context, reading.findings.whyNone, TypeOf<Record>().list);
     return std::move(reading.records);
 }
 
@@ -51,7 +44,7 @@ Reading<QEL_FCOE_HBA> ReadAdapters(AgentContext& context, reading::Answer answer
     Reading<QEL_FCOE_HBA> reading = context.agent.Read<QEL_FCOE_HBA>(context.adapter.id, answer);
     context.report.Add(reading.complete, reading.findings);
     if (reading.records.empty())
-        NoteNone(context, reading.findings.whyNone, Describe<QEL_FCOE_HBA>().list);
+        NoteNone(context, reading.findings.whyNone, TypeOf<QEL_FCOE_HBA>().list);
     return reading;
 }
 
@@ -78,7 +71,7 @@ void ShowTree(AgentContext& context) {
         records = std::move(reading.records);
         context.report.Add(reading.complete, reading.findings);
         if (!reading.complete)
-            context.report.notes.push_back(fmt::format("The {} are not complete.", Describe<Record>().list));
+            context.report.notes.push_back(fmt::format("The {} are not complete.", TypeOf<Record>().list));
         if (whyNone.empty())
             whyNone = reading.findings.whyNone;
     };
@@ -94,22 +87,20 @@ void ShowTree(AgentContext& context) {
     else
         context.output.Write(DrawTree(tree, context.options.ascii));
     if (tree.empty())
-        NoteNone(context, whyNone, Describe<QEL_FCOE_HBA>().list);
+        NoteNone(context, whyNone, TypeOf<QEL_FCOE_HBA>().list);
 }
 
 SheetColumns HbaColumns(const Options&) {
-    SheetColumns columns = ColumnsOf<QEL_FCOE_HBA>();
-    columns.push_back({"state", "STATE", false, Format::Plain, PLACE_OF_STATE, StateTone});
+    SheetColumns columns = reading::ListColumns<QEL_FCOE_HBA>();
+    columns.back().tone = StateTone;
     return columns;
 }
 
 void ListHBAs(AgentContext& context) {
     const auto reading = ReadAdapters(context, reading::Answer::Hbas);
-    Sheet sheet = SheetOf(reading.records);
+    Sheet sheet = reading::ListSheet(reading);
     sheet.columns = HbaColumns(context.options);
-    for (std::size_t i = 0; i < sheet.rows.size(); ++i)
-        sheet.rows[i].emplace_back(LinkOf(reading.records[i], reading.findings).state);
-    ShowSheet(context, Describe<QEL_FCOE_HBA>().list, std::move(sheet));
+    ShowSheet(context, TypeOf<QEL_FCOE_HBA>().list, std::move(sheet));
 }
 
 SheetColumns LinkColumns(const Options&) {

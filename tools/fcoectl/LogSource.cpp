@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Text.h"
+#include "tools/reading/LogHint.h"
 #include "tools/reading/LogPlace.h"
 
 namespace fcoectl {

@@ -9,8 +9,8 @@
 
 #include "FcoeAgent/QelResource.h"
 #include "FcoeAgent/QelString.h"
-#include "tools/fcoectl/LinkStatus.h"
 #include "tools/fcoectl/Text.h"
+#include "tools/reading/LinkStatus.h"
 
 namespace fcoectl {
 namespace {

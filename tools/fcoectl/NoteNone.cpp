@@ -1,16 +1,14 @@
 #include "tools/fcoectl/NoteNone.h"
 
-#include <fmt/format.h>
+#include "tools/reading/ListAnswer.h"
 
 namespace fcoectl {
 
 void NoteNone(Context& context, const std::string& whyNone, const char* list) {
     if (!context.report.complete)
         return;
-    if (!whyNone.empty())
-        context.report.notes.push_back(whyNone);
-    else if (!context.isPart)
-        context.report.notes.push_back(fmt::format("The agent knows no {}.", list));
+    if (!whyNone.empty() || !context.isPart)
+        context.report.notes.push_back(reading::NoteOfNone(whyNone, list));
 }
 
 } // namespace fcoectl

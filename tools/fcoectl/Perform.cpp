@@ -5,9 +5,9 @@
 
 #include <fmt/format.h>
 
-#include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/reading/CoreAgentView.h"
+#include "tools/reading/LogHint.h"
 
 namespace fcoectl {
 namespace {

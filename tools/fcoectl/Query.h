@@ -6,7 +6,8 @@
 #include <vector>
 
 #include "tools/fcoectl/Options.h"
-#include "tools/fcoectl/Sheet.h"
+#include "tools/fcoectl/Text.h"
+#include "tools/reading/Sheet.h"
 
 namespace fcoectl {
 

@@ -4,7 +4,8 @@
 #include <string>
 
 #include "tools/fcoectl/Options.h"
-#include "tools/fcoectl/Sheet.h"
+#include "tools/fcoectl/Text.h"
+#include "tools/reading/Sheet.h"
 
 namespace fcoectl {
 

@@ -1,12 +1,9 @@
 #include "tools/fcoectl/Report.h"
 
-#include <algorithm>
-
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include "tools/fcoectl/Text.h"
-#include "tools/reading/What.h"
 
 namespace fcoectl {
 namespace {
@@ -16,10 +13,9 @@ using Json = nlohmann::ordered_json;
 constexpr std::uint32_t FIRST_AGENT_CODE = 256; // above the exit codes
 
 Json ErrorObject(const ErrorDetail& detail, Exit exit) {
-    const AgentError* known = FindAgentError(detail.code);
     Json object;
     object["code"] = detail.code;
-    object["name"] = Describe(known ? known->exit : exit).name;
+    object["name"] = Describe(FindAgentError(detail.code) ? ExitOf(detail.code) : exit).name;
     object["text"] = detail.text;
     object["arguments"] = detail.arguments;
     object["source"] = detail.source;
@@ -27,67 +23,12 @@ Json ErrorObject(const ErrorDetail& detail, Exit exit) {
     return object;
 }
 
-Json ProblemObject(const reading::Problem& problem) {
-    return {{"adapter", problem.adapter},   {"what", problem.what},
-            {"function", problem.function}, {"status", problem.status ? Json(*problem.status) : Json(nullptr)},
-            {"text", problem.text},         {"advice", problem.advice}};
-}
-
-template <class Element> void AddEach(std::vector<Element>& all, const std::vector<Element>& more) {
-    for (const Element& element : more)
-        if (std::ranges::find(all, element) == all.end())
-            all.push_back(element);
-}
-
-// Fabrics and ports come of one list. Whether a command that shows both has it read once or twice, the time decides.
-void AddProblems(std::vector<reading::Problem>& told, std::vector<reading::Problem> problems) {
-    std::erase_if(problems, [&](reading::Problem problem) {
-        if (problem.what != reading::KeyOf(reading::What::Ports))
-            return false;
-        problem.what = reading::KeyOf(reading::What::Fabrics);
-        return std::ranges::find(told, problem) != told.end();
-    });
-    AddEach(told, problems);
-}
-
 } // namespace
 
-void Report::Add(bool answered, const reading::Findings& findings) {
-    complete = complete && answered && findings.problems.empty();
-    if (problems)
-        AddProblems(*problems, findings.problems);
-    if (!findings.blindness.empty())
-        AddEach(notes, {findings.blindness});
-}
-
-void Report::Add(const Report& part) {
-    complete = complete && part.complete;
-    if (problems && part.problems)
-        AddProblems(*problems, *part.problems);
-    AddEach(notes, part.notes);
-}
-
-std::string KindOf(std::string_view command) {
-    std::string kind(command);
-    std::ranges::replace(kind, ' ', '-');
-    return kind;
-}
-
 Json DocumentOf(const std::string& command, const Report& report, const Failure* failure) {
-    Json document;
-    document["schema"] = "fcoectl/" + KindOf(command);
-    document["version"] = DOCUMENT_VERSION;
-    document["complete"] = report.complete && !failure;
-    for (const auto& [key, value] : report.body.items())
-        document[key] = value;
-    if (report.problems) {
-        document["problems"] = Json::array();
-        for (const reading::Problem& problem : *report.problems)
-            document["problems"].push_back(ProblemObject(problem));
-    }
-    if (!report.notes.empty())
-        document["notes"] = report.notes;
+    Json document = reading::DocumentOf(command, report);
     if (failure) {
+        document["complete"] = false;
         const auto& details = failure->Details();
         document["error"] = ErrorObject(details.front(), failure->Code());
         if (!failure->Hints().empty())
@@ -96,10 +37,6 @@ Json DocumentOf(const std::string& command, const Report& report, const Failure*
             document["more_errors"].push_back(ErrorObject(details[i], failure->Code()));
     }
     return document;
-}
-
-std::string TextOf(const Json& document) {
-    return document.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
 }
 
 std::string Message(const reading::Problem& problem) {

@@ -9,12 +9,12 @@
 #include "tools/fcoectl/ClosableOutput.h"
 #include "tools/fcoectl/CommandLine.h"
 #include "tools/fcoectl/Commands.h"
-#include "tools/fcoectl/LogHint.h"
 #include "tools/fcoectl/Machine.h"
 #include "tools/fcoectl/MaskedOutput.h"
 #include "tools/fcoectl/Perform.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/TimeLimit.h"
+#include "tools/reading/LogHint.h"
 
 namespace fcoectl {
 namespace {

@@ -10,11 +10,11 @@
 #include "tools/fcoectl/NoteNone.h"
 #include "tools/fcoectl/Query.h"
 #include "tools/fcoectl/Rates.h"
-#include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Rendering.h"
 #include "tools/fcoectl/ShowSheet.h"
 #include "tools/fcoectl/TimeLimit.h"
 #include "tools/fcoectl/schema/Types.h"
+#include "tools/reading/ListAnswer.h"
 
 namespace fcoectl {
 namespace {
@@ -33,7 +33,7 @@ Sheet RatesSheet(const Options& options, const Records& records, const Rates& ra
         auto& row = sheet.rows.emplace_back();
         if (sheet.columns.front().key == SECONDS)
             row.emplace_back(seconds);
-        for (const Field<QEL_FCOE_STATISTIC>& field : Describe<QEL_FCOE_STATISTIC>().fields)
+        for (const Field<QEL_FCOE_STATISTIC>& field : TypeOf<QEL_FCOE_STATISTIC>().fields)
             row.push_back(ValueOf(field, records[i]));
         row.push_back(rates[i] ? Json(*rates[i]) : Json(nullptr));
     }
@@ -51,13 +51,10 @@ std::string Sample(const Context& context, const Sheet& sheet, double seconds, b
                                        : rendered;
 }
 
-// Counters that were not read are left out: the agent tells zeros then.
 Reading<QEL_FCOE_STATISTIC> ReadCounters(AgentContext& context) {
     Reading<QEL_FCOE_STATISTIC> reading = context.agent.Read<QEL_FCOE_STATISTIC>(context.adapter.id);
     context.report.Add(reading.complete, reading.findings);
-    std::erase_if(reading.records, [&](const QEL_FCOE_STATISTIC& record) {
-        return reading.findings.Lack(record.strDeviceId, reading::What::Counters);
-    });
+    LeaveOutUnread(reading);
     return reading;
 }
 
@@ -112,9 +109,9 @@ void ShowStatistics(AgentContext& context) {
     if (context.options.watch)
         return Watch(context);
     const Reading<QEL_FCOE_STATISTIC> reading = ReadCounters(context);
-    ShowSheet(context, Describe<QEL_FCOE_STATISTIC>().list, SheetOf(reading.records));
+    ShowSheet(context, TypeOf<QEL_FCOE_STATISTIC>().list, SheetOf(reading.records));
     if (reading.records.empty())
-        NoteNone(context, reading.findings.whyNone, Describe<QEL_FCOE_STATISTIC>().list);
+        NoteNone(context, reading.findings.whyNone, TypeOf<QEL_FCOE_STATISTIC>().list);
 }
 
 } // namespace fcoectl

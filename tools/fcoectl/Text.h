@@ -1,4 +1,4 @@
-// Text conversions, which the program shares with the reading library.
+// Text conversions, and all else that the program shares with the reading library, by its own name.
 #pragma once
 
 #include "tools/reading/Text.h"

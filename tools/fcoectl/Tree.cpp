@@ -5,8 +5,8 @@
 
 #include <fmt/format.h>
 
-#include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Text.h"
+#include "tools/reading/Records.h"
 
 namespace fcoectl {
 namespace {

@@ -3,13 +3,13 @@
 #include <fmt/format.h>
 
 #include "tools/log/LibraryStatus.h"
+#include "tools/reading/VendorLibrary.h"
 #include "tools/reading/What.h"
 
 namespace reading {
 namespace {
 
 constexpr char DRIVER_ADVICE[] = "Look at the adapter, its driver and its maker's own tool.";
-constexpr char REINSTALL_ADVICE[] = "Reinstall the adapter maker's software.";
 constexpr char DCB_ADVICE[] = "Restart the service OrvanDCB; its log tells more.";
 constexpr char CORE_ADVICE[] = "See that the suite's core agent knows the adapter.";
 

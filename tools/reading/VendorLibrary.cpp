@@ -69,4 +69,12 @@ std::string WhyNotLoaded(const std::vector<std::wstring>& folders) {
                        fmt::join(looked, ", "));
 }
 
+std::string WhyNothingRescanned() {
+    if (!IsLibraryLoaded())
+        return "Nothing was rescanned.";
+    if (!LibraryExports("ORVAN_RescanScsiBus"))
+        return "Nothing was rescanned: the HBA library has no ORVAN_RescanScsiBus.";
+    return {};
+}
+
 } // namespace reading

@@ -19,5 +19,14 @@ inline constexpr wchar_t VENDOR_LIBRARY[] = L"orvanhapi.dll";
 // What to do about it.
 inline constexpr char LIBRARY_ADVICE[] =
     "Install the adapter maker's software, or put its orvanhapi.dll into one of these folders.";
+inline constexpr char REINSTALL_ADVICE[] = "Reinstall the adapter maker's software.";
+
+// Of a port name that the agent was asked for and did not get.
+inline constexpr char NOT_GENERATED[] = "The adapter's HBA library generated no WWPN.";
+// Of a rescan that the agent says failed.
+inline constexpr char NOT_RESCANNED[] = "The adapter's HBA library did not rescan the targets.";
+// Why one that the agent says was done was none, a sentence: it says so, too, when there is nothing that could. Empty:
+// it was one.
+[[nodiscard]] std::string WhyNothingRescanned();
 
 } // namespace reading

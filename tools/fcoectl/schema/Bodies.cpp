@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "tools/fcoectl/Records.h"
 #include "tools/fcoectl/Statistics.h"
+#include "tools/reading/Records.h"
 
 namespace fcoectl::schema {
 namespace {

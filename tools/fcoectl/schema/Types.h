@@ -6,7 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/fcoectl/Sheet.h"
+#include "tools/fcoectl/Text.h"
+#include "tools/reading/Sheet.h"
 
 namespace fcoectl::schema {
 

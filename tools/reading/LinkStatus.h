@@ -6,7 +6,7 @@
 
 #include "FcoeAgent/QelString.h"
 
-namespace fcoectl {
+namespace reading {
 
 struct LinkStatus {
     const char* state;   // for JSON
@@ -25,4 +25,4 @@ LinkStatus ExplainLinkStatus(const CQelString& status);
 // Each state once, with "unread" and "unrecognized".
 std::vector<LinkStatus> LinkStatuses();
 
-} // namespace fcoectl
+} // namespace reading

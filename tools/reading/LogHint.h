@@ -3,9 +3,9 @@
 
 #include <string>
 
-namespace fcoectl {
+namespace reading {
 
 // Where the log is that this process's agent writes, or why there is none: a sentence.
 std::string LogHint();
 
-} // namespace fcoectl
+} // namespace reading

@@ -9,9 +9,9 @@
 #include <nlohmann/json.hpp>
 
 #include "FcoeAgent/FcoeRecords.h"
-#include "tools/fcoectl/Sheet.h"
+#include "tools/reading/Sheet.h"
 
-namespace fcoectl {
+namespace reading {
 
 template <class Record> struct Field {
     const char* key;   // of the JSON member
@@ -26,19 +26,20 @@ template <class Record> struct Field {
 };
 
 template <class Record> struct RecordType {
-    const char* list; // JSON member that holds the records
+    const char* list;    // JSON member that holds the records
+    const char* command; // of fcoectl, which lists them
     std::span<const Field<Record>> fields;
 };
 
 // The descriptions, in the order of the record's fields.
-template <class Record> const RecordType<Record>& Describe();
-template <> const RecordType<QEL_FCOE_HBA>& Describe();
-template <> const RecordType<QEL_FCOE_STATISTIC>& Describe();
-template <> const RecordType<QEL_FCOE_FABRIC>& Describe();
-template <> const RecordType<QEL_FCOE_PORT>& Describe();
-template <> const RecordType<QEL_FCOE_TARGET>& Describe();
-template <> const RecordType<QEL_FCOE_LUN>& Describe();
-template <> const RecordType<QEL_FCOE_VLAN>& Describe();
+template <class Record> const RecordType<Record>& TypeOf();
+template <> const RecordType<QEL_FCOE_HBA>& TypeOf();
+template <> const RecordType<QEL_FCOE_STATISTIC>& TypeOf();
+template <> const RecordType<QEL_FCOE_FABRIC>& TypeOf();
+template <> const RecordType<QEL_FCOE_PORT>& TypeOf();
+template <> const RecordType<QEL_FCOE_TARGET>& TypeOf();
+template <> const RecordType<QEL_FCOE_LUN>& TypeOf();
+template <> const RecordType<QEL_FCOE_VLAN>& TypeOf();
 
 // A field's value: a text as it is (UTF-8), a number, or eight bytes as a World Wide Name.
 std::string WwnText(const BYTE (&bytes)[8]);
@@ -57,14 +58,14 @@ template <class Record> nlohmann::ordered_json ValueOf(const Field<Record>& fiel
 // All fields of a record as a JSON object, in the record's order.
 template <class Record> nlohmann::ordered_json ToJson(const Record& record) {
     auto object = nlohmann::ordered_json::object();
-    for (const Field<Record>& field : Describe<Record>().fields)
+    for (const Field<Record>& field : TypeOf<Record>().fields)
         object[field.key] = ValueOf(field, record);
     return object;
 }
 
 template <class Record> SheetColumns ColumnsOf() {
     SheetColumns columns;
-    for (const Field<Record>& field : Describe<Record>().fields)
+    for (const Field<Record>& field : TypeOf<Record>().fields)
         columns.push_back({field.key, field.title, field.IsNumber(), field.format, field.place});
     return columns;
 }
@@ -73,10 +74,10 @@ template <class Record> Sheet SheetOf(const std::vector<Record>& records) {
     Sheet sheet{ColumnsOf<Record>(), {}};
     for (const Record& record : records) {
         auto& row = sheet.rows.emplace_back();
-        for (const Field<Record>& field : Describe<Record>().fields)
+        for (const Field<Record>& field : TypeOf<Record>().fields)
             row.push_back(ValueOf(field, record));
     }
     return sheet;
 }
 
-} // namespace fcoectl
+} // namespace reading

@@ -1,11 +1,11 @@
-#include "tools/fcoectl/LogHint.h"
+#include "tools/reading/LogHint.h"
 
 #include <fmt/format.h>
 
-#include "tools/fcoectl/Text.h"
 #include "tools/reading/LogPlace.h"
+#include "tools/reading/Text.h"
 
-namespace fcoectl {
+namespace reading {
 namespace {
 
 // The file that tells of this process; when none does, as after no error with errors only, both that it can be.
@@ -34,4 +34,4 @@ std::string LogHint() {
     return fmt::format("The agent's log is {}.", Place());
 }
 
-} // namespace fcoectl
+} // namespace reading

@@ -1,10 +1,10 @@
-#include "tools/fcoectl/Records.h"
+#include "tools/reading/Records.h"
 
 #include <fmt/format.h>
 
-#include "tools/fcoectl/Text.h"
+#include "tools/reading/Text.h"
 
-namespace fcoectl {
+namespace reading {
 namespace {
 
 constexpr Format HEX = Format::Hex;
@@ -100,35 +100,35 @@ const Field<QEL_FCOE_VLAN> VLAN_FIELDS[] = {
     {"second_id", "ADAPTER", &QEL_FCOE_VLAN::strSecondId, 4},
 };
 
-constexpr RecordType<QEL_FCOE_HBA> HBA{"hbas", HBA_FIELDS};
-constexpr RecordType<QEL_FCOE_STATISTIC> STATISTIC{"statistics", STATISTIC_FIELDS};
-constexpr RecordType<QEL_FCOE_FABRIC> FABRIC{"fabrics", FABRIC_FIELDS};
-constexpr RecordType<QEL_FCOE_PORT> PORT{"ports", PORT_FIELDS};
-constexpr RecordType<QEL_FCOE_TARGET> TARGET{"targets", TARGET_FIELDS};
-constexpr RecordType<QEL_FCOE_LUN> LUN{"luns", LUN_FIELDS};
-constexpr RecordType<QEL_FCOE_VLAN> VLAN{"vlans", VLAN_FIELDS};
+constexpr RecordType<QEL_FCOE_HBA> HBA{"hbas", "hbas", HBA_FIELDS};
+constexpr RecordType<QEL_FCOE_STATISTIC> STATISTIC{"statistics", "stats", STATISTIC_FIELDS};
+constexpr RecordType<QEL_FCOE_FABRIC> FABRIC{"fabrics", "fabrics", FABRIC_FIELDS};
+constexpr RecordType<QEL_FCOE_PORT> PORT{"ports", "ports", PORT_FIELDS};
+constexpr RecordType<QEL_FCOE_TARGET> TARGET{"targets", "targets", TARGET_FIELDS};
+constexpr RecordType<QEL_FCOE_LUN> LUN{"luns", "luns", LUN_FIELDS};
+constexpr RecordType<QEL_FCOE_VLAN> VLAN{"vlans", "vlans", VLAN_FIELDS};
 
 } // namespace
 
-template <> const RecordType<QEL_FCOE_HBA>& Describe() {
+template <> const RecordType<QEL_FCOE_HBA>& TypeOf() {
     return HBA;
 }
-template <> const RecordType<QEL_FCOE_STATISTIC>& Describe() {
+template <> const RecordType<QEL_FCOE_STATISTIC>& TypeOf() {
     return STATISTIC;
 }
-template <> const RecordType<QEL_FCOE_FABRIC>& Describe() {
+template <> const RecordType<QEL_FCOE_FABRIC>& TypeOf() {
     return FABRIC;
 }
-template <> const RecordType<QEL_FCOE_PORT>& Describe() {
+template <> const RecordType<QEL_FCOE_PORT>& TypeOf() {
     return PORT;
 }
-template <> const RecordType<QEL_FCOE_TARGET>& Describe() {
+template <> const RecordType<QEL_FCOE_TARGET>& TypeOf() {
     return TARGET;
 }
-template <> const RecordType<QEL_FCOE_LUN>& Describe() {
+template <> const RecordType<QEL_FCOE_LUN>& TypeOf() {
     return LUN;
 }
-template <> const RecordType<QEL_FCOE_VLAN>& Describe() {
+template <> const RecordType<QEL_FCOE_VLAN>& TypeOf() {
     return VLAN;
 }
 
@@ -140,4 +140,4 @@ std::string FieldText(const CQelString& text) {
     return ToUtf8(text);
 }
 
-} // namespace fcoectl
+} // namespace reading

@@ -1,11 +1,11 @@
-#include "tools/fcoectl/LinkStatus.h"
+#include "tools/reading/LinkStatus.h"
 
 #include <algorithm>
 #include <string_view>
 
 #include "FcoeAgent/QelResource.h"
 
-namespace fcoectl {
+namespace reading {
 namespace {
 
 struct KnownStatus {
@@ -55,4 +55,4 @@ LinkStatus ExplainLinkStatus(const CQelString& status) {
     return UNRECOGNIZED;
 }
 
-} // namespace fcoectl
+} // namespace reading

@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace fcoectl {
+namespace reading {
 
 enum class Format {
     Plain,
@@ -45,4 +45,4 @@ std::string ValueText(const nlohmann::ordered_json& value, Format format);
 // The rows as objects.
 nlohmann::ordered_json JsonOf(const Sheet& sheet);
 
-} // namespace fcoectl
+} // namespace reading

@@ -1,8 +1,8 @@
-#include "tools/fcoectl/Sheet.h"
+#include "tools/reading/Sheet.h"
 
 #include <fmt/format.h>
 
-namespace fcoectl {
+namespace reading {
 
 using Json = nlohmann::ordered_json;
 
@@ -46,4 +46,4 @@ Json JsonOf(const Sheet& sheet) {
     return list;
 }
 
-} // namespace fcoectl
+} // namespace reading

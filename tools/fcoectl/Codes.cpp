@@ -9,8 +9,8 @@ namespace {
 
 constexpr ExitCode EXIT_CODES[] = {
     {Exit::Complete, ENDS_ANY, "complete", "The command was carried out completely.", "Nothing to do."},
-    {Exit::Partial, ENDS_READER | ENDS_CREATION | ENDS_DELETION | ENDS_RESCAN, "partial",
-     "The agent could not read everything; what it could is printed.",
+    {Exit::Partial, ENDS_READER | ENDS_CREATION | ENDS_DELETION | ENDS_RESCAN, reading::PARTIAL_NAME,
+     reading::PARTIAL_MEANING,
      "Each problem names the adapter, what failed and what to do; with --tolerant the exit code is 0."},
     {Exit::Usage, ENDS_ANY, "usage", "The command line is wrong; nothing was done.",
      "See 'fcoectl --help' or 'fcoectl COMMAND --help'."},

@@ -6,13 +6,14 @@
 
 #include "tools/fcoectl/Text.h"
 #include "tools/reading/AgentErrors.h"
+#include "tools/reading/Report.h"
 
 namespace fcoectl {
 
 // Below 256, since some shells keep no more of an exit code.
 enum class Exit : int {
     Complete = 0,
-    Partial = 1,
+    Partial = reading::PARTIAL_EXIT_CODE,
     Usage = 2,
     AgentMissing = 3,
     AgentRefused = 4,

@@ -12,31 +12,35 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::uint32_t FIRST_AGENT_CODE = 256; // above the exit codes
 
-Json ErrorObject(const ErrorDetail& detail, Exit exit) {
-    Json object;
-    object["code"] = detail.code;
-    object["name"] = Describe(FindAgentError(detail.code) ? ExitOf(detail.code) : exit).name;
-    object["text"] = detail.text;
-    object["arguments"] = detail.arguments;
-    object["source"] = detail.source;
-    object["exit_code"] = static_cast<int>(exit);
-    return object;
+reading::ReportedError ErrorOf(const ErrorDetail& detail, Exit exit) {
+    const char* name = Describe(FindAgentError(detail.code) ? ExitOf(detail.code) : exit).name;
+    return {detail.code, name, detail.text, detail.arguments, detail.source, static_cast<int>(exit), {}};
 }
 
 } // namespace
 
 Json DocumentOf(const std::string& command, const Report& report, const Failure* failure) {
-    Json document = reading::DocumentOf(command, report);
+    reading::ValueSink document;
+    TellBeginning(document, command, report.complete && !failure);
+    for (const auto& [key, value] : report.body.items())
+        document.Member(key, value);
+    TellProblems(document, report);
     if (failure) {
-        document["complete"] = false;
         const auto& details = failure->Details();
-        document["error"] = ErrorObject(details.front(), failure->Code());
-        if (!failure->Hints().empty())
-            document["error"]["hints"] = failure->Hints();
-        for (std::size_t i = 1; i < details.size(); ++i)
-            document["more_errors"].push_back(ErrorObject(details[i], failure->Code()));
+        reading::ReportedError first = ErrorOf(details.front(), failure->Code());
+        first.hints = failure->Hints();
+        document.Key("error");
+        TellError(document, first);
+        if (details.size() > 1) {
+            document.Key("more_errors");
+            document.BeginArray();
+            for (std::size_t i = 1; i < details.size(); ++i)
+                TellError(document, ErrorOf(details[i], failure->Code()));
+            document.End();
+        }
     }
-    return document;
+    document.End();
+    return document.Take();
 }
 
 std::string Message(const reading::Problem& problem) {

@@ -11,7 +11,7 @@
 
 namespace fcoectl {
 
-// As reading::DocumentOf, with what ended the command: "error": {...}. failure: null when nothing did.
+// With what ended the command: "error": {...}, "more_errors": [...]. failure: null when nothing did.
 nlohmann::ordered_json DocumentOf(const std::string& command, const Report& report, const Failure* failure);
 
 // The line for people of one problem.

@@ -48,19 +48,4 @@ bool AllRead(const Reading<QEL_FCOE_HBA>& reading) {
     return AllListed(reading) && std::ranges::none_of(reading.records, IsUnnamed);
 }
 
-std::optional<Adapter> FindAdapter(LoadedAgent& agent, const std::wstring& identifier) {
-    const std::wstring canonical = CanonicalIdentifier(identifier);
-    CQelString id(canonical.empty() ? identifier.c_str() : canonical.c_str());
-    if (!canonical.empty())
-        if (auto adapter = AskForAdapter(agent, id))
-            return adapter;
-    const Reading<QEL_FCOE_HBA> reading = agent.Read<QEL_FCOE_HBA>({});
-    for (const QEL_FCOE_HBA& hba : reading.records)
-        if (!hba.strDeviceId.empty() && EqualIgnoringCase(hba.strDeviceId, id))
-            return Adapter{hba.strDeviceId, hba.strSecondId};
-    if (AllRead(reading) || !identifier.starts_with(L'{'))
-        return std::nullopt;
-    return Adapter{std::move(id), {}};
-}
-
 } // namespace reading

@@ -1,12 +1,15 @@
-// Whether the agent knows an adapter: it takes any identifier, and of one that it does not know it reads nothing.
+// Whether the agent knows an adapter: it takes any identifier, and of one that it does not know it reads nothing. The
+// agent is a LoadedAgent or what reads as one.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tools/reading/LoadedAgent.h"
+#include "tools/reading/Text.h"
 
 namespace reading {
 
@@ -41,6 +44,19 @@ template <class Agent> [[nodiscard]] std::optional<Adapter> AskForAdapter(Agent&
 
 // The adapter of that identifier, with or without braces, in any letter case. None: the agent knows none of it. While
 // it cannot list all adapters, an identifier in braces that is not among them counts as known.
-[[nodiscard]] std::optional<Adapter> FindAdapter(LoadedAgent& agent, const std::wstring& identifier);
+template <class Agent> [[nodiscard]] std::optional<Adapter> FindAdapter(Agent& agent, const std::wstring& identifier) {
+    const std::wstring canonical = CanonicalIdentifier(identifier);
+    CQelString id(canonical.empty() ? identifier.c_str() : canonical.c_str());
+    if (!canonical.empty())
+        if (auto adapter = AskForAdapter(agent, id))
+            return adapter;
+    const Reading<QEL_FCOE_HBA> reading = agent.template Read<QEL_FCOE_HBA>({});
+    for (const QEL_FCOE_HBA& hba : reading.records)
+        if (!hba.strDeviceId.empty() && EqualIgnoringCase(hba.strDeviceId, id))
+            return Adapter{hba.strDeviceId, hba.strSecondId};
+    if (AllRead(reading) || !identifier.starts_with(L'{'))
+        return std::nullopt;
+    return Adapter{std::move(id), {}};
+}
 
 } // namespace reading

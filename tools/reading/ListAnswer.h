@@ -46,16 +46,28 @@ template <class Record> void LeaveOutUnread(Reading<Record>& reading) {
 // Of a whole answer without records: why there is no adapter, or that none has such a thing.
 [[nodiscard]] std::string NoteOfNone(const std::string& whyNone, const char* list);
 
+// The rows as an array of objects.
+void Tell(DocumentSink& sink, const Sheet& sheet);
+// What ended a command that did not read all: nothing else.
+void TellPartial(DocumentSink& sink);
+
 // What `fcoectl LIST --json` prints of it. reading: after LeaveOutUnread.
-template <class Record> [[nodiscard]] nlohmann::ordered_json ListDocument(const Reading<Record>& reading) {
+template <class Record> [[nodiscard]] std::string ListText(const Reading<Record>& reading) {
     const RecordType<Record>& type = TypeOf<Record>();
     Report report;
     report.problems.emplace();
     report.Add(reading.complete, reading.findings);
-    report.body[type.list] = JsonOf(ListSheet(reading));
     if (report.complete && reading.records.empty())
         report.notes.push_back(NoteOfNone(reading.findings.whyNone, type.list));
-    return DocumentOf(type.command, report);
+    TextSink document;
+    TellBeginning(document, type.command, report.complete);
+    document.Key(type.list);
+    Tell(document, ListSheet(reading));
+    TellProblems(document, report);
+    if (!report.complete)
+        TellPartial(document);
+    document.End();
+    return document.Take();
 }
 
 } // namespace reading

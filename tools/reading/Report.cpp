@@ -9,10 +9,15 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json ProblemObject(const Problem& problem) {
-    return {{"adapter", problem.adapter},   {"what", problem.what},
-            {"function", problem.function}, {"status", problem.status ? Json(*problem.status) : Json(nullptr)},
-            {"text", problem.text},         {"advice", problem.advice}};
+void Tell(DocumentSink& sink, const Problem& problem) {
+    sink.BeginObject();
+    sink.Member("adapter", problem.adapter);
+    sink.Member("what", problem.what);
+    sink.Member("function", problem.function);
+    sink.Member("status", problem.status ? Json(*problem.status) : Json(nullptr));
+    sink.Member("text", problem.text);
+    sink.Member("advice", problem.advice);
+    sink.End();
 }
 
 template <class Element> void AddEach(std::vector<Element>& all, const std::vector<Element>& more) {
@@ -55,21 +60,36 @@ std::string KindOf(std::string_view command) {
     return kind;
 }
 
-Json DocumentOf(std::string_view command, const Report& report) {
-    Json document;
-    document["schema"] = "fcoectl/" + KindOf(command);
-    document["version"] = DOCUMENT_VERSION;
-    document["complete"] = report.complete;
-    for (const auto& [key, value] : report.body.items())
-        document[key] = value;
+void TellBeginning(DocumentSink& sink, std::string_view command, bool complete) {
+    sink.BeginObject();
+    sink.Member("schema", "fcoectl/" + KindOf(command));
+    sink.Member("version", DOCUMENT_VERSION);
+    sink.Member("complete", complete);
+}
+
+void TellProblems(DocumentSink& sink, const Report& report) {
     if (report.problems) {
-        document["problems"] = Json::array();
+        sink.Key("problems");
+        sink.BeginArray();
         for (const Problem& problem : *report.problems)
-            document["problems"].push_back(ProblemObject(problem));
+            Tell(sink, problem);
+        sink.End();
     }
     if (!report.notes.empty())
-        document["notes"] = report.notes;
-    return document;
+        sink.Texts("notes", report.notes);
+}
+
+void TellError(DocumentSink& sink, const ReportedError& error) {
+    sink.BeginObject();
+    sink.Member("code", error.code);
+    sink.Member("name", error.name);
+    sink.Member("text", error.text);
+    sink.Texts("arguments", error.arguments);
+    sink.Member("source", error.source);
+    sink.Member("exit_code", error.exitCode);
+    if (!error.hints.empty())
+        sink.Texts("hints", error.hints);
+    sink.End();
 }
 
 std::string TextOf(const Json& document) {

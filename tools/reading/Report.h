@@ -1,6 +1,7 @@
 // What a host tells of one request: the JSON document and its notes.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -8,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tools/reading/DocumentSink.h"
 #include "tools/reading/Examiner.h"
 
 namespace reading {
@@ -32,9 +34,28 @@ struct Report {
 // "vport-create": the kind of a command's document, its words with hyphens.
 std::string KindOf(std::string_view command);
 
-// {"schema": "fcoectl/vport-list", "version": 1, "complete": ..., body..., "problems": [...], "notes": [...]}. command:
-// of fcoectl, its words.
-nlohmann::ordered_json DocumentOf(std::string_view command, const Report& report);
+// A document is {"schema": "fcoectl/vport-list", "version": 1, "complete": ..., BODY, "problems": [...], "notes":
+// [...], "error": {...}}. command: of fcoectl, its words. The object is left open for the rest.
+void TellBeginning(DocumentSink& sink, std::string_view command, bool complete);
+void TellProblems(DocumentSink& sink, const Report& report);
+
+// An error as documents tell it.
+struct ReportedError {
+    std::uint32_t code = 0; // the agent's error code, else the exit code
+    std::string name;
+    std::string text;
+    std::vector<std::string> arguments;
+    std::string source;
+    int exitCode = 0; // of fcoectl
+    std::vector<std::string> hints;
+};
+void TellError(DocumentSink& sink, const ReportedError& error);
+
+// Of an answer that is not whole.
+inline constexpr int PARTIAL_EXIT_CODE = 1;
+inline constexpr char PARTIAL_NAME[] = "partial";
+inline constexpr char PARTIAL_MEANING[] = "The agent could not read everything; what it could is printed.";
+
 // With two blanks of indent and LF, in ASCII.
 std::string TextOf(const nlohmann::ordered_json& document);
 

@@ -76,7 +76,7 @@ exec_on_suite() {
 }
 
 # What the suite is built from, beside the packages.
-suite_sources=(CMakeLists.txt CMakePresets.json LICENSE cmake include Common hbaapi model agent simulator tools)
+suite_sources=(CMakeLists.txt CMakePresets.json LICENSE cmake include Common hbaapi model agent simulator tools capi)
 
 # Sets the simulated suite up in its prefix: registry values, log folder, the DCB service. Nothing to do the second time.
 suite() {

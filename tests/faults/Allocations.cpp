@@ -63,13 +63,18 @@ void* Address(auto function) {
 
 } // namespace
 
-Allocations::Allocations(HMODULE agent)
+Allocations::Allocations(HMODULE agent, HMODULE another)
     : m_agentMalloc(agent, "msvcrt.dll", "malloc", Address(&Malloc)),
       m_agentCalloc(agent, "msvcrt.dll", "calloc", Address(&Calloc)),
       m_agentRealloc(agent, "msvcrt.dll", "realloc", Address(&Realloc)),
       m_agentFree(agent, "msvcrt.dll", "free", Address(&Free)),
       m_runtimeMalloc(GetModuleHandleW(L"libstdc++-6.dll"), "msvcrt.dll", "malloc", Address(&Malloc)),
-      m_runtimeFree(GetModuleHandleW(L"libstdc++-6.dll"), "msvcrt.dll", "free", Address(&Free)) {}
+      m_runtimeFree(GetModuleHandleW(L"libstdc++-6.dll"), "msvcrt.dll", "free", Address(&Free)) {
+    if (!another)
+        return;
+    m_anotherMalloc.emplace(another, "msvcrt.dll", "malloc", Address(&Malloc));
+    m_anotherFree.emplace(another, "msvcrt.dll", "free", Address(&Free));
+}
 
 Allocations::Use Allocations::Watch(const std::function<void()>& work, unsigned long long number, Failing failing) {
     struct SCOPE {

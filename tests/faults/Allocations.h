@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include <windows.h>
 
@@ -13,8 +14,8 @@ class Allocations {
   public:
     enum class Failing { None, One, OneAndAllAfter };
 
-    // One at a time.
-    explicit Allocations(HMODULE agent);
+    // One at a time. another: a module whose allocations count, too; null: none.
+    explicit Allocations(HMODULE agent, HMODULE another = nullptr);
 
     struct Use {
         long long live = 0;          // blocks allocated and not freed
@@ -26,4 +27,5 @@ class Allocations {
 
   private:
     ImportPatch m_agentMalloc, m_agentCalloc, m_agentRealloc, m_agentFree, m_runtimeMalloc, m_runtimeFree;
+    std::optional<ImportPatch> m_anotherMalloc, m_anotherFree;
 };

@@ -15,11 +15,20 @@ install(FILES docs/install.md DESTINATION . COMPONENT Runtime)
 
 install(DIRECTORY include/FcoeAgent DESTINATION include COMPONENT Development PATTERN README.md EXCLUDE)
 install(FILES ${PROJECT_BINARY_DIR}/generated/FcoeAgent/OrvanDcb.h DESTINATION include/FcoeAgent COMPONENT Development)
-install(FILES tools/example/ExampleHost.cpp DESTINATION examples/cpp COMPONENT Development)
+install(DIRECTORY examples DESTINATION . COMPONENT Development)
 install(DIRECTORY docs/ DESTINATION share/doc/FcoeAgent COMPONENT Development FILES_MATCHING PATTERN "*.md")
 if(FCOE_BUILD_TOOLS)
   install(DIRECTORY share/schemas DESTINATION share/FcoeAgent COMPONENT Development)
   install(TARGETS fcoectl RUNTIME DESTINATION bin COMPONENT Runtime)
+  set_target_properties(FcoeAgntC PROPERTIES EXPORT_NAME C)
+  install(TARGETS FcoeAgntC EXPORT FcoeAgentTargets
+    RUNTIME DESTINATION bin COMPONENT Runtime
+    ARCHIVE DESTINATION lib COMPONENT Development)
+  if(MINGW)
+    install(FILES ${PROJECT_BINARY_DIR}/capi/FcoeAgntC.lib DESTINATION lib COMPONENT Development)
+  endif()
+  configure_file(cmake/fcoe-agent-c.pc.in ${PROJECT_BINARY_DIR}/fcoe-agent-c.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/fcoe-agent-c.pc DESTINATION lib/pkgconfig COMPONENT Development)
   install(TARGETS CoreAgnt orvanhapi sim_setupapi OrvanDcb OrvanDcbPs OrvanWmi simctl
     RUNTIME DESTINATION bin COMPONENT Simulator
     ARCHIVE DESTINATION lib COMPONENT Unused EXCLUDE_FROM_ALL)
@@ -28,7 +37,8 @@ if(FCOE_BUILD_TOOLS)
   install(FILES ${PROJECT_BINARY_DIR}/setup.cmd docs/simulator.md DESTINATION . COMPONENT Simulator)
   install(FILES ${PROJECT_BINARY_DIR}/simulator-README.md DESTINATION . RENAME README.md
     COMPONENT Simulator)
-  install(DIRECTORY share/simulator DESTINATION share/FcoeAgent COMPONENT Simulator)
+  install(DIRECTORY share/simulator share/topologies DESTINATION share/FcoeAgent COMPONENT Simulator)
+  install(FILES simulator/control/SimControl.h DESTINATION include/FcoeAgent COMPONENT Simulator)
 endif()
 
 install(EXPORT FcoeAgentTargets NAMESPACE FcoeAgent:: DESTINATION ${package} COMPONENT Development)

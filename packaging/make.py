@@ -17,7 +17,7 @@ from pathlib import Path
 DOWNLOADS = {
     "": ("Runtime",),
     "-sdk": ("Runtime", "Development"),
-    "-simulator": ("Runtime", "Simulator"),
+    "-simulator": ("Runtime", "Development", "Simulator"),  # what a host's own test is built with, too
 }
 SYMBOLS = "-symbols"
 EARLIEST = (1980, 1, 1, 0, 0, 0)  # that a zip can tell: no file has another date

@@ -1,12 +1,14 @@
-// Control of the simulated modules by a test or a host in the same process. orvanhapi.dll, CoreAgnt.dll, setupapi.dll
-// and OrvanWmi.dll export these beside their real boundaries; find them with GetProcAddress in the module. What is said
-// of the topology and of its faults is said to all modules of the process, and in all of them when the function
-// returns; the calls are each module's own. Texts are UTF-8, and stay as long as the module is loaded.
+// C99 and C++. Control of the simulated modules by a test or a host in the same process. orvanhapi.dll, CoreAgnt.dll,
+// setupapi.dll and OrvanWmi.dll export these beside their real boundaries; find them with GetProcAddress in the module.
+// What is said of the topology and of its faults is said to all modules of the process, and in all of them when the
+// function returns; the calls are each module's own. Texts are UTF-8, and stay as long as the module is loaded.
 #pragma once
 
 #include "FcoeAgent/QelExport.h"
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 // Simulates the topology in the text from now on; its virtual-port changes stay in this process and are forgotten with
 // the next load. The DCB service shows it to this process, too. Returns what is wrong with the text, or null.
 QEL_DLL_EXPORT const char* OrvanSim_LoadTopology(const char* json);
@@ -32,14 +34,16 @@ QEL_DLL_EXPORT unsigned OrvanSim_CallLog(char* buffer, unsigned size);
 
 // orvanhapi.dll only: how many adapter handles were opened and not closed yet.
 QEL_DLL_EXPORT unsigned OrvanSim_OpenHandles(void);
-}
 
-using PFN_OrvanSim_LoadTopology = decltype(&OrvanSim_LoadTopology);
-using PFN_OrvanSim_ReloadTopology = decltype(&OrvanSim_ReloadTopology);
-using PFN_OrvanSim_TopologyError = decltype(&OrvanSim_TopologyError);
-using PFN_OrvanSim_ArmFaults = decltype(&OrvanSim_ArmFaults);
-using PFN_OrvanSim_CallCount = decltype(&OrvanSim_CallCount);
-using PFN_OrvanSim_ResetCalls = decltype(&OrvanSim_ResetCalls);
-using PFN_OrvanSim_RecordCalls = decltype(&OrvanSim_RecordCalls);
-using PFN_OrvanSim_CallLog = decltype(&OrvanSim_CallLog);
-using PFN_OrvanSim_OpenHandles = decltype(&OrvanSim_OpenHandles);
+typedef const char* (*PFN_OrvanSim_LoadTopology)(const char* json);
+typedef const char* (*PFN_OrvanSim_ReloadTopology)(void);
+typedef const char* (*PFN_OrvanSim_TopologyError)(void);
+typedef void (*PFN_OrvanSim_ArmFaults)(int armed);
+typedef unsigned (*PFN_OrvanSim_CallCount)(const char* function);
+typedef void (*PFN_OrvanSim_ResetCalls)(void);
+typedef void (*PFN_OrvanSim_RecordCalls)(int record);
+typedef unsigned (*PFN_OrvanSim_CallLog)(char* buffer, unsigned size);
+typedef unsigned (*PFN_OrvanSim_OpenHandles)(void);
+#ifdef __cplusplus
+}
+#endif

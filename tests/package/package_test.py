@@ -27,6 +27,7 @@ OPTIONS = argparse.Namespace()
 DOWNLOADS = ("", "-sdk", "-simulator", "-symbols")
 KB, MB = 1000, 1000 * 1000
 LARGEST = {"FcoeAgnt.dll": 500 * KB, "fcoectl.exe": 2 * MB}
+STANDARDS = {"c": "c99", "c++": "c++20"}
 LARGEST_RUN_TIME_DOWNLOAD = 3 * MB
 
 
@@ -84,6 +85,16 @@ class Prefix:
 
 def windows(path: Path) -> str:
     return "Z:" + str(path).replace("/", "\\")
+
+
+def built(source: Path, prefix: Path) -> Path:
+    """The project, built with what is in that folder."""
+    folder = output() / source.name
+    shutil.rmtree(folder, ignore_errors=True)
+    run("cmake", "-S", source, "-B", folder, "-G", "Ninja", f"-DCMAKE_TOOLCHAIN_FILE={OPTIONS.toolchain}",
+        f"-DFcoeAgent_DIR={prefix}/lib/cmake/FcoeAgent")
+    run("cmake", "--build", folder)
+    return folder
 
 
 def unpack(name: str) -> Path:
@@ -145,11 +156,8 @@ class Outside(unittest.TestCase):
         cls.addClassCleanup(cls.prefix.end)
         cls.before = cls.prefix.values()
         cls.shown = cls.prefix.wine("cmd", "/c", windows(cls.simulator / "setup.cmd"))
-        cls.project = output() / "outside"
-        shutil.rmtree(cls.project, ignore_errors=True)
-        run("cmake", "-S", HERE / "outside", "-B", cls.project, "-G", "Ninja", f"-DCMAKE_TOOLCHAIN_FILE={OPTIONS.toolchain}",
-            f"-DFcoeAgent_DIR={cls.sdk}/lib/cmake/FcoeAgent", f"-DEXAMPLES={cls.sdk}/examples")
-        run("cmake", "--build", cls.project)
+        cls.project = built(HERE / "outside", cls.sdk)
+        cls.examples = built(cls.simulator / "examples", cls.simulator)
 
     def test_one_command_sets_the_suite_up_and_shows_the_fabric(self):
         for text in ("Link up", "Fabric 100", "Physical port  20:00:02:05:7C:3A:10:01", "100 GB"):
@@ -170,23 +178,40 @@ class Outside(unittest.TestCase):
             self.assertIn(windows(self.simulator) + "\\bin\\FcoeAgnt.dll", refused.stderr)
         self.assertIn(windows(self.simulator), self.prefix.values())
 
-    def host(self, program: Path) -> None:
+    def run_beside_suite(self, program: Path) -> str:
         # Where the suite's modules are: a careful host takes none from PATH.
-        done = self.prefix.wine(windows(Path(shutil.copy(program, self.simulator / "bin"))))
-        self.assertEqual("ORVAN Converged Adapter CX-20 Port 1  20:00:02:05:7C:3A:10:01\n"
-                         "ORVAN Converged Adapter CX-20 Port 2  20:00:02:05:7C:3A:10:02\n", done.stdout.replace("\r", ""))
+        done = self.prefix.wine(windows(Path(shutil.copy(program, self.simulator / "bin"))), check=False,
+                                variables={"WINEDLLOVERRIDES": "setupapi=n,b"})
+        self.assertEqual("", done.stderr)
+        self.assertEqual(0, done.returncode, done.stdout)
+        return done.stdout.replace("\r", "")
 
-    def test_host_of_the_cmake_package(self):
-        self.host(self.project / "host.exe")
+    def test_example_hosts_show_adapters_and_luns_and_change_ports(self):
+        for name in ("host_cpp", "host_c"):
+            self.assertEqual((HERE / f"expected/{name}.txt").read_text(),
+                             self.run_beside_suite(self.examples / f"{name}.exe"), name)
 
-    def test_host_of_pkg_config(self):
+    def test_example_tests_of_a_host_pass_on_the_simulated_suite(self):
+        for name in ("test_cpp", "test_c"):
+            output = self.run_beside_suite(self.examples / f"{name}.exe")
+            self.assertEqual((HERE / f"expected/{name}.txt").read_text(), output, name)
+
+    def test_hosts_of_pkg_config(self):
         environment = dict(os.environ, PKG_CONFIG_LIBDIR=str(self.sdk / "lib/pkgconfig"))
-        flags = run("pkg-config", "--cflags", "--libs", "fcoe-agent", env=environment).stdout
-        program = self.project / "pkg-config-host.exe"
-        # The shell takes the blanks of the folder's name as pkg-config wrote them.
-        run("sh", "-c", f'"$0" -std=c++20 -o "$1" "$2" {flags}', OPTIONS.compiler, program,
-            self.sdk / "examples/cpp/ExampleHost.cpp")
-        self.host(program)
+        for package, language, source, expected in (("fcoe-agent", "c++", "cpp/host.cpp", "host_cpp"),
+                                                    ("fcoe-agent-c", "c", "c/host.c", "host_c")):
+            flags = run("pkg-config", "--cflags", "--libs", package, env=environment).stdout
+            program = self.project / f"pkg-config-{expected}.exe"
+            # The shell takes the blanks of the folder's name as pkg-config wrote them.
+            run("sh", "-c", f'"$0" -std={STANDARDS[language]} -o "$1" -x {language} "$2" -x none {flags}', OPTIONS.compiler,
+                program, self.sdk / "examples" / source)
+            self.assertEqual((HERE / f"expected/{expected}.txt").read_text(), self.run_beside_suite(program), package)
+
+    def test_c_host_of_the_import_library_for_other_linkers(self):
+        program = self.project / "lib-host.exe"
+        run(OPTIONS.compiler, "-std=c99", "-o", program, f"-I{self.sdk}/include", "-x", "c", self.sdk / "examples/c/host.c",
+            "-x", "none", self.sdk / "lib/FcoeAgntC.lib")
+        self.assertEqual((HERE / "expected/host_c.txt").read_text(), self.run_beside_suite(program))
 
     def refusal(self, *flags: str) -> str:
         done = run(OPTIONS.compiler, "-fsyntax-only", "-x", "c++", f"-I{self.sdk}/include", *flags,

@@ -1,9 +1,13 @@
 #!/usr/bin/env python3
-"""./fcoe ctl, sim and run, as they are typed, in another folder than the project's.
+"""./fcoe ctl, sim and run, as they are typed, in another folder than the project's; and the tutorial of docs/simulator.md, whose
+blocks show what its commands print.
 
-usage: fcoe_test.py BUILD
+usage: fcoe_test.py BUILD [--update]
+
+--update writes the tutorial's blocks anew.
 """
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -12,13 +16,19 @@ import unittest
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent.parent
+PAGE = ROOT / "docs/simulator.md"
 BUILD = Path()
+UPDATE = False
+
+
+def environment() -> dict:
+    variables = {**os.environ, "FCOE_PRESET": BUILD.name}
+    variables.pop("WINEPREFIX", None)
+    return variables
 
 
 def fcoe(*arguments: str, folder: str) -> subprocess.CompletedProcess:
-    environment = {**os.environ, "FCOE_PRESET": BUILD.name}
-    environment.pop("WINEPREFIX", None)
-    return subprocess.run([ROOT / "fcoe", *arguments], capture_output=True, cwd=folder, env=environment, text=True)
+    return subprocess.run([ROOT / "fcoe", *arguments], capture_output=True, cwd=folder, env=environment(), text=True)
 
 
 class Fcoe(unittest.TestCase):
@@ -49,6 +59,39 @@ class Fcoe(unittest.TestCase):
         self.assertEqual(("fcoe: a host is missing: ./fcoe run HOST.exe [ARGUMENTS]\n", 1), (done.stderr, done.returncode))
 
 
+class Tutorial(unittest.TestCase):
+    """Its commands, one after the other, in a folder of the reader's that has share/."""
+
+    def setUp(self):
+        self.reader = tempfile.TemporaryDirectory()
+        self.addCleanup(self.reader.cleanup)
+        Path(self.reader.name, "fcoe").symlink_to(ROOT / "fcoe")
+        Path(self.reader.name, "share").symlink_to(ROOT / "share")
+        # Which world is in use is the developer's choice.
+        used = re.search(r"^topology +(Z:.*)$", fcoe("sim", "show", folder=self.reader.name).stdout, re.MULTILINE)
+        self.addCleanup(fcoe, "sim", "use", used.group(1) if used else "--default", folder=self.reader.name)
+
+    def shown(self, block: re.Match) -> str:
+        text = "```console\n"
+        for command in re.findall(r"^\$ (.*)$", block.group(0), re.MULTILINE):
+            done = subprocess.run(["bash", "-c", command], capture_output=True, cwd=self.reader.name, text=True, env=environment())
+            text += f"$ {command}\n" + done.stdout + done.stderr + (f"-> {done.returncode}\n" if done.returncode else "")
+        for folder, name in ((self.reader.name, "lab"), (str(ROOT), "fcoe")):
+            text = text.replace("Z:" + folder.replace("/", "\\"), f"Z:\\home\\me\\{name}")
+        return text + "```\n"
+
+    def test_shows_what_the_page_says(self):
+        page = PAGE.read_text()
+        start = page.index("\n## Ten minutes")
+        end = page.index("\n## ", start + 1)
+        now = page[:start] + re.sub("```console\n.*?```\n", self.shown, page[start:end], flags=re.DOTALL) + page[end:]
+        if UPDATE:
+            PAGE.write_text(now)
+        else:
+            self.assertEqual(page, now)
+
+
 if __name__ == "__main__":
     BUILD = Path(sys.argv[1])
+    UPDATE = "--update" in sys.argv
     unittest.main(argv=sys.argv[:1])

@@ -16,7 +16,7 @@ packages_run=(wine wine64 util-linux groff-base python3-jsonschema python3-prome
 packages_full=(chromium chromium-driver python3-selenium fonts-dejavu-core prometheus)
 packages_lint=(clang clang-format clang-tidy)
 packages_coverage=(gcovr)
-packages_fuzz=(cmake ninja-build clang libclang-rt-dev llvm ccache)
+packages_fuzz=(cmake ninja-build clang libclang-rt-dev llvm nlohmann-json3-dev libfmt-dev ccache)
 
 say() { printf '\033[1m== %s\033[0m\n' "$*" >&2; }
 die() { printf 'fcoe: %s\n' "$*" >&2; exit 1; }

@@ -195,6 +195,12 @@ int LCMapStringEx(const wchar_t*, DWORD dwFlags, const wchar_t* pszSource, int n
     return nSource;
 }
 
+wchar_t* CharUpperW(wchar_t* pszText) {
+    for (wchar_t* p = pszText; *p != L'\0'; ++p)
+        *p = Upper(*p);
+    return pszText;
+}
+
 int CompareStringOrdinal(const wchar_t* pszOne, int nOne, const wchar_t* pszOther, int nOther, BOOL bIgnoreCase) {
     for (int i = 0; i < nOne && i < nOther; ++i) {
         const wchar_t chOne = bIgnoreCase ? Upper(pszOne[i]) : pszOne[i];

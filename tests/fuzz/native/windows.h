@@ -140,6 +140,7 @@ int WideCharToMultiByte(UINT uCodePage, DWORD dwFlags, const wchar_t* pszSource,
 #define LCMAP_UPPERCASE 0x200
 int LCMapStringEx(const wchar_t* pszLocale, DWORD dwFlags, const wchar_t* pszSource, int nSource,
                   wchar_t* pszDestination, int nDestination, void*, void*, int);
+wchar_t* CharUpperW(wchar_t* pszText);
 #define CSTR_EQUAL 2
 int CompareStringOrdinal(const wchar_t* pszOne, int nOne, const wchar_t* pszOther, int nOther, BOOL bIgnoreCase);
 
@@ -165,6 +166,8 @@ int CompareStringOrdinal(const wchar_t* pszOne, int nOne, const wchar_t* pszOthe
 LONG RegOpenKeyExW(HKEY hKey, const wchar_t* pszName, DWORD, REGSAM, HKEY* phOpened);
 LONG RegCreateKeyExW(HKEY hKey, const wchar_t* pszName, DWORD, wchar_t*, DWORD, REGSAM, void*, HKEY* phOpened, DWORD*);
 LONG RegCloseKey(HKEY hKey);
+#define RRF_RT_REG_SZ 2
+LONG RegGetValueW(HKEY hKey, const wchar_t* pszKey, const wchar_t* pszName, DWORD, DWORD*, void*, DWORD*);
 LONG RegFlushKey(HKEY hKey);
 LONG RegQueryValueExW(HKEY hKey, const wchar_t* pszName, DWORD*, DWORD* pdwType, BYTE* pbyData, DWORD* pdwSize);
 LONG RegSetValueExW(HKEY hKey, const wchar_t* pszName, DWORD, DWORD dwType, const BYTE* pbyData, DWORD dwSize);

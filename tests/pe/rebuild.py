@@ -16,8 +16,8 @@ from pathlib import Path
 from image import strip
 
 ROOT = Path(__file__).resolve().parent.parent.parent
-COPIED = ("CMakeLists.txt", "LICENSE", "Common/", "agent/", "bench/", "cmake/", "hbaapi/", "include/", "model/", "simulator/",
-          "tools/")
+COPIED = ("CMakeLists.txt", "LICENSE", "Common/", "agent/", "bench/", "capi/", "cmake/", "examples/", "hbaapi/", "include/", "model/",
+          "packaging/", "simulator/", "tools/")
 
 
 def copy_sources(to: Path) -> None:

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Makes the downloads of a build: equal sources give equal files, wherever and whenever they are built.
+"""Makes the downloads and the installer of a build: equal sources give equal files, wherever and whenever they are built.
 
-usage: make.py --build DIR --output DIR --version V --objcopy PROGRAM
+usage: make.py --build DIR --stage DIR --output DIR --version V --objcopy PROGRAM
 
-Each PE file is stripped; what stripping takes off goes into the symbols' download, and the file tells its name.
+The stage gets the files as they are shipped, a folder for each component. Each PE file is stripped; what stripping takes off goes into the symbols' download, and the file tells its name.
 """
 import argparse
 import os
@@ -20,6 +20,7 @@ DOWNLOADS = {
     "-simulator": ("Runtime", "Development", "Simulator"),  # what a host's own test is built with, too
 }
 SYMBOLS = "-symbols"
+INSTALLER = Path(__file__).resolve().parent / "installer.py"
 EARLIEST = (1980, 1, 1, 0, 0, 0)  # that a zip can tell: no file has another date
 
 
@@ -48,10 +49,11 @@ def install(build: Path, component: str, prefix: Path) -> None:
                    stdout=subprocess.DEVNULL)
 
 
-def pack(folder: Path, file: Path) -> None:
+def pack(files: dict[str, Path], file: Path) -> None:
+    """files: by the name that each has in the archive."""
     with zipfile.ZipFile(file, "w", zipfile.ZIP_DEFLATED, compresslevel=9) as archive:
-        for path in sorted(path for path in folder.rglob("*") if path.is_file()):
-            entry = zipfile.ZipInfo(path.relative_to(folder).as_posix(), EARLIEST)
+        for name, path in sorted(files.items()):
+            entry = zipfile.ZipInfo(name, EARLIEST)
             entry.compress_type = zipfile.ZIP_DEFLATED
             entry.create_system = 3  # Unix, which unpacks the rights
             entry.external_attr = (0o100755 if is_image(path) else 0o100644) << 16
@@ -61,12 +63,15 @@ def pack(folder: Path, file: Path) -> None:
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", type=Path, required=True)
+    parser.add_argument("--stage", type=Path, required=True)
     parser.add_argument("--output", type=Path, required=True)
     parser.add_argument("--version", required=True)
     parser.add_argument("--objcopy", required=True)
     options = parser.parse_args()
-    stage = options.output / "stage"
-    shutil.rmtree(options.output, ignore_errors=True)
+    stage = options.stage.resolve()
+    for folder in (stage, options.output):
+        shutil.rmtree(folder, ignore_errors=True)
+    options.output.mkdir(parents=True)
     objcopy = Objcopy(options.objcopy)
     for component in sorted({component for parts in DOWNLOADS.values() for component in parts}):
         install(options.build, component, stage / component)
@@ -74,11 +79,11 @@ def main() -> int:
             if is_image(file):
                 objcopy.split(file, stage / "Symbols")
     for name, components in {**DOWNLOADS, SYMBOLS: ("Symbols",)}.items():
-        folder = stage / f"download{name}"
-        for component in components:
-            shutil.copytree(stage / component, folder, dirs_exist_ok=True)
-        pack(folder, options.output / f"fcoe-agent{name}-{options.version}-windows-x64.zip")
-    shutil.rmtree(stage)
+        files = {path.relative_to(stage / component).as_posix(): path
+                 for component in components for path in (stage / component).rglob("*") if path.is_file()}
+        pack(files, options.output / f"fcoe-agent{name}-{options.version}-windows-x64.zip")
+    subprocess.run([INSTALLER, "--stage", stage, "--version", options.version, "--output",
+                    options.output / f"fcoe-agent-{options.version}-windows-x64.msi"], check=True)
     return 0
 
 

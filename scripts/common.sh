@@ -11,7 +11,8 @@ jobs=$(nproc)
 
 # Debian packages by what needs them.
 packages_build=(cmake ninja-build g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev python3
-                nlohmann-json3-dev libcli11-dev libfmt-dev libkainjow-mustache-dev libz-mingw-w64-dev googletest pkg-config ccache)
+                nlohmann-json3-dev libcli11-dev libfmt-dev libkainjow-mustache-dev libz-mingw-w64-dev googletest pkg-config wixl msitools
+                ccache)
 packages_run=(wine wine64 util-linux groff-base python3-jsonschema python3-prometheus-client)
 packages_full=(chromium chromium-driver python3-selenium fonts-dejavu-core prometheus)
 packages_lint=(clang clang-format clang-tidy)

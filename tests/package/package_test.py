@@ -20,8 +20,10 @@ ROOT = Path(__file__).resolve().parent.parent.parent
 HERE = Path(__file__).resolve().parent
 CONTENTS = ROOT / "packaging/contents.txt"
 sys.path.insert(0, str(ROOT / "tests/pe"))
+sys.path.insert(0, str(HERE))
 
-from image import Image  # the path above first
+from image import Image  # the paths above first
+from prefix import Prefix, run, windows
 
 OPTIONS = argparse.Namespace()
 DOWNLOADS = ("", "-sdk", "-simulator", "-symbols")
@@ -39,52 +41,13 @@ def download(name: str) -> Path:
     return output() / "package" / f"fcoe-agent{name}-{OPTIONS.version}-windows-x64.zip"
 
 
-def run(*command: str | Path, check: bool = True, **options) -> subprocess.CompletedProcess:
-    done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True, **options)
-    if check and done.returncode:
-        raise AssertionError(f"{command} ended with {done.returncode}:\n{done.stdout}{done.stderr}")
-    return done
-
-
 def make() -> None:
-    run(ROOT / "packaging/make.py", "--build", OPTIONS.build, "--output", output() / "package", "--version", OPTIONS.version,
-        "--objcopy", OPTIONS.objcopy)
+    run(ROOT / "packaging/make.py", "--build", OPTIONS.build, "--stage", output() / "stage", "--output", output() / "package",
+        "--version", OPTIONS.version, "--objcopy", OPTIONS.objcopy)
 
 
 def listing() -> str:
     return "".join(f"fcoe-agent{name}: {entry}\n" for name in DOWNLOADS for entry in zipfile.ZipFile(download(name)).namelist())
-
-
-class Prefix:
-    """A Wine prefix and the session in it, of nothing but what a machine has that has Wine."""
-
-    def __init__(self, folder: Path):
-        self.environment = {key: value for key, value in os.environ.items() if not key.startswith(("WINE", "ORVAN_SIM"))}
-        self.environment |= {"WINEPREFIX": str(folder), "WINEDEBUG": "-all", "WINEDLLOVERRIDES": "mscoree,mshtml,winedbg.exe="}
-        shutil.rmtree(folder, ignore_errors=True)
-        folder.mkdir(parents=True)
-        self.folder = folder
-        # A server of its own, which takes none of the pipes of this process with it.
-        subprocess.run(["wineserver", "-p"], env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                       stderr=subprocess.DEVNULL, check=True)
-        subprocess.run(["wine", "wineboot"], env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                       stderr=subprocess.DEVNULL, check=True)
-
-    def wine(self, *arguments: str | Path, check: bool = True, variables: dict | None = None) -> subprocess.CompletedProcess:
-        return run("wine", *arguments, check=check, env=self.environment | (variables or {}))
-
-    def values(self) -> str:
-        """Every value below the maker's keys, and the service."""
-        return "".join(self.wine("reg", "query", key, "/s", check=False).stdout for key in (
-            r"HKLM\SOFTWARE\ORVAN", r"HKLM\System\CurrentControlSet\Services\OrvanDCB", r"HKCR\OrvanDCB.IoControl.1",
-            r"HKCU\Software\Wine\AppDefaults"))
-
-    def end(self) -> None:
-        subprocess.run(["wineserver", "-k"], env=self.environment, check=False)
-
-
-def windows(path: Path) -> str:
-    return "Z:" + str(path).replace("/", "\\")
 
 
 def built(source: Path, prefix: Path) -> Path:
@@ -140,10 +103,12 @@ class Downloads(unittest.TestCase):
                 self.assertFalse(str(ROOT).encode() in archive.read(entry), f"{name} {entry}")
 
     def test_are_equal_when_they_are_made_again(self):
-        before = {name: download(name).read_bytes() for name in DOWNLOADS}
+        files = sorted((output() / "package").iterdir())
+        before = {file: file.read_bytes() for file in files}
         make()
-        for name in DOWNLOADS:
-            self.assertEqual(before[name], download(name).read_bytes(), name)
+        self.assertEqual(files, sorted((output() / "package").iterdir()))
+        for file in files:
+            self.assertTrue(before[file] == file.read_bytes(), file.name)
 
 
 class Outside(unittest.TestCase):

@@ -14,7 +14,8 @@ packages_build=(cmake ninja-build g++-mingw-w64-x86-64-posix mingw-w64-tools lib
                 nlohmann-json3-dev libcli11-dev libfmt-dev libkainjow-mustache-dev libz-mingw-w64-dev googletest pkg-config wixl msitools
                 ccache)
 packages_run=(wine wine64 util-linux groff-base python3-jsonschema python3-prometheus-client)
-packages_full=(chromium chromium-driver python3-selenium fonts-dejavu-core prometheus)
+packages_full=(chromium chromium-driver python3-selenium fonts-dejavu-core prometheus golang-go rustc libstd-rust-dev-windows clang lld)
+command -v npm >/dev/null || packages_full+=(npm) # which comes with some builds of node, too
 packages_lint=(clang clang-format clang-tidy)
 packages_coverage=(gcovr)
 packages_fuzz=(cmake ninja-build clang libclang-rt-dev llvm nlohmann-json3-dev libfmt-dev ccache)

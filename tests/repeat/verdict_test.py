@@ -118,6 +118,8 @@ plant(Planted.heapError "echo :err:heap: broken; ${good}")
 add_test(NAME native.silent COMMAND false)
 add_test(NAME disabled COMMAND false)
 set_tests_properties(disabled PROPERTIES DISABLED TRUE)
+add_test(NAME native.large COMMAND sh -c "exit 77")
+set_tests_properties(native.large PROPERTIES SKIP_RETURN_CODE 77)
 """
 
 
@@ -162,6 +164,12 @@ class Runner(unittest.TestCase):
                          (lambda code, said: (code, said[-2:]))(*self.run_tests("-R", "passes$")))
         self.assertEqual([], self.failed_by_number())
 
+    def test_what_leaves_itself_out_is_told_and_not_counted(self):
+        exit_code, said = self.run_tests("-R", "passes$|large")
+        self.assertEqual(["left out, for they need large packages: native.large; ./fcoe test --full runs them",
+                          "0 lost by Wine and run again", "100% tests passed, 0 tests failed out of 1"], said[-3:])
+        self.assertEqual(0, exit_code)
+
     def test_what_was_lost_once_has_passed_and_is_counted(self):
         exit_code, said = self.run_tests("-R", "Once$", "-E", "fails")
         self.assertEqual(["3 lost by Wine and run again", "100% tests passed, 0 tests failed out of 3"], said[-2:])
@@ -169,7 +177,7 @@ class Runner(unittest.TestCase):
 
     def test_one_failure_among_many_is_no_hundred_percent(self):
         self.assertEqual("99% tests passed, 1 tests failed out of 1552",
-                         self.runner.closing_lines(1552, [self.runner.Result("x", False, True, "", 1, "Failed")], [])[-1])
+                         self.runner.closing_lines(1552, [self.runner.Result("x", False, True, "", 1, "Failed")], [], [])[-1])
 
     def test_rerun_failed_takes_up_what_failed_by_this_judgement(self):
         self.run_tests("-R", "passes|WithoutItsExitCode|lostOnce")

@@ -22,7 +22,8 @@ CONTENTS = ROOT / "packaging/contents.txt"
 sys.path.insert(0, str(ROOT / "tests/pe"))
 sys.path.insert(0, str(HERE))
 
-from image import Image  # the paths above first
+import check as pe  # the paths above first
+from image import Image
 from prefix import Prefix, run, windows
 
 OPTIONS = argparse.Namespace()
@@ -95,6 +96,16 @@ class Downloads(unittest.TestCase):
                 self.assertEqual(f"{Path(entry).name}.debug", file.decode())
                 checksum = int.from_bytes(text[(len(file) + 4) & ~3:][:4], "little")
                 self.assertEqual(zlib.crc32(symbols.read(file.decode())), checksum, entry)
+
+    def test_have_no_file_that_windows_would_refuse_or_wonder_at(self):
+        rules = pe.Rules(OPTIONS.version, pe.copyright_of(ROOT / "LICENSE"))
+        for file in sorted((output() / "stage").rglob("*")):
+            if file.suffix not in (".dll", ".exe"):
+                continue
+            image = Image(file.read_bytes())
+            faults = rules.foreign(image) if file.name in pe.RUN_TIME else \
+                rules.shipped(file.name, image, pe.Expected.read(pe.EXPECTED / f"{file.name}.txt"))
+            self.assertEqual([], list(faults), file.name)
 
     def test_name_no_folder_of_the_machine_that_built_them(self):
         for name in DOWNLOADS:

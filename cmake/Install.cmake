@@ -15,7 +15,7 @@ install(FILES docs/install.md DESTINATION . COMPONENT Runtime)
 
 install(DIRECTORY include/FcoeAgent DESTINATION include COMPONENT Development PATTERN README.md EXCLUDE)
 install(FILES ${PROJECT_BINARY_DIR}/generated/FcoeAgent/OrvanDcb.h DESTINATION include/FcoeAgent COMPONENT Development)
-install(DIRECTORY examples DESTINATION . COMPONENT Development)
+install(DIRECTORY examples DESTINATION . COMPONENT Development PATTERN ".*" EXCLUDE)
 install(DIRECTORY docs/ DESTINATION share/doc/FcoeAgent COMPONENT Development FILES_MATCHING PATTERN "*.md")
 if(FCOE_BUILD_TOOLS)
   install(DIRECTORY share/schemas DESTINATION share/FcoeAgent COMPONENT Development)

@@ -17,7 +17,7 @@ const Fault* DueFault(const Scene& scene, Function function, const Adapter* adap
         const Fault& fault = *progress->fault;
         if (!Concerns(fault, adapter))
             continue;
-        const std::uint64_t call = ++progress->calls;
+        const std::uint64_t call = ++*progress->calls;
         const std::uint64_t first = fault.onCall ? fault.onCall : 1;
         if (!due && !fault.missing && call >= first && call < first + fault.times)
             due = &fault;
@@ -26,6 +26,37 @@ const Fault* DueFault(const Scene& scene, Function function, const Adapter* adap
 }
 
 } // namespace
+
+bool Call::IsOfScene(Function function) {
+    const sim::Scene& scene = Scene();
+    if (scene.IsTimeUp()) {
+        TakeSteps();
+        return !m_scene.Renew();
+    }
+    if (!scene.IsWaitingFor(function, m_about))
+        return true;
+    switch (scene.world->CountCall(scene.version, scene.next->calls)) {
+    case World::Counted::Yes:
+        return true;
+    case World::Counted::Last: // the world moves on while this call ends as it began
+        TakeSteps();
+        return true;
+    default:
+        TakeSteps();
+        return !m_scene.Renew();
+    }
+}
+
+void Call::TakeSteps() {
+    World& world = *Scene().world;
+    const std::uint32_t taken = world.TakeSteps(Scene().version);
+    if (taken == 0)
+        return;
+    if (m_file || CallLog::Instance().IsOn())
+        CallLog::Instance().Write("timeline: " + std::to_string(taken) + (taken == 1 ? " step" : " steps") + " taken",
+                                  world.Version(), m_file);
+    Simulation::Instance().ShowNewest();
+}
 
 void Call::Begin(Function function) {
     m_logged = m_file || CallLog::Instance().IsOn();

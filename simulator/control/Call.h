@@ -1,5 +1,5 @@
-// One call of a simulated function, opened at its start: counts it, finds the fault that it has to show and writes its
-// line of the call log.
+// One call of a simulated function, opened at its start: counts it, has the world move on when that is due, finds the
+// fault that the call has to show and writes its line of the call log.
 //
 //     Call call("ORVAN_GetVlanIdList", adapter);
 //     call.Note("handle", handle);
@@ -31,20 +31,26 @@ class Call {
   public:
     // All of these wait when a fault says so, and throw ThrownFault when one does.
 
-    explicit Call(Function function) { Begin(function); }
+    explicit Call(Function function) : Call(function, nullptr) {}
     // find: const Adapter*(const Scene&), which adapter the call is about; null: none.
     template <class Find>
-    requires std::is_invocable_r_v<const Adapter*, Find, const Scene&> Call(Function function, Find find)
-        : m_scene(), m_about(find(m_scene.Get())) {
-        Begin(function);
+    requires std::is_invocable_r_v<const Adapter*, Find, const Scene&> Call(Function function, Find find) {
+        Enter(function, find);
     }
     // About an adapter that the caller knows from a scene, this one or an earlier.
-    Call(Function function, const Adapter* adapter) : m_about(adapter) { Begin(function); }
-    // In a scene that is not the module's own, logged in a file that may be another, too; the caller keeps both.
+    Call(Function function, const Adapter* adapter) {
+        Enter(function, [adapter](const sim::Scene&) { return adapter; });
+    }
+    // Logged in a file that may be another than the module's; the caller keeps it.
+    template <class Find>
+    Call(Function function, const CallFile& file, Find find) : m_file(file.IsOpen() ? &file : nullptr) {
+        Enter(function, find);
+    }
+    // In a scene that is not the module's own, too, which the caller keeps.
     template <class Find>
     Call(Function function, const sim::Scene& scene, const CallFile& file, Find find)
-        : m_scene(scene), m_about(find(m_scene.Get())), m_file(file.IsOpen() ? &file : nullptr) {
-        Begin(function);
+        : m_scene(scene), m_file(file.IsOpen() ? &file : nullptr) {
+        Enter(function, find);
     }
     ~Call();
     Call(const Call&) = delete;
@@ -87,12 +93,22 @@ class Call {
     }
 
   private:
+    // With the scene that the call counts in.
+    template <class Find> void Enter(Function function, Find find) {
+        do
+            m_about = find(m_scene.Get());
+        while (m_scene.Get().next && !IsOfScene(function));
+        Begin(function);
+    }
+    // False: the world has moved on before this call, which has its new scene now.
+    bool IsOfScene(Function function);
+    void TakeSteps();
     void Begin(Function function);
     void Write(const std::string& line) { CallLog::Instance().Write(line, Scene().version, m_file); }
     void Append(const char* name, const std::string& value);
     void AppendResult(std::uint64_t result);
 
-    const SceneInUse m_scene;
+    SceneInUse m_scene;
     const sim::Adapter* m_about = nullptr;
     const CallFile* m_file = nullptr; // in place of the module's
     const Fault* m_fault = nullptr;

@@ -64,7 +64,7 @@ std::optional<ProcessStatus> Process::StatusOf(DWORD process) {
     return ProcessStatus{{head.origin, head.source, head.instance},
                          head.world,
                          head.calls,
-                         head.disarmed && head.disarmedSerial == head.serial ? head.disarmedVersion : 0,
+                         head.disarmed && head.disarmedSerial == head.serial ? head.disarmedRun : 0,
                          head.armings};
 }
 
@@ -80,7 +80,7 @@ Process::View Process::Now(const std::shared_ptr<World>& known) const {
     view.choice = ChoiceNow();
     view.world = known && known->Name() == m_head->world ? known : World::Join(view.choice);
     if (m_head->disarmed && m_head->disarmedSerial == view.serial)
-        view.disarmedVersion = m_head->disarmedVersion;
+        view.disarmedRun = m_head->disarmedRun;
     return view;
 }
 
@@ -143,7 +143,12 @@ void Process::ArmFaults(bool armed) {
     m_head->disarmed = !armed;
     ++m_head->armings;
     m_head->disarmedSerial = m_head->serial;
-    m_head->disarmedVersion = Mine().Version();
+    m_head->disarmedRun = Mine().Run();
+    FollowAll();
+}
+
+void Process::Follow() const {
+    const Section::Lock lock(m_section);
     FollowAll();
 }
 

@@ -17,10 +17,10 @@ namespace sim {
 // What others can know of a process.
 struct ProcessStatus {
     Choice choice;
-    std::wstring world;                // the name of its world
-    std::wstring calls;                // the file for its calls; empty: they are not wanted
-    std::uint64_t disarmedVersion = 0; // whose faults shall not show in it
-    std::uint64_t armings = 0;         // how often that was said
+    std::wstring world;            // the name of its world
+    std::wstring calls;            // the file for its calls; empty: they are not wanted
+    std::uint64_t disarmedRun = 0; // whose faults shall not show in it
+    std::uint64_t armings = 0;     // how often that was said
 };
 
 class Process {
@@ -42,8 +42,8 @@ class Process {
         std::uint64_t serial = 0;
         Choice choice;
         std::shared_ptr<World> world;
-        std::uint64_t disarmedVersion = 0; // whose faults shall not show
-        std::uint64_t armings = 0;         // how often that was said
+        std::uint64_t disarmedRun = 0; // of its world, whose faults shall not show
+        std::uint64_t armings = 0;     // how often that was said
     };
     // known: the world that the caller has already; it is used again when it still is the process's.
     View Now(const std::shared_ptr<World>& known) const;
@@ -57,6 +57,8 @@ class Process {
     std::string Reload();
     void Simulate(const WorldContent& text);
     void ArmFaults(bool armed);
+    // The world has another version.
+    void Follow() const;
 
   private:
     static constexpr std::size_t MAX_MODULES = 32;
@@ -67,7 +69,7 @@ class Process {
         Origin origin;
         std::uint32_t disarmed;
         std::uint64_t armings;
-        std::uint64_t disarmedSerial, disarmedVersion; // of whom that is said
+        std::uint64_t disarmedSerial, disarmedRun; // of whom that is said
         wchar_t source[4096];
         wchar_t instance[256];
         wchar_t world[256];

@@ -64,11 +64,13 @@ void Simulation::TakeUp() {
             before->version != view.world->Version()) {
             auto scene = std::make_unique<Scene>(view.choice, view.world);
             scene->serial = view.serial;
-            scene->armed = scene->version != view.disarmedVersion;
+            scene->armed = scene->run != view.disarmedRun;
             scene->armings = view.armings;
+            if (before && before->serial == view.serial && before->armings == view.armings)
+                scene->GoOnFrom(*before);
             Use(std::move(scene));
         } else if (before->armings != view.armings) {
-            m_scene->Arm(m_scene->version != view.disarmedVersion);
+            m_scene->Arm(m_scene->run != view.disarmedRun);
             m_scene->armings = view.armings;
             if (m_hook)
                 m_hook(*m_scene);
@@ -101,6 +103,10 @@ void Simulation::FreeUnused() {
         m_epoch = epoch + 1;
     }
     std::erase_if(m_replaced, [&](const Replaced& replaced) { return m_epoch - replaced.epoch >= 2; });
+}
+
+void Simulation::ShowNewest() {
+    Joined().Follow();
 }
 
 void Simulation::LoadIfChanged() {

@@ -28,6 +28,9 @@ class Simulation {
     // Lets the faults of the topology in use show themselves, with their calls counted anew, or not; in all modules.
     void ArmFaults(bool armed);
 
+    // Has all modules of the process show the newest version; they would at their next call.
+    void ShowNewest();
+
     // Runs after every load, with the new scene, before other threads see it, and whenever its faults are armed or not.
     void SetLoadHook(void (*hook)(const Scene&)) { m_hook = hook; }
 
@@ -78,17 +81,24 @@ class SceneInUse {
     SceneInUse() : SceneInUse(Simulation::Instance()) {}
     // One that the caller keeps.
     explicit SceneInUse(const Scene& scene) : m_scene(&scene) {}
-    ~SceneInUse() {
-        if (m_calls)
-            m_calls->fetch_sub(1, std::memory_order_release);
-    }
+    ~SceneInUse() { Leave(); }
     SceneInUse(const SceneInUse&) = delete;
     SceneInUse& operator=(const SceneInUse&) = delete;
 
     const Scene& Get() const { return *m_scene; }
+    // Takes the newest one in its place. False: it is one that the caller keeps.
+    bool Renew() {
+        if (!m_calls)
+            return false;
+        Leave();
+        Take(Simulation::Instance());
+        return true;
+    }
 
   private:
-    explicit SceneInUse(Simulation& simulation) {
+    explicit SceneInUse(Simulation& simulation) { Take(simulation); }
+
+    void Take(Simulation& simulation) {
         for (;;) {
             m_calls = &simulation.m_calls[simulation.m_epoch.load(std::memory_order_relaxed) & 1];
             m_calls->fetch_add(1);
@@ -98,6 +108,10 @@ class SceneInUse {
             m_calls->fetch_sub(1, std::memory_order_release);
             simulation.TakeUp();
         }
+    }
+    void Leave() {
+        if (m_calls)
+            m_calls->fetch_sub(1, std::memory_order_release);
     }
 
     const Scene* m_scene;

@@ -28,7 +28,7 @@ std::shared_ptr<const State> StateStore::ReadLocked(const Scene& scene) {
     if (scene.stateFile.empty()) {
         const std::uint64_t number = scene.world->StateNumber();
         if (number != m_number) {
-            m_state = std::make_shared<const State>(UnpackedState(scene.world->State(scene.version)));
+            m_state = std::make_shared<const State>(UnpackedState(scene.world->State(scene.run)));
             m_number = number;
         }
         return m_state;
@@ -46,7 +46,7 @@ std::shared_ptr<const State> StateStore::ReadLocked(const Scene& scene) {
 void StateStore::Change(const Scene& scene, const StateChange& change) {
     const std::lock_guard lock(m_lock);
     if (scene.stateFile.empty()) {
-        scene.world->ChangeState(scene.version, [&](const std::string& bytes) {
+        scene.world->ChangeState(scene.run, [&](const std::string& bytes) {
             State state = UnpackedState(bytes);
             return change(state) ? PackedState(state) : bytes;
         });

@@ -123,12 +123,13 @@ std::shared_ptr<World> World::Find(const std::wstring& name) {
     return section ? std::shared_ptr<World>(new World(name, std::move(section))) : nullptr;
 }
 
-std::pair<WorldContent, std::uint64_t> World::Newest() const {
+World::Moment World::Newest() const {
     const Section::Lock lock(m_section);
     const std::uint64_t version = m_head->version;
     if (version == 0)
         return {};
-    return {Unpacked(m_section.Read(CONTENT_OFFSET[version & 1], m_head->contentSize[version & 1])), version};
+    const auto& place = Place();
+    return {Unpacked(m_section.Read(CONTENT_OFFSET[version & 1], place.size)), version, place.run, place.since};
 }
 
 std::string World::LookAtFile(Look look) {
@@ -138,6 +139,12 @@ std::string World::LookAtFile(Look look) {
         return look != Look::Always && !m_head->fileIsFresh && mark.time == m_head->fileTime &&
                mark.size == m_head->fileSize;
     };
+    if (!m_head->hasFile && look == Look::Always) {
+        const Section::Lock lock(m_section);
+        const WorldContent before = Newest().content;
+        if (before.motion.IsMoving())
+            Put(ContentOfText(before.text, before.name));
+    }
     if (!m_head->hasFile || IsAsBefore() || (look == Look::IfReadable && IsForbidden(m_head->file)))
         return {};
     const Section::Lock lock(m_section);
@@ -145,14 +152,15 @@ std::string World::LookAtFile(Look look) {
         return {};
     // The mark is older than the text: a change while it is read counts as a change after.
     const WorldContent content = ContentOfFile(m_head->file, Utf8(m_head->name));
-    const WorldContent before = Newest().first;
+    const WorldContent before = Newest().content;
+    const bool startsAnew = look == Look::Always && before.motion.IsMoving();
     const bool keep = m_head->version != 0 && before.error.empty() && !content.error.empty();
     const bool isNew = content.error != m_head->problem;
     m_head->fileTime = mark.time;
     m_head->fileSize = mark.size;
     m_head->fileIsFresh = mark.isFresh;
     CopyCut(m_head->problem, keep ? content.error : std::string());
-    if (!keep && (m_head->version == 0 || content != before))
+    if (!keep && (m_head->version == 0 || startsAnew || !content.HasSourceOf(before)))
         Put(content);
     return keep && isNew ? Problem() : std::string();
 }
@@ -165,23 +173,85 @@ std::string World::Problem() const {
 
 void World::Put(const WorldContent& content) {
     const Section::Lock lock(m_section);
+    m_head->stateSize = 0;
+    ++m_head->stateNumber;
+    Store(content, 0, GetTickCount64());
+}
+
+void World::Store(const WorldContent& content, std::uint64_t run, std::uint64_t since) {
     // To the other place: who dies on the way leaves the version before whole.
     const std::size_t place = (m_head->version & 1) ^ 1;
     const std::string bytes = Packed(content);
     m_section.Write(CONTENT_OFFSET[place], bytes);
-    m_head->contentSize[place] = bytes.size();
-    m_head->stateSize = 0;
-    ++m_head->stateNumber;
     auto& versions = *m_versions.Head<std::atomic<std::uint64_t>>();
     std::uint64_t version = ++versions;
     while ((version & 1) != place)
         version = ++versions;
+    auto& head = m_head->places[place];
+    head.size = bytes.size();
+    head.run = run ? run : version;
+    head.since = since;
+    head.counted = version << 32;
     m_head->version = version;
 }
 
-std::string World::State(std::uint64_t version) const {
+World::Counted World::CountCall(std::uint64_t version, std::uint32_t calls) {
+    auto& counted = m_head->places[version & 1].counted;
+    std::uint64_t before = counted;
+    do {
+        if (before >> 32 != (version & UINT32_MAX) || static_cast<std::uint32_t>(before) >= calls)
+            return Counted::TooLate;
+    } while (!counted.compare_exchange_weak(before, before + 1));
+    return static_cast<std::uint32_t>(before + 1) == calls ? Counted::Last : Counted::Yes;
+}
+
+std::uint64_t World::Run() const {
     const Section::Lock lock(m_section);
-    return version == m_head->version ? m_section.Read(STATE_OFFSET, m_head->stateSize) : std::string();
+    return Place().run;
+}
+
+std::uint32_t World::CountedCalls(std::uint64_t version) const {
+    const std::uint64_t counted = m_head->places[version & 1].counted;
+    return counted >> 32 == (version & UINT32_MAX) ? static_cast<std::uint32_t>(counted) : 0;
+}
+
+std::uint32_t World::TakeSteps(std::uint64_t version) {
+    const Section::Lock lock(m_section);
+    if (m_head->version != version)
+        return 0;
+    auto [content, same, run, since] = Newest();
+    const std::uint64_t now = GetTickCount64();
+    auto step = NextStep(content.motion);
+    const auto IsTimeUp = [&] { return step && step->afterMs && since + *step->afterMs <= now; };
+    if (!IsTimeUp() && !(step && !step->afterMs && CountedCalls(version) >= step->afterCalls))
+        return 0;
+    do {
+        // However late it is seen that the time has come, the next one's counts from then.
+        since = step->afterMs ? since + *step->afterMs : now;
+        TakeStep(content.motion);
+        step = NextStep(content.motion);
+    } while (IsTimeUp());
+    Store(content, run, since);
+    return content.motion.taken;
+}
+
+void World::MoveOn() {
+    TakeSteps(m_head->version);
+}
+
+bool World::GoOn(std::uint64_t version, const WorldContent& content, std::size_t largest) {
+    if (Packed(content).size() + largest > MAX_WORLD_BYTES)
+        throw TopologyError("the topology and the steps are larger than 32 MiB");
+    const Section::Lock lock(m_section);
+    if (m_head->version != version)
+        return false;
+    Store(content, Place().run, GetTickCount64());
+    return true;
+}
+
+std::string World::State(std::uint64_t run) const {
+    const Section::Lock lock(m_section);
+    return run == Place().run ? m_section.Read(STATE_OFFSET, m_head->stateSize) : std::string();
 }
 
 void World::PutState(const std::string& state) {

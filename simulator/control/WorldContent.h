@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "simulator/topology/Timeline.h"
 #include "simulator/topology/Topology.h"
 
 namespace sim {
@@ -17,8 +18,12 @@ struct WorldContent {
     std::string text;
     std::string error;                                          // what is wrong with it; empty: it is good
     std::map<std::string, std::vector<std::uint8_t>> responses; // the recorded responses that it names, by their file
+    Motion motion;                                              // how far the topology in the text has moved
 
-    bool operator==(const WorldContent&) const = default;
+    // The topology as it stands.
+    const std::string& Document() const { return motion.IsMoving() ? motion.document : text; }
+    // Whether both were read from the same, however far either has moved.
+    bool HasSourceOf(const WorldContent& moved) const;
 };
 
 // More is refused as a wrong topology.

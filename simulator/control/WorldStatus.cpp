@@ -24,7 +24,7 @@ const char* NameOf(Origin origin) {
     }
 }
 
-WorldStatus StatusOf(const Choice& choice, const World* world) {
+WorldStatus StatusOf(const Choice& choice, World* world) {
     WorldStatus status;
     status.origin = NameOf(choice.origin);
     status.source = Utf8(choice.source);
@@ -33,9 +33,10 @@ WorldStatus StatusOf(const Choice& choice, const World* world) {
             status.error = ContentOfFile(choice.source, status.source).error;
         return status;
     }
-    const auto [content, version] = world->Newest();
-    status.version = version;
-    status.error = content.error;
+    world->MoveOn();
+    const auto newest = world->Newest();
+    status.version = newest.version;
+    status.error = newest.content.error;
     if (status.error.empty()) {
         status.error = world->Problem();
         status.lastGoodInUse = !status.error.empty();
@@ -77,8 +78,30 @@ std::optional<WorldContent> ShownInConfigured() {
     const auto world = World::Find(WorldName(ConfiguredChoice()));
     if (!world)
         return std::nullopt;
-    auto [content, version] = world->Newest();
-    return version == 0 ? std::nullopt : std::optional(std::move(content));
+    world->MoveOn();
+    auto newest = world->Newest();
+    return newest.version == 0 ? std::nullopt : std::optional(std::move(newest.content));
+}
+
+std::optional<TimelineStatus> TimelineOfConfigured() {
+    const auto world = World::Find(WorldName(ConfiguredChoice()));
+    if (!world)
+        return std::nullopt;
+    world->MoveOn();
+    const auto newest = world->Newest();
+    const Motion& motion = newest.content.motion;
+    if (!motion.IsMoving())
+        return std::nullopt;
+    TimelineStatus status{motion.script, motion.taken, motion.left, NextStep(motion), 0, 0};
+    if (status.next && status.next->afterMs) {
+        const std::uint64_t due = newest.since + *status.next->afterMs;
+        const std::uint64_t now = GetTickCount64();
+        status.msLeft = due > now ? due - now : 0;
+    } else if (status.next) {
+        status.callsLeft =
+            status.next->afterCalls - std::min(status.next->afterCalls, world->CountedCalls(newest.version));
+    }
+    return status;
 }
 
 std::vector<ProcessWorld> AllProcessWorlds() {

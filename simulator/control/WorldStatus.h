@@ -47,6 +47,19 @@ WorldStatus StatusOfConfigured();
 // What the modules show in that world; none: no process has it at the moment.
 std::optional<WorldContent> ShownInConfigured();
 
+// How far that world has moved on by a timeline.
+struct TimelineStatus {
+    std::string script; // the file that its steps come from; empty: they are the topology's own
+    std::uint32_t taken = 0;
+    std::uint32_t left = 0;
+    std::optional<Step> next; // none: all are taken
+    // What is missing for the next, one or the other.
+    std::uint64_t msLeft = 0;
+    std::uint32_t callsLeft = 0;
+};
+// None: no process has the world at the moment, or it does not move.
+std::optional<TimelineStatus> TimelineOfConfigured();
+
 struct ProcessWorld {
     std::uint32_t process = 0;
     std::string program; // the name of its file

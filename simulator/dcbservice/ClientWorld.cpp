@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 #include <windows.h>
 
@@ -71,13 +72,25 @@ std::shared_ptr<const sim::Scene> ClientWorlds::SceneFor(const sim::ProcessStatu
     };
     if (look)
         Log(known->world->LookAtFile(sim::World::Look::IfReadable));
-    if (!known->scene || known->scene->version != known->world->Version()) {
-        known->scene = std::make_shared<sim::Scene>(caller.choice, known->world);
-        Log(known->scene->error);
+    for (;;) {
+        if (!known->scene || known->scene->version != known->world->Version()) {
+            const auto before = std::exchange(known->scene, std::make_shared<sim::Scene>(caller.choice, known->world));
+            Log(known->scene->error);
+            if (before) {
+                known->scene->GoOnFrom(*before);
+                if (before->run == known->scene->run) {
+                    known->scene->armed = before->armed.load();
+                    known->scene->armings = before->armings;
+                }
+            }
+        }
+        if (!known->scene->IsTimeUp())
+            break;
+        known->world->TakeSteps(known->scene->version);
     }
     // A text is one process's, and so is whether its faults show.
     if (caller.choice.origin == sim::Origin::Control && known->scene->armings != caller.armings) {
-        known->scene->Arm(known->scene->version != caller.disarmedVersion);
+        known->scene->Arm(known->scene->run != caller.disarmedRun);
         known->scene->armings = caller.armings;
     }
     return known->scene;

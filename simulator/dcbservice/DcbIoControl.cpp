@@ -33,8 +33,7 @@ template <class Find, class Work> HRESULT Run(sim::Function function, const Clie
             sim::Call call(function, *client.scene, *client.calls, find);
             return Finish(call, work);
         }
-        const sim::SceneInUse own;
-        sim::Call call(function, own.Get(), *client.calls, find);
+        sim::Call call(function, *client.calls, find);
         return Finish(call, work);
     } catch (const std::runtime_error&) {
         Crash();

@@ -47,8 +47,10 @@ ordered_json Entries(const std::vector<sim::Problem>& problems) {
 
 std::string CheckedFile::Content() const {
     // The words have stayed since there was one file and one line.
+    const std::size_t steps = Topology().timeline.size();
     return std::to_string(Topology().adapters.size()) + " adapters, " + std::to_string(Topology().lunCount) +
-           " logical units, " + std::to_string(Topology().faults.size()) + " faults";
+           " logical units, " + std::to_string(Topology().faults.size()) + " faults" +
+           (steps == 0 ? "" : ", " + std::to_string(steps) + " step" + (steps == 1 ? "" : "s"));
 }
 
 std::string CheckedFile::ErrorLines() const {
@@ -67,6 +69,7 @@ ordered_json CheckedFile::Document() const {
         document["adapters"] = Topology().adapters.size();
         document["luns"] = Topology().lunCount;
         document["faults"] = Topology().faults.size();
+        document["steps"] = Topology().timeline.size();
     }
     document["errors"] = Entries(checked.reading.problems);
     document["warnings"] = Entries(checked.warnings);

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "simulator/control/StateFile.h"
+#include "simulator/control/WorldStatus.h"
 #include "simulator/topology/Text.h"
 
 namespace simctl {
@@ -34,6 +35,14 @@ std::string SourceCode(Source source) {
 
 CheckedFile Check(const InUse& inUse) {
     return inUse.file.empty() ? CheckBuiltIn() : CheckFile(inUse.file);
+}
+
+CheckedFile CheckMoved(const InUse& inUse) {
+    CheckedFile file = Check(inUse);
+    const auto content = sim::ShownInConfigured();
+    const bool moved =
+        content && content->text == file.text && (content->motion.taken != 0 || !content->motion.script.empty());
+    return moved ? CheckText(file.name, content->Document(), sim::Wide(content->folder)) : file;
 }
 
 KeptState ReadState() {

@@ -23,6 +23,8 @@ std::string SourceText(Source source);
 // "variable"
 std::string SourceCode(Source source);
 CheckedFile Check(const InUse& inUse);
+// The same, or what its world has made of it by a timeline.
+CheckedFile CheckMoved(const InUse& inUse);
 
 // A virtual port that is kept outside the topology.
 struct PortChange {

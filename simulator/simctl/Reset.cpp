@@ -24,9 +24,22 @@ void Forget(const std::filesystem::path& file) {
         throw sim::TopologyError(name + ": cannot be deleted: " + SystemText(GetLastError()));
 }
 
+void StartAnew(Console& console) {
+    const auto world = sim::World::Find(sim::WorldName(sim::ConfiguredChoice()));
+    if (!world)
+        return;
+    const sim::Motion motion = world->Newest().content.motion;
+    if (!motion.IsMoving())
+        return;
+    world->LookAtFile(sim::World::Look::Always);
+    console.Out("started anew: " + std::to_string(motion.taken) + (motion.taken == 1 ? " step" : " steps") +
+                " had been taken\n");
+}
+
 } // namespace
 
 int Reset(Console& console) {
+    StartAnew(console);
     const KeptState state = ReadState();
     const std::string name = sim::Utf8(state.file.wstring());
     if (!state.error.empty()) {

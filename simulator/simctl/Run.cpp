@@ -19,6 +19,7 @@ struct Typed {
     SetOptions set;
     WatchOptions watch;
     CallsOptions calls;
+    std::string script;
     bool json = false;
     std::function<int(Console&)> run;
 };
@@ -58,7 +59,15 @@ void AddChanging(CLI::App& app, Typed& typed) {
     set->add_option("--file", typed.set.file, "Change this file instead");
     set->callback([&typed] { typed.run = [&](Console& console) { return Set(console, typed.set); }; });
 
-    auto* reset = app.add_subcommand("reset", "Forget the virtual ports that were created and removed");
+    auto* script = app.add_subcommand("script", "Play a list of timed changes into the running world");
+    script->footer("FILE holds a list of steps as the \"timeline\" of a topology does:\n"
+                   "[{\"after_seconds\": 5, \"patch\": [{\"op\": \"replace\", \"path\": "
+                   "\"/adapters/0/port/state\", \"value\": 3}]}]\n"
+                   "No file is changed. Ctrl+C: the steps that are left are not taken.");
+    script->add_option("FILE", typed.script, "The steps: a list, or an object with \"timeline\"")->required();
+    script->callback([&typed] { typed.run = [&](Console& console) { return PlayScript(console, typed.script); }; });
+
+    auto* reset = app.add_subcommand("reset", "Forget created and removed virtual ports; start the timeline anew");
     reset->callback([&typed] { typed.run = Reset; });
 }
 

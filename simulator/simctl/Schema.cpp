@@ -86,6 +86,14 @@ class ObjectSchema final : public sim::Keys {
             schema["maxItems"] = max;
         return Add(key, schema);
     }
+    bool Real(const Key& key, std::uint64_t max, double&) override {
+        return Add(key, {{"type", "number"}, {"exclusiveMinimum", 0}, {"maximum", max}});
+    }
+    bool Word(const Key& key, std::span<const std::string_view> words, std::string&) override {
+        return Add(key, {{"enum", std::vector<std::string_view>(words.begin(), words.end())}});
+    }
+    bool JsonPointer(const Key& key, std::string&) override { return Add(key, {{"$ref", "#/$defs/pointer"}}); }
+    bool AnyValue(const Key& key) override { return Add(key, ordered_json::object()); }
     void Rule(const char* schema) override { m_rules.push_back(ordered_json::parse(schema)); }
 
     ordered_json Schema() const {
@@ -183,7 +191,11 @@ ordered_json TopologySchema() {
         {"guid",
          {{"type", "string"},
           {"pattern", "^\\{[0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{12}\\}$"}}},
-        {"found_by_name", {{"enum", foundByName}}}};
+        {"found_by_name", {{"enum", foundByName}}},
+        {"pointer",
+         {{"description", "JSON pointer (RFC 6901), such as /adapters/0/port/state"},
+          {"type", "string"},
+          {"pattern", "^(/([^~/]|~[01])*)*$"}}}};
     return schema;
 }
 

@@ -2,6 +2,7 @@
 #include "simulator/simctl/CheckedFile.h"
 #include "simulator/simctl/InUse.h"
 #include "simulator/simctl/ProcessLine.h"
+#include "simulator/simctl/TimelineLine.h"
 #include "simulator/simctl/Verbs.h"
 #include "simulator/topology/Text.h"
 
@@ -36,12 +37,15 @@ struct Told {
     CheckedFile checked = Check(inUse);
     KeptState state = ReadState();
     sim::WorldStatus world = sim::StatusOfConfigured();
+    std::optional<sim::TimelineStatus> timeline = sim::TimelineOfConfigured();
     std::vector<sim::ProcessWorld> processes = sim::AllProcessWorlds();
 
     // What the modules show: while the file is wrong, perhaps the one before it.
     CheckedFile Shown() const {
-        const auto content = world.lastGoodInUse ? sim::ShownInConfigured() : std::nullopt;
-        return content ? CheckText(content->name, content->text, sim::Wide(content->folder)) : checked;
+        if (!world.lastGoodInUse)
+            return CheckMoved(inUse);
+        const auto content = sim::ShownInConfigured();
+        return content ? CheckText(content->name, content->Document(), sim::Wide(content->folder)) : checked;
     }
 };
 
@@ -59,6 +63,7 @@ ordered_json Document(const Told& told) {
                                         {"targets", adapter.targets.size()},
                                         {"luns", LunsOf(adapter)},
                                         {"vlans", adapter.vlans.size()}});
+    document["timeline"] = TimelineDocument(told.timeline, told.checked.Topology());
     ordered_json created = ordered_json::array(), removed = ordered_json::array();
     for (const auto& change : told.state.changes) {
         ordered_json port{{"adapter", change.adapter}, {"port_wwn", change.wwn}};
@@ -98,6 +103,8 @@ void Print(Console& console, const Told& told) {
                                         std::to_string(adapter.targets.size()) + " targets, " +
                                         std::to_string(LunsOf(adapter)) + " logical units, " +
                                         std::to_string(adapter.vlans.size()) + " VLANs"));
+    if (const std::string text = TimelineText(told.timeline, told.checked.Topology()); !text.empty())
+        console.Out(Line("timeline", text));
     console.Out(Line("state", sim::Utf8(told.state.file.wstring())));
     for (const auto& change : told.state.changes)
         console.Out(

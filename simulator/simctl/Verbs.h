@@ -38,6 +38,9 @@ struct WatchOptions {
 };
 int Watch(Console& console, const WatchOptions& options);
 
+// Plays a list of steps into the world in use, until all are taken.
+int PlayScript(Console& console, const std::string& file);
+
 int Reset(Console& console);
 
 struct CallsOptions {

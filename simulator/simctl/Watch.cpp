@@ -6,6 +6,7 @@
 #include "simulator/simctl/CheckedFile.h"
 #include "simulator/simctl/InUse.h"
 #include "simulator/simctl/ProcessLine.h"
+#include "simulator/simctl/TimelineLine.h"
 #include "simulator/simctl/Verbs.h"
 
 namespace simctl {
@@ -13,15 +14,19 @@ namespace {
 
 using nlohmann::json;
 
+constexpr char TIMELINE[] = "timeline";
+
 struct Seen {
     CheckedFile topology;
     KeptState state;
     std::string chosen;
     std::vector<sim::ProcessWorld> processes;
+    std::optional<sim::TimelineStatus> timeline;
 
     std::string TopologyLine() const {
         if (topology.IsGood())
-            return topology.name + ": good: " + topology.Content();
+            return topology.name + ": good: " + topology.Content() +
+                   (timeline ? "; " + TakenText(*timeline) : std::string());
         return topology.checked.reading.problems.front().OneLine(topology.name);
     }
     std::string StateLine() const {
@@ -36,7 +41,8 @@ struct Seen {
 
 Seen Look() {
     const InUse inUse = FindInUse();
-    return {Check(inUse), ReadState(), SourceText(inUse.source), sim::AllProcessWorlds()};
+    return {CheckMoved(inUse), ReadState(), SourceText(inUse.source), sim::AllProcessWorlds(),
+            sim::TimelineOfConfigured()};
 }
 
 std::string TimeNow() {
@@ -69,10 +75,14 @@ std::string Short(const json& value) {
 
 // What the documents have different, a line each.
 std::string Differences(const std::string& before, const std::string& now) {
-    const json from = json::parse(before, nullptr, false, true);
-    const json to = json::parse(now, nullptr, false, true);
-    if (from.is_discarded() || to.is_discarded())
+    json from = json::parse(before, nullptr, false, true);
+    json to = json::parse(now, nullptr, false, true);
+    if (!from.is_object() || !to.is_object())
         return {};
+    if (from.contains(TIMELINE) != to.contains(TIMELINE)) { // one has moved, and tells its steps apart
+        from.erase(TIMELINE);
+        to.erase(TIMELINE);
+    }
     constexpr std::size_t SHOWN = 20;
     const json patch = json::diff(from, to);
     std::string lines;

@@ -60,6 +60,12 @@ class Keys {
     virtual bool Numbers(const Key& key, std::span<std::int32_t> values) = 0;
     virtual bool Names(const Key& key, std::span<Wwn> values) = 0;
     virtual bool Object(const Key& key, const Members& members) = 0;
+    // More than 0.
+    virtual bool Real(const Key& key, std::uint64_t max, double& value) = 0;
+    virtual bool Word(const Key& key, std::span<const std::string_view> words, std::string& value) = 0;
+    virtual bool JsonPointer(const Key& key, std::string& value) = 0;
+    // Whatever is there, if it is not too deep for a topology.
+    virtual bool AnyValue(const Key& key) = 0;
     // Calls entry for each of the objects in the list.
     virtual bool List(const Key& key, std::size_t max, const Members& entry) = 0;
 
@@ -93,6 +99,10 @@ class Keys {
 void Describe(Keys& keys, Topology& topology);
 // One entry of its faults. topology: with its adapters.
 void Describe(Keys& keys, Fault& fault, const Topology& topology);
+// One entry of its timeline.
+void Describe(Keys& keys, Step& step);
+// The timeline, of a topology or by itself.
+void DescribeTimeline(Keys& keys, std::vector<Step>& timeline, bool required);
 
 bool IsBracedGuid(std::string_view text);
 

@@ -4,6 +4,7 @@
 
 #include "simulator/topology/Functions.h"
 #include "simulator/topology/Hints.h"
+#include "simulator/topology/Patch.h"
 #include "simulator/topology/Text.h"
 
 namespace sim {
@@ -153,6 +154,47 @@ bool ObjectReader::Object(const Key& key, const Members& members) {
     members(reader);
     reader.Finish();
     return reader.IsObject();
+}
+
+bool ObjectReader::Real(const Key& key, std::uint64_t max, double& value) {
+    return With(key, [&](const JsonValue& found) {
+        const double number = found.Json().is_number() ? found.Json().get<double>() : 0;
+        if (!(number > 0 && number <= static_cast<double>(max)))
+            found.FailExpected("a number above 0, up to " + std::to_string(max));
+        value = number;
+    });
+}
+
+bool ObjectReader::Word(const Key& key, std::span<const std::string_view> words, std::string& value) {
+    return With(key, [&](const JsonValue& found) {
+        const std::string word = found.Json().is_string() ? found.Text() : std::string();
+        if (std::ranges::find(words, word) == words.end()) {
+            std::string all;
+            for (const auto one : words)
+                all += (all.empty() ? "\"" : ", \"") + std::string(one) + "\"";
+            found.FailExpected("one of " + all);
+        }
+        value = word;
+    });
+}
+
+bool ObjectReader::JsonPointer(const Key& key, std::string& value) {
+    return With(key, [&](const JsonValue& found) {
+        const std::string text = found.Json().is_string() ? found.Text() : std::string("none");
+        bool good = text.empty() || text.starts_with('/');
+        for (auto tilde = text.find('~'); tilde != std::string::npos; tilde = text.find('~', tilde + 1))
+            good = good && tilde + 1 < text.size() && (text[tilde + 1] == '0' || text[tilde + 1] == '1');
+        if (!good)
+            found.FailExpected("a JSON pointer such as \"/adapters/0/port/state\"");
+        value = text;
+    });
+}
+
+bool ObjectReader::AnyValue(const Key& key) {
+    return With(key, [&](const JsonValue& found) {
+        if (!Measure(found.Json()).IsWithinDepth())
+            found.Fail("the value lies deeper than any of a topology");
+    });
 }
 
 bool ObjectReader::List(const Key& key, std::size_t max, const Members& entry) {

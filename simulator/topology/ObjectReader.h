@@ -31,6 +31,10 @@ class ObjectReader final : public Keys {
     bool Numbers(const Key& key, std::span<std::int32_t> values) override;
     bool Names(const Key& key, std::span<Wwn> values) override;
     bool Object(const Key& key, const Members& members) override;
+    bool Real(const Key& key, std::uint64_t max, double& value) override;
+    bool Word(const Key& key, std::span<const std::string_view> words, std::string& value) override;
+    bool JsonPointer(const Key& key, std::string& value) override;
+    bool AnyValue(const Key& key) override;
     bool List(const Key& key, std::size_t max, const Members& entry) override;
 
     void Refuse(const char* key, const std::string& problem) override;

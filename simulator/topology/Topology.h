@@ -178,6 +178,14 @@ struct Fault {
     bool unterminated = false;             // texts go on to the end of their arrays
 };
 
+// When a step of a topology's timeline is taken, counted from the one before or from the start.
+struct Step {
+    std::optional<std::uint64_t> afterMs;
+    std::uint32_t afterCalls = 0;        // without afterMs
+    std::optional<std::size_t> function; // whose calls count, a place in FUNCTION_NAMES; none: of any
+    std::string adapter;                 // the identifier of the adapter whose calls count; empty: of any and of none
+};
+
 // More than a system has; a topology with more is refused.
 constexpr std::size_t MAX_ADAPTERS = 256;
 
@@ -185,6 +193,7 @@ struct Topology {
     bool osDcb = false; // the operating system brings its own DCB
     std::vector<Adapter> adapters;
     std::vector<Fault> faults;
+    std::vector<Step> timeline;
     std::uint32_t lunCount = 0;
     std::filesystem::path file; // empty: the built-in topology or one given as text
 

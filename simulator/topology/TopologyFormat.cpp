@@ -190,6 +190,7 @@ void Description::Describe(Keys& keys) {
         sim::Describe(entry, fault, m_topology);
         m_topology.faults.push_back(fault);
     });
+    DescribeTimeline(keys, m_topology.timeline, false);
 }
 
 void Description::DescribeNames(Keys& keys, Adapter& adapter) {

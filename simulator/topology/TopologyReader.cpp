@@ -21,6 +21,8 @@ Problem RepeatedKey(const JsonPlaces::Repeated& repeated) {
     return problem;
 }
 
+} // namespace
+
 // What the parser itself does not say: the places.
 std::vector<Problem> RepeatedKeys(std::string_view text, const std::vector<std::string>& said) {
     std::vector<Problem> problems;
@@ -46,8 +48,6 @@ Problem SyntaxProblem(const JsonSyntaxError& error) {
     problem.column = error.Place().column;
     return problem;
 }
-
-} // namespace
 
 std::string Problem::Message() const {
     const std::string whole = text + (advice.empty() ? "" : "; " + advice);
@@ -80,17 +80,25 @@ void Locate(std::string_view text, std::vector<Problem>& problems) {
     }
 }
 
-Reading ReadTopology(std::string_view text, const std::filesystem::path& folder, const ResponseReader& readResponse) {
+Reading ReadTopology(std::string_view text, const std::filesystem::path& folder, const ResponseReader& readResponse,
+                     const StepSeen& seen) {
     Reading reading;
     const std::string none;
     std::vector<std::string> repeated;
     try {
-        const nlohmann::json document = ParseJson(text, none, repeated);
+        nlohmann::json document = ParseJson(text, none, repeated);
         reading.problems = RepeatedKeys(text, repeated);
         const Responses responses{folder, readResponse ? readResponse : ReadHexFile};
         ObjectReader reader(JsonValue(document, none), responses, reading.problems);
         Describe(reader, reading.topology);
         reader.Finish();
+        if (reading.problems.empty() && !reading.topology.timeline.empty()) {
+            const nlohmann::json steps = document["timeline"];
+            document.erase("timeline");
+            StepsFound found = CheckSteps({std::move(document), steps, "/timeline"}, responses, seen);
+            reading.problems = std::move(found.problems);
+            reading.largest = found.largest;
+        }
     } catch (const JsonSyntaxError& error) {
         reading.problems.push_back(SyntaxProblem(error));
         return reading;

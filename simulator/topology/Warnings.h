@@ -26,6 +26,7 @@ std::vector<Problem> FindWarnings(const Topology& topology);
 void WarnOfAdapters(const Topology& topology, Warnings& warnings);
 void WarnOfTargets(const Topology& topology, Warnings& warnings);
 void WarnOfFaults(const Topology& topology, Warnings& warnings);
+void WarnOfTimeline(const Topology& topology, Warnings& warnings);
 
 // "/adapters/3"
 std::string AdapterPointer(const Adapter& adapter);

@@ -27,7 +27,7 @@ RUN: list[str] = []
 
 # What the reader refuses and no schema can: what values have to do with each other, and what files hold.
 BEYOND = re.compile(r"the same |identifier of an adapter of this topology|cannot be read|two hexadecimal digits|at least one byte|"
-                    r"the response is longer|is given twice|syntax error")
+                    r"the response is longer|is given twice|syntax error|cannot be applied|leaves a wrong topology|the value lies deeper")
 
 
 def simctl(*arguments: str, folder: str | None = None) -> subprocess.CompletedProcess:

@@ -11,9 +11,7 @@
 #include "Common/Src/ComOwner.h"
 #include "Common/Src/Owner.h"
 #include "FcoeAgent/OrvanDcb.h"
-#include "simulator/control/SimControl.h"
 #include "tests/kit/CrashReport.h"
-#include "tests/kit/FindFunction.h"
 #include "tests/kit/HandleCount.h"
 #include "tests/kit/HeapUse.h"
 #include "tests/kit/SuiteHost.h"
@@ -158,15 +156,6 @@ class Child {
 
     void TakeGeneration() {
         const long long generation = m_shared.generationNumber;
-        // A module that is loaded from now on finds it by itself.
-        for (const wchar_t* name : {L"orvanhapi.dll", L"CoreAgnt.dll", L"setupapi.dll"}) {
-            HMODULE module = nullptr;
-            if (!GetModuleHandleExW(0, name, &module))
-                continue;
-            if (const char* error = NEED_FUNCTION(module, OrvanSim_ReloadTopology)())
-                std::fprintf(stderr, "child %u: %s\n", m_child, error);
-            FreeLibrary(module);
-        }
         m_history.GenerationIsInUse();
         m_generation = generation;
         ++m_figures.generations;

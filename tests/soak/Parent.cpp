@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include "Common/Src/Helper.h"
+#include "simulator/control/World.h"
 #include "simulator/topology/Text.h"
 #include "tests/kit/CrashReport.h"
 #include "tests/kit/DcbSystem.h"
@@ -50,7 +51,7 @@ class Parent {
 
         const auto duration = static_cast<ULONGLONG>(m_minutes * 60000);
         ULONGLONG progress = start;
-        while (GetTickCount64() - start < duration && AreChildrenWell()) {
+        while (GetTickCount64() - start < duration && AreChildrenWell() && m_failures.empty()) {
             Sleep(80 + m_random() % 400);
             Publish(Change(m_generation, m_random));
             if (GetTickCount64() - progress >= PROGRESS_INTERVAL) {
@@ -84,19 +85,55 @@ class Parent {
         return generation;
     }
 
-    // The children are in one world: whichever looks at the file first shows the generation in both. So each knows of
-    // it before.
+    // The children are in one world: whichever takes the step to the generation shows it in both. So each knows of it
+    // before.
     void Publish(const Generation& generation) {
         {
             const std::lock_guard lock(m_shared->lock);
             m_shared->generation = generation;
         }
         m_shared->announcedNumber = generation.number;
-        if (generation.number == 0 || AwaitChildren(generation.number)) {
-            sim::ReplaceWholeFile(TopologyFile(m_folder.Path()), TopologyText(generation));
-            m_generation = generation;
-            m_shared->generationNumber = generation.number;
+        if (generation.number == 0)
+            MakeWorld(generation);
+        else if (!AwaitChildren(generation.number) || !Play(generation))
+            return;
+        m_generation = generation;
+        m_shared->generationNumber = generation.number;
+    }
+
+    void MakeWorld(const Generation& generation) {
+        const auto file = TopologyFile(m_folder.Path());
+        sim::ReplaceWholeFile(file, TopologyText(generation));
+        m_world = sim::World::Join({sim::Origin::Variable, file, sim::ConfiguredChoice().instance});
+    }
+
+    // The world's next step, by calls or by time: a call of either child takes it, or of the DCB service, or the look
+    // of this process. False: it was not taken.
+    bool Play(const Generation& generation) {
+        using nlohmann::json;
+        json step{
+            {"patch", json::diff(json::parse(TopologyText(m_generation)), json::parse(TopologyText(generation)))}};
+        if (m_random() % 2)
+            step["after_calls"] = 1 + m_random() % 100;
+        else
+            step["after_seconds"] = (1 + m_random() % 50) / 1000.0;
+        const std::string steps = json::array({step}).dump();
+        auto [content, version, run, since] = m_world->Newest();
+        const std::string name = fmt::format("generation {}", generation.number);
+        content.motion = sim::MotionOf(content.text, content.motion, steps, name);
+        const auto problems = sim::ReadScript(steps, content.motion.document, {}, {}).problems;
+        if (!problems.empty() || !m_world->GoOn(version, content)) {
+            m_failures.push_back(problems.empty() ? name + ": the world has moved by itself"
+                                                  : problems.front().OneLine(name));
+            return false;
         }
+        while (AreChildrenWell()) {
+            m_world->MoveOn();
+            if (m_world->Newest().content.motion.left == 0)
+                return true;
+            Sleep(1);
+        }
+        return false;
     }
 
     // Until they expect the generation; false: one does not any more.
@@ -201,6 +238,7 @@ class Parent {
     TempFolder m_folder;
     DcbSystem m_dcb;
     Generation m_generation;
+    std::shared_ptr<sim::World> m_world;
     HANDLE m_children[CHILDREN] = {};
     std::atomic<long long> m_dcbRestarts{0};
     std::string m_dcbFailure; // written before its thread ends

@@ -103,8 +103,8 @@ constexpr unsigned PORT_SLOTS = 4; // per child and adapter; the last one is for
 struct SharedState {
     std::atomic<long> stop;
     std::atomic<long> dcbStep;
-    std::atomic<long long> announcedNumber;  // of the generation that comes next, or is in the file
-    std::atomic<long long> generationNumber; // of the one in the file
+    std::atomic<long long> announcedNumber;  // of the generation that comes next, or is in the world
+    std::atomic<long long> generationNumber; // of the one in the world
     SpinLock lock;                           // for what follows
     Generation generation;
     PortHistory ports[ADAPTERS][CHILDREN][PORT_SLOTS];

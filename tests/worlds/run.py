@@ -83,6 +83,7 @@ def main() -> int:
         if exit_code:
             print(f"{world.name}: {checked}")
             wrong += 1
+        suite.run("simctl.exe", world, "reset")  # the service may have kept a world that has moved
         suite.state.unlink(missing_ok=True)
         said = suite.in_one_process(world, commands(world))
         now = reviewable("".join(f"$ fcoectl {command}\n{text}\n" for command, text in said.items()))

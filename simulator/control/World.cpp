@@ -219,20 +219,22 @@ std::uint32_t World::TakeSteps(std::uint64_t version) {
     const Section::Lock lock(m_section);
     if (m_head->version != version)
         return 0;
-    auto [content, same, run, since] = Newest();
+    Moment moment = Newest();
+    Motion& motion = moment.content.motion;
+    std::uint64_t& since = moment.since;
     const std::uint64_t now = GetTickCount64();
-    auto step = NextStep(content.motion);
+    auto step = NextStep(motion);
     const auto IsTimeUp = [&] { return step && step->afterMs && since + *step->afterMs <= now; };
     if (!IsTimeUp() && !(step && !step->afterMs && CountedCalls(version) >= step->afterCalls))
         return 0;
     do {
         // However late it is seen that the time has come, the next one's counts from then.
         since = step->afterMs ? since + *step->afterMs : now;
-        TakeStep(content.motion);
-        step = NextStep(content.motion);
+        TakeStep(motion);
+        step = NextStep(motion);
     } while (IsTimeUp());
-    Store(content, run, since);
-    return content.motion.taken;
+    Store(moment.content, moment.run, since);
+    return motion.taken;
 }
 
 void World::MoveOn() {

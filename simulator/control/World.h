@@ -97,6 +97,12 @@ class World {
     }
 
   private:
+    // Of a content.
+    struct PlaceHead {
+        std::uint64_t size;
+        std::uint64_t run, since;
+        std::atomic<std::uint64_t> counted; // calls, with the low half of the version before them
+    };
     struct Head {
         std::atomic<std::uint64_t> version;
         std::atomic<std::uint64_t> stateNumber;
@@ -106,11 +112,7 @@ class World {
         std::atomic<std::uint32_t> fileIsFresh; // it was written just then: another change may bear the same time
         // For who holds the lock.
         std::uint32_t hasFile;
-        struct {
-            std::uint64_t size;
-            std::uint64_t run, since;
-            std::atomic<std::uint64_t> counted; // calls, with the low half of the version before them
-        } places[2];                            // a version's place is its lowest bit
+        PlaceHead places[2]; // a version's place is its lowest bit
         std::uint64_t stateSize;
         wchar_t file[4096]; // whole
         wchar_t name[4096]; // as it was named first
@@ -118,7 +120,7 @@ class World {
     };
 
     World(std::wstring name, Section section);
-    auto& Place() const { return m_head->places[m_head->version & 1]; }
+    PlaceHead& Place() const { return m_head->places[m_head->version & 1]; }
     // These need the lock.
     void Store(const WorldContent& content, std::uint64_t run, std::uint64_t since); // run: 0: a new one
     void PutState(const std::string& state);

@@ -65,7 +65,8 @@ class Player {
 
     // False: it is refused, or the world has changed meanwhile.
     bool PutIn(const std::string& text) {
-        auto [content, version, run, since] = m_world->Newest();
+        sim::World::Moment moment = m_world->Newest();
+        sim::WorldContent& content = moment.content;
         m_topology = content.name;
         if (!content.error.empty())
             return Refuse(content.error);
@@ -86,10 +87,10 @@ class Player {
         }
         m_count = script.count;
         m_dropped = content.motion.left;
-        m_run = run;
+        m_run = moment.run;
         content.motion = sim::MotionOf(content.text, content.motion, script.steps, m_file);
         try {
-            return m_world->GoOn(version, content, script.largest);
+            return m_world->GoOn(moment.version, content, script.largest);
         } catch (const sim::TopologyError& error) {
             return Refuse(m_file + ": " + error.what());
         }

@@ -266,3 +266,30 @@ TEST_F(DcbWorld, HalfAFileKeepsTheLastGoodTopologyInTheService) {
 }
 
 } // namespace
+
+// A step by the service's calls, one by the client's own, and one by time, which the service sees by itself.
+TEST_F(DcbWorld, MovesWithItsClientsWorld) {
+    const auto Step = [](const char* when, const json& value, const char* function, int map) {
+        json step{{when, value},
+                  {"patch", {{{"op", "replace"}, {"path", "/adapters/0/dcb/priority_bitmap"}, {"value", map}}}}};
+        if (function)
+            step["function"] = function;
+        return step;
+    };
+    json topology = json::parse(WithPriorities(2));
+    topology["timeline"] = {Step("after_calls", 2, "get_app_oper_state", 3),
+                            Step("after_calls", 1, "ORVAN_InitializeLibrary", 4),
+                            Step("after_seconds", 0.05, nullptr, 5)};
+    SetEnvironmentVariableW(VARIABLE, Write(L"moving.json", topology.dump()).c_str());
+    const CQelModule library = LoadLibraryModule();
+    Client client;
+    EXPECT_EQ(2, client.Priorities());
+    EXPECT_EQ(2, client.Priorities());
+    EXPECT_EQ(3, client.Priorities());
+    NEED_FUNCTION(library.Get(), ORVAN_InitializeLibrary)();
+    const ULONGLONG start = GetTickCount64();
+    int map = 4;
+    while (map == 4 && GetTickCount64() - start < 60000)
+        map = client.Priorities();
+    EXPECT_EQ(5, map);
+}

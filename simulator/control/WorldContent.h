@@ -24,6 +24,7 @@ struct WorldContent {
     const std::string& Document() const { return motion.IsMoving() ? motion.document : text; }
     // Whether both were read from the same, however far either has moved.
     bool HasSourceOf(const WorldContent& moved) const;
+    bool operator==(const WorldContent&) const = default;
 };
 
 // More is refused as a wrong topology.

@@ -25,6 +25,12 @@ std::string Shown(const json& value) {
     return text.size() <= 60 ? text : text.substr(0, 57) + "...";
 }
 
+// On one line, whatever is in it.
+std::string Escaped(std::string_view text) {
+    const std::string quoted = json(text).dump(-1, ' ', false, json::error_handler_t::replace);
+    return quoted.substr(1, quoted.size() - 2);
+}
+
 } // namespace
 
 Extent Measure(const json& value) {
@@ -35,7 +41,7 @@ Extent Measure(const json& value) {
 
 void Patcher::NeedValue(const std::string& path) const {
     if (!m_document.contains(json::json_pointer(path)))
-        throw PatchError("nothing is at " + path);
+        throw PatchError("nothing is at " + Escaped(path));
 }
 
 // What the library does not look at, or says in words of its own.
@@ -43,12 +49,12 @@ void Patcher::NeedRoom(const std::string& path) const {
     if (path.empty())
         return;
     if (static_cast<std::size_t>(std::ranges::count(path, '/')) > Extent::MAX_DEPTH)
-        throw PatchError("no value of a topology lies as deep as " + path);
+        throw PatchError("no value of a topology lies as deep as " + Escaped(path));
     const auto cut = path.rfind('/');
     const std::string parent = path.substr(0, cut), key = path.substr(cut + 1);
     NeedValue(parent);
     const json& container = m_document.at(json::json_pointer(parent));
-    const std::string place = parent.empty() ? "the topology" : parent;
+    const std::string place = parent.empty() ? "the topology" : Escaped(parent);
     if (!container.is_structured())
         throw PatchError("nothing can be added to " + place + ", which is " + Shown(container));
     if (container.is_array() && key != "-" && key != std::to_string(container.size()) &&
@@ -88,19 +94,19 @@ void Patcher::Apply(const json& operation) {
             Change("add", path, value);
         } else {
             if (op == "replace" && !m_document.contains(json::json_pointer(path)))
-                throw PatchError("nothing is at " + path + "; \"add\" adds it, or replaces it if it is there");
+                throw PatchError("nothing is at " + Escaped(path) + "; \"add\" adds it, or replaces it if it is there");
             NeedValue(path);
             if (op == "remove") {
                 Change("remove", path);
             } else if (op == "replace") {
                 Change("replace", path, operation.at("value"));
             } else if (const json& found = m_document.at(json::json_pointer(path)); found != operation.at("value")) {
-                throw PatchError("the test fails: " + path + " is " + Shown(found));
+                throw PatchError("the test fails: " + Escaped(path) + " is " + Shown(found));
             }
         }
     } catch (const json::exception& error) {
         const std::string_view what = error.what();
-        throw PatchError(std::string(what.substr(what.find("] ") + 2)));
+        throw PatchError(Escaped(what.substr(what.find("] ") + 2)));
     }
 }
 

@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CheckPlaces(text, checked.reading.problems);
     CheckPlaces(text, checked.warnings);
 
-    const sim::WorldContent content = sim::ContentOfText(text, "topology");
+    sim::WorldContent content = sim::ContentOfText(text, "topology");
     FUZZ_CHECK(content.error.empty() == checked.reading.problems.empty());
     FUZZ_CHECK(sim::Unpacked(sim::Packed(content)) == content);
     if (content.error.empty()) {
@@ -52,6 +52,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         FUZZ_CHECK(topology.adapters.size() == checked.reading.topology.adapters.size());
         for (const sim::Adapter& adapter : topology.adapters)
             FUZZ_CHECK(topology.FindAdapter(sim::Wide(adapter.identifier)) != nullptr);
+    }
+    // Whatever was tried can be taken.
+    for (sim::Motion& motion = content.motion; sim::NextStep(motion);) {
+        sim::TakeStep(motion);
+        FUZZ_CHECK(sim::TopologyOf(content).faults.size() == motion.faults.size());
     }
     return 0;
 }

@@ -58,6 +58,7 @@ TEST(TimelineFormat, RefusesAnOperationThatCannotBeApplied) {
         {Replace("/adapters/7/port/state", "3"),
          "nothing is at /adapters/7/port/state; \"add\" adds it, or replaces it if it is there"},
         {R"({"op": "remove", "path": "/adapters/0/dcb"})", "nothing is at /adapters/0/dcb"},
+        {R"({"op": "remove", "path": "/two\nlines"})", "nothing is at /two\\nlines"},
         {R"({"op": "move", "from": "/adapters/0/dcb", "path": "/x"})", "nothing is at /adapters/0/dcb"},
         {Add("/adapters/0/dcb/pfc", "[]"), "nothing is at /adapters/0/dcb"},
         {Add("/adapters/0/mac/x", "1"), "nothing can be added to /adapters/0/mac, which is \"02:05:7C:00:00:01\""},

@@ -1,5 +1,7 @@
 #include "simulator/control/Call.h"
 
+#include <algorithm>
+
 namespace sim {
 namespace {
 
@@ -23,6 +25,21 @@ const Fault* DueFault(const Scene& scene, Function function, const Adapter* adap
             due = &fault;
     }
     return due;
+}
+
+// What the pattern gives is what the request has.
+template <class Value> bool Fits(const std::optional<Value>& pattern, const std::optional<Value>& value) {
+    return !pattern || pattern == value;
+}
+
+bool Fits(const Arguments& pattern, const Arguments& request) {
+    return Fits(pattern.target, request.target) && Fits(pattern.lun, request.lun) && Fits(pattern.evpd, request.evpd) &&
+           Fits(pattern.page, request.page) && Fits(pattern.room, request.room);
+}
+
+// Whether the call goes on as without the fault, however long it waited.
+bool OnlyDelays(const Fault& fault) {
+    return !fault.status && !fault.count && !fault.garbage && !fault.unterminated;
 }
 
 } // namespace
@@ -59,6 +76,7 @@ void Call::TakeSteps() {
 }
 
 void Call::Begin(Function function) {
+    m_function = function.index;
     m_logged = m_file || CallLog::Instance().IsOn();
     CallLog::Instance().Count(function);
     if (m_logged)
@@ -73,6 +91,24 @@ void Call::Begin(Function function) {
             Write(m_line + " throws");
         throw ThrownFault(*m_fault, "simulated fault of " + std::string(function.Name()));
     }
+}
+
+const Reply* Call::FindReply(const Arguments& request) {
+    if (!Scene().armed.load(std::memory_order_relaxed) || (m_fault && !OnlyDelays(*m_fault)))
+        return nullptr;
+    for (const auto& progress : Scene().answers[m_function]) {
+        const Answer& answer = *progress->answer;
+        if (answer.adapter != m_about->index || answer.replies.empty() || !Fits(answer.arguments, request))
+            continue;
+        const Reply& reply = answer.replies[std::min(progress->requests++, answer.replies.size() - 1)];
+        if (reply.throws) {
+            if (m_logged)
+                Write(m_line + " throws");
+            throw std::runtime_error("recorded exception of " + std::string(FUNCTION_NAMES[m_function]));
+        }
+        return reply.IsOwn() ? nullptr : &reply;
+    }
+    return nullptr;
 }
 
 void Call::Append(const char* name, const std::string& value) {

@@ -62,6 +62,12 @@ class Call {
 
     // The fault of this call; null: none.
     const Fault* ActiveFault() const { return m_fault; }
+    // The recorded answer to this request of the adapter, which counts it; null: the topology's own. Throws
+    // std::runtime_error where it was recorded so. A fault that shows goes before it.
+    const Reply* Recorded(const Arguments& request) {
+        return Scene().answers && m_about ? FindReply(request) : nullptr;
+    }
+
     // What the fault makes the call return instead of working.
     std::optional<std::uint32_t> Status() const { return m_fault ? m_fault->status : std::nullopt; }
     // What the fault makes the call write back as count, otherwise the true one.
@@ -104,6 +110,7 @@ class Call {
     bool IsOfScene(Function function);
     void TakeSteps();
     void Begin(Function function);
+    const Reply* FindReply(const Arguments& request);
     void Write(const std::string& line) { CallLog::Instance().Write(line, Scene().version, m_file); }
     void Append(const char* name, const std::string& value);
     void AppendResult(std::uint64_t result);
@@ -112,6 +119,7 @@ class Call {
     const sim::Adapter* m_about = nullptr;
     const CallFile* m_file = nullptr; // in place of the module's
     const Fault* m_fault = nullptr;
+    std::size_t m_function = 0;
     bool m_logged = false;
     std::string m_line;
 };

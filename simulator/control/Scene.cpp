@@ -47,6 +47,10 @@ Scene::Scene(const Choice& choice, std::shared_ptr<World> from)
         const Fault& fault = topology.faults[i];
         faults[fault.function].push_back(std::make_unique<FaultProgress>(fault, i < numbers.size() ? numbers[i] : i));
     }
+    if (!topology.answers.empty())
+        answers = std::make_unique<std::vector<std::unique_ptr<AnswerProgress>>[]>(FUNCTION_COUNT);
+    for (const auto& answer : topology.answers)
+        answers[answer.function].push_back(std::make_unique<AnswerProgress>(answer));
     capacityCommands = std::make_unique<std::atomic<std::uint32_t>[]>(topology.lunCount);
     if (const auto step = NextStep(content.motion)) {
         next.emplace();
@@ -85,6 +89,10 @@ void Scene::Arm(bool arm) {
     for (std::size_t function = 0; function < FUNCTION_COUNT; ++function) {
         for (const auto& progress : faults[function])
             *progress->calls = 0;
+        if (!answers)
+            continue;
+        for (const auto& progress : answers[function])
+            progress->requests = 0;
     }
     armed = arm;
 }

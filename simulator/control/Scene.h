@@ -32,6 +32,12 @@ struct AwaitedStep {
     std::optional<std::uint32_t> adapter; // about the adapter of this place alone
 };
 
+struct AnswerProgress {
+    explicit AnswerProgress(const Answer& answer) : answer(&answer) {}
+    const Answer* answer;
+    std::atomic<std::size_t> requests{0}; // that it was for, so far
+};
+
 // Its content never changes; only the progress counters do.
 struct Scene {
     // The newest version of the world, for a process with that choice.
@@ -48,10 +54,12 @@ struct Scene {
     Topology topology;
     std::string error; // the topology is wrong: what is wrong; every simulated function fails
     std::unique_ptr<std::vector<std::unique_ptr<FaultProgress>>[]> faults; // by function
-    std::unique_ptr<std::atomic<std::uint32_t>[]> capacityCommands;        // by LUN, counted for its check conditions
+    // The recorded answers, by function; null: there are none.
+    std::unique_ptr<std::vector<std::unique_ptr<AnswerProgress>>[]> answers;
+    std::unique_ptr<std::atomic<std::uint32_t>[]> capacityCommands; // by LUN, counted for its check conditions
     std::filesystem::path stateFile; // where its virtual-port changes are kept; empty: in its world
     std::string stateName;           // whose changes they are in there
-    std::atomic<bool> armed{true};   // whether its faults show themselves
+    std::atomic<bool> armed{true};   // whether its faults and answers show themselves
 
     const std::vector<std::unique_ptr<FaultProgress>>& FaultsOf(Function function) const {
         return faults[function.index];
@@ -69,7 +77,7 @@ struct Scene {
 
     // Takes over what was counted in an earlier version of the same run. Nobody else has this one yet.
     void GoOnFrom(const Scene& before);
-    // Has the faults show themselves, with their calls counted anew, or not.
+    // Has the faults and recorded answers show themselves, with their calls counted anew, or not.
     void Arm(bool arm);
 };
 

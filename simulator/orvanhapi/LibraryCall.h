@@ -43,6 +43,12 @@ class LibraryCall : public sim::Call {
     bool m_byHandle = false; // the adapter stands for a handle
 };
 
+// Copies what was recorded, as far as there is room; the rest of the output stays.
+inline void PutRecorded(const std::vector<std::uint8_t>& recorded, void* output, std::size_t room) {
+    if (output)
+        std::copy_n(recorded.data(), std::min(recorded.size(), room), static_cast<std::uint8_t*>(output));
+}
+
 // Answers with one record that fill makes.
 template <class Record, class Fill> HBA_STATUS AnswerRecord(LibraryCall& call, Record* record, Fill fill) {
     const auto refusal = call.Refusal();
@@ -50,6 +56,10 @@ template <class Record, class Fill> HBA_STATUS AnswerRecord(LibraryCall& call, R
         return call.DoneEarly(refusal);
     if (!record)
         return call.Done(HBA_STATUS_ERROR_ARG);
+    if (const sim::Reply* const recorded = call.Recorded({})) {
+        PutRecorded(recorded->data, record, sizeof *record);
+        return call.Done(recorded->status.value_or(HBA_STATUS_OK));
+    }
     fill(*record);
     return call.Done(HBA_STATUS_OK);
 }
@@ -98,6 +108,10 @@ template <class List, class Write> HBA_STATUS AnswerList(LibraryCall& call, List
     HBA_STATUS status = refusal.value_or(HBA_STATUS_OK);
     if (call.Garbage(&list->NumberOfEntries, sizeof list->NumberOfEntries)) {
         call.Garbage(list->entry, std::size_t(room) * sizeof(Entry));
+    } else if (const sim::Reply* const recorded = refusal ? nullptr : call.Recorded({.room = room})) {
+        PutRecorded(recorded->data, list->entry, std::size_t(room) * sizeof(Entry));
+        list->NumberOfEntries = recorded->count.value_or(room);
+        status = recorded->status.value_or(HBA_STATUS_OK);
     } else if (!refusal) {
         ListWriter<Entry> writer(list->entry, room);
         status = write(writer);

@@ -30,6 +30,12 @@ std::optional<HBA_STATUS> Begin(LibraryCall& call, const HBA_WWN& target, HBA_UI
     return call.Refusal();
 }
 
+// What was recorded of a command: its data and its sense data.
+void Put(const sim::Reply& recorded, const Buffers& buffers) {
+    PutRecorded(recorded.data, buffers.rsp, buffers.rspSize);
+    PutRecorded(recorded.sense, buffers.sense, buffers.senseSize);
+}
+
 // Finds the unit and sends it the command. answer stays as it is when there is no such unit.
 template <class Send>
 HBA_STATUS SendToUnit(LibraryCall& call, const HBA_WWN& wwn, HBA_UINT64 lun, ScsiAnswer& answer, Send send) {
@@ -54,6 +60,11 @@ HBA_STATUS ScsiInquiry(HBA_HANDLE handle, HBA_WWN port, HBA_UINT64 lun, HBA_UINT
     call.Note("page", page);
     if (answered || refusal)
         return call.DoneEarly(refusal);
+    if (const sim::Reply* const recorded =
+            call.Recorded({.target = FromHba(port), .lun = lun, .evpd = evpd, .page = page})) {
+        Put(*recorded, {rsp, rspSize, sense, senseSize});
+        return call.Done(recorded->status.value_or(HBA_STATUS_OK));
+    }
     const sim::Target* target = FindTarget(call.Adapter(), FromHba(port));
     if (!target)
         return call.Done(HBA_STATUS_ERROR_ILLEGAL_WWN);
@@ -72,6 +83,16 @@ HBA_STATUS ScsiReadCapacityV2(HBA_HANDLE handle, HBA_WWN, HBA_WWN target, HBA_UI
     const auto refusal = Begin(call, target, lun, buffers, answered);
     if (answered || refusal)
         return call.DoneEarly(refusal);
+    if (const sim::Reply* const recorded = call.Recorded({.target = FromHba(target), .lun = lun})) {
+        Put(*recorded, buffers);
+        if (rspSize)
+            *rspSize = recorded->size.value_or(*rspSize);
+        if (senseSize)
+            *senseSize = recorded->senseSize.value_or(*senseSize);
+        if (scsiStatus)
+            *scsiStatus = static_cast<HBA_UINT8>(recorded->scsiStatus.value_or(*scsiStatus));
+        return call.Done(recorded->status.value_or(HBA_STATUS_OK));
+    }
     ScsiAnswer answer;
     const HBA_STATUS status = SendToUnit(call, target, lun, answer, [&](const sim::Lun& unit) {
         return ReadCapacity(call.Scene(), unit, unit.readCapacity);
@@ -97,6 +118,10 @@ extern "C" HBA_STATUS ORVAN_SendReadCapacity16(HBA_HANDLE handle, HBA_WWN target
     const auto refusal = Begin(call, target, lun, {rsp, rspSize, sense, senseSize}, answered);
     if (answered || refusal)
         return call.DoneEarly(refusal);
+    if (const sim::Reply* const recorded = call.Recorded({.target = FromHba(target), .lun = lun})) {
+        Put(*recorded, {rsp, rspSize, sense, senseSize});
+        return call.Done(recorded->status.value_or(HBA_STATUS_OK));
+    }
     ScsiAnswer answer;
     const HBA_STATUS status = SendToUnit(call, target, lun, answer,
                                          [&](const sim::Lun& unit) { return ReadCapacity(call.Scene(), unit, 16); });

@@ -46,6 +46,11 @@ HBA_STATUS ORVAN_GetFCoEControllerInfo(const wchar_t* device, HBA_UINT32* contro
         return call.Done(HBA_STATUS_ERROR_ARG);
     if (!call.About())
         return call.Done(HBA_STATUS_ERROR_ILLEGAL_INDEX);
+    if (const sim::Reply* const recorded = call.Recorded({})) {
+        orvanhapi::PutRecorded(recorded->data, name, ORVAN_NAME_SIZE);
+        *controller = recorded->controller.value_or(*controller);
+        return call.Done(recorded->status.value_or(HBA_STATUS_OK));
+    }
     const sim::Adapter& adapter = call.Adapter();
     *controller = adapter.controller;
     const std::string text = sim::Ansi(adapter.libraryName);

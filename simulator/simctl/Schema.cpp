@@ -59,7 +59,9 @@ class ObjectSchema final : public sim::Keys {
     bool Mac(const Key& key, std::array<std::uint8_t, 6>&) override { return Add(key, {{"$ref", "#/$defs/mac"}}); }
     bool Guid(const Key& key, std::string&) override { return Add(key, {{"$ref", "#/$defs/guid"}}); }
     bool FunctionName(const Key& key, std::size_t&) override { return Add(key, {{"enum", sim::FUNCTION_NAMES}}); }
-    bool Response(const Key& key, std::vector<std::uint8_t>&) override { return Add(key, {{"type", "string"}}); }
+    bool Response(const Key& key, std::vector<std::uint8_t>&, std::size_t) override {
+        return Add(key, {{"type", "string"}, {"pattern", "^(?!hex:)|^hex: *[0-9A-Fa-f]{2}( *[0-9A-Fa-f]{2})* *$"}});
+    }
     bool Signed(const Key& key, std::int64_t min, std::int64_t max, std::int64_t& value) override {
         return Add(key, {{"type", "integer"}, {"minimum", min}, {"maximum", max}}, value);
     }
@@ -195,7 +197,8 @@ ordered_json TopologySchema() {
         {"pointer",
          {{"description", "JSON pointer (RFC 6901), such as /adapters/0/port/state"},
           {"type", "string"},
-          {"pattern", "^(/([^~/]|~[01])*)*$"}}}};
+          {"pattern", "^(/([^~/]|~[01])*)*$"}}},
+        {"recorded", {{"enum", sim::RECORDED_FUNCTIONS}}}};
     return schema;
 }
 

@@ -35,20 +35,6 @@ constexpr NamedNumber HRESULTS[] = {
     {"E_ABORT", 0x80004004},        {"E_FAIL", 0x80004005},        {"E_UNEXPECTED", 0x8000FFFF},
     {"E_ACCESSDENIED", 0x80070005}, {"E_OUTOFMEMORY", 0x8007000E}, {"E_INVALIDARG", 0x80070057}};
 
-void DescribeAdapter(Keys& keys, Fault& fault, const Topology& topology) {
-    std::string identifier;
-    if (!keys.Text({.name = "adapter",
-                    .about = "Only for the adapter with this identifier",
-                    .byDefault = "for calls of all adapters and of none"},
-                   identifier))
-        return;
-    if (const Adapter* found = topology.FindAdapter(Wide(identifier)))
-        fault.adapter = found->index;
-    // One whose identifier could not be read may be meant.
-    else if (std::ranges::none_of(topology.adapters, [](const Adapter& one) { return one.identifier.empty(); }))
-        keys.RefuseExpected("adapter", "the identifier of an adapter of this topology");
-}
-
 void DescribeResults(Keys& keys, Fault& fault) {
     keys.Number({.name = "status",
                  .about = "Returned at once, without the work: an HBA status, a core agent's code, a last error",
@@ -78,9 +64,29 @@ void DescribeResults(Keys& keys, Fault& fault) {
 
 } // namespace
 
+bool DescribeAdapterOf(Keys& keys, const Key& key, const Topology& topology, std::uint32_t& adapter) {
+    std::string identifier;
+    if (!keys.Text(key, identifier))
+        return false;
+    if (const Adapter* found = topology.FindAdapter(Wide(identifier))) {
+        adapter = found->index;
+        return true;
+    }
+    // One whose identifier could not be read may be meant.
+    if (std::ranges::none_of(topology.adapters, [](const Adapter& one) { return one.identifier.empty(); }))
+        keys.RefuseExpected(key.name, "the identifier of an adapter of this topology");
+    return false;
+}
+
 void Describe(Keys& keys, Fault& fault, const Topology& topology) {
     const bool known = keys.FunctionName({"function", "Name of the function", true}, fault.function);
-    DescribeAdapter(keys, fault, topology);
+    std::uint32_t adapter = 0;
+    if (DescribeAdapterOf(keys,
+                          {.name = "adapter",
+                           .about = "Only for the adapter with this identifier",
+                           .byDefault = "for calls of all adapters and of none"},
+                          topology, adapter))
+        fault.adapter = adapter;
     DescribeResults(keys, fault);
     if (keys.Number(
             {.name = "on_call",

@@ -38,6 +38,9 @@ struct Range {
     bool endsOnly = false;
 };
 
+// What one capacity or INQUIRY response can reach.
+constexpr std::size_t MAX_RESPONSE = 65535;
+
 // The keys that one object of the file may have. A value that is missing or wrong leaves the variable as it is; the
 // functions return whether one was there and good.
 class Keys {
@@ -53,8 +56,8 @@ class Keys {
     virtual bool Mac(const Key& key, std::array<std::uint8_t, 6>& value) = 0;
     virtual bool Guid(const Key& key, std::string& value) = 0;
     virtual bool FunctionName(const Key& key, std::size_t& function) = 0;
-    // A file with a recorded response.
-    virtual bool Response(const Key& key, std::vector<std::uint8_t>& bytes) = 0;
+    // Recorded bytes: "hex:" and their digits, or the name of a file.
+    virtual bool Response(const Key& key, std::vector<std::uint8_t>& bytes, std::size_t max = MAX_RESPONSE) = 0;
     virtual bool Signed(const Key& key, std::int64_t min, std::int64_t max, std::int64_t& value) = 0;
     virtual bool Unsigned(const Key& key, const Range& range, std::uint64_t& value) = 0;
     virtual bool Numbers(const Key& key, std::span<std::int32_t> values) = 0;
@@ -103,6 +106,10 @@ void Describe(Keys& keys, Fault& fault, const Topology& topology);
 void Describe(Keys& keys, Step& step);
 // The timeline, of a topology or by itself.
 void DescribeTimeline(Keys& keys, std::vector<Step>& timeline, bool required);
+// One entry of its answers. topology: the same.
+void Describe(Keys& keys, Answer& answer, const Topology& topology);
+// The key "adapter", of which no adapter's name is good but one of the topology's. Returns whether it is.
+bool DescribeAdapterOf(Keys& keys, const Key& key, const Topology& topology, std::uint32_t& adapter);
 
 bool IsBracedGuid(std::string_view text);
 

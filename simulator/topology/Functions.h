@@ -114,6 +114,22 @@ constexpr std::size_t FunctionIndex(std::string_view name) {
 // Those up to here are looked up by their names, and can be missing.
 inline constexpr std::size_t LAST_FOUND_BY_NAME = FunctionIndex("GetCoreAgentPvt");
 
+// Those whose answers can be recorded.
+inline constexpr auto RECORDED_FUNCTIONS = std::to_array<std::string_view>({
+    "ORVAN_GetFCoEControllerInfo",
+    "ORVAN_GetFCAndNICProperties",
+    "ORVAN_GetTargetList",
+    "ORVAN_GetVlanIdList",
+    "ORVAN_SendReadCapacity16",
+    "ORVAN_GetFCPortList",
+    "GetAdapterAttributes",
+    "GetAdapterPortAttributes",
+    "GetPortStatistics",
+    "GetFcpTargetMapping",
+    "ScsiInquiry",
+    "ScsiReadCapacityV2",
+});
+
 // A simulated function. Made from its name at compile time, so that a misspelt name does not compile.
 struct Function {
     consteval Function(const char* name) : index(FunctionIndex(name)) {

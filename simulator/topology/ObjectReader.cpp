@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "simulator/topology/Functions.h"
+#include "simulator/topology/HexFile.h"
 #include "simulator/topology/Hints.h"
 #include "simulator/topology/Patch.h"
 #include "simulator/topology/Text.h"
@@ -10,8 +11,8 @@
 namespace sim {
 namespace {
 
-// What one capacity or INQUIRY response can reach.
-constexpr std::size_t MAX_RESPONSE = 65535;
+// Before bytes that stand in the file itself. No file name begins so.
+constexpr std::string_view INLINE_BYTES = "hex:";
 // Nobody reads more.
 constexpr std::size_t MAX_PROBLEMS = 1000;
 
@@ -98,16 +99,19 @@ bool ObjectReader::FunctionName(const Key& key, std::size_t& function) {
     });
 }
 
-bool ObjectReader::Response(const Key& key, std::vector<std::uint8_t>& bytes) {
+bool ObjectReader::Response(const Key& key, std::vector<std::uint8_t>& bytes, std::size_t max) {
     return With(key, [&](const JsonValue& found) {
-        const std::filesystem::path file = Wide(found.Text());
+        const std::string text = found.Text();
+        const std::filesystem::path file = Wide(text);
         try {
-            bytes = m_responses.read(file.is_absolute() ? file : m_responses.folder / file);
+            bytes = text.starts_with(INLINE_BYTES)
+                        ? ReadHex(std::string_view(text).substr(INLINE_BYTES.size()))
+                        : m_responses.read(file.is_absolute() ? file : m_responses.folder / file);
         } catch (const TopologyError& error) {
             found.Fail(error.what());
         }
-        if (bytes.size() > MAX_RESPONSE)
-            found.Fail("the response is longer than " + std::to_string(MAX_RESPONSE) + " bytes");
+        if (bytes.size() > max)
+            found.Fail("the response is longer than " + std::to_string(max) + " bytes");
     });
 }
 

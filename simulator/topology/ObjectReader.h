@@ -25,7 +25,7 @@ class ObjectReader final : public Keys {
     bool Mac(const Key& key, std::array<std::uint8_t, 6>& value) override;
     bool Guid(const Key& key, std::string& value) override;
     bool FunctionName(const Key& key, std::size_t& function) override;
-    bool Response(const Key& key, std::vector<std::uint8_t>& bytes) override;
+    bool Response(const Key& key, std::vector<std::uint8_t>& bytes, std::size_t max) override;
     bool Signed(const Key& key, std::int64_t min, std::int64_t max, std::int64_t& value) override;
     bool Unsigned(const Key& key, const Range& range, std::uint64_t& value) override;
     bool Numbers(const Key& key, std::span<std::int32_t> values) override;

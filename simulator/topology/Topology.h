@@ -186,6 +186,41 @@ struct Step {
     std::string adapter;                 // the identifier of the adapter whose calls count; empty: of any and of none
 };
 
+// One recorded answer. What is not given happens as without it; one that gives nothing is the topology's own.
+struct Reply {
+    std::optional<std::uint32_t> status;
+    std::optional<std::uint32_t> count;      // written back as the list's count
+    std::optional<std::uint32_t> controller; // the controller number
+    std::optional<std::uint32_t> size;       // written back as the response's size
+    std::optional<std::uint32_t> senseSize;
+    std::optional<std::uint32_t> scsiStatus;
+    std::vector<std::uint8_t> data; // of the record, the list's entries or the response, from their first byte on
+    std::vector<std::uint8_t> sense;
+    bool throws = false;
+
+    bool IsOwn() const {
+        return !status && !count && !controller && !size && !senseSize && !scsiStatus && data.empty() &&
+               sense.empty() && !throws;
+    }
+};
+
+// What tells the requests of a function and adapter apart; of an answer, which requests it is for.
+struct Arguments {
+    std::optional<Wwn> target = {};
+    std::optional<std::uint64_t> lun = {};
+    std::optional<std::uint32_t> evpd = {};
+    std::optional<std::uint32_t> page = {};
+    std::optional<std::uint32_t> room = {}; // entries that the caller's list has room for
+};
+
+// The recorded answers to one request, in their order; the last one stays.
+struct Answer {
+    std::size_t function = 0;  // a place in FUNCTION_NAMES
+    std::uint32_t adapter = 0; // the adapter's place
+    Arguments arguments;       // those that are given must be the request's
+    std::vector<Reply> replies;
+};
+
 // More than a system has; a topology with more is refused.
 constexpr std::size_t MAX_ADAPTERS = 256;
 
@@ -194,6 +229,7 @@ struct Topology {
     std::vector<Adapter> adapters;
     std::vector<Fault> faults;
     std::vector<Step> timeline;
+    std::vector<Answer> answers;
     std::uint32_t lunCount = 0;
     std::filesystem::path file; // empty: the built-in topology or one given as text
 

@@ -89,11 +89,11 @@ void DescribeLun(Keys& keys, Lun& lun, std::uint32_t place) {
     keys.Number({"block_length", "Bytes of a block"}, lun.blockLength);
     keys.Number({"read_capacity", "Layout in which ScsiReadCapacityV2 answers"}, lun.readCapacity, {10, 16, true});
     keys.Response({.name = "read_capacity_10",
-                   .about = "File with a recorded READ CAPACITY (10) response",
+                   .about = "Recorded READ CAPACITY (10) response: \"hex:\" and its bytes' digits, or a file",
                    .byDefault = "made from the size"},
                   lun.response10);
     keys.Response({.name = "read_capacity_16",
-                   .about = "File with a recorded READ CAPACITY (16) response",
+                   .about = "Recorded READ CAPACITY (16) response: \"hex:\" and its bytes' digits, or a file",
                    .byDefault = "made from the size"},
                   lun.response16);
     keys.Number({"check_conditions",
@@ -129,12 +129,13 @@ void DescribeTarget(Keys& keys, Target& target, const Adapter& adapter, std::uin
     keys.Text({"revision", "Revision in the INQUIRY data"}, target.revision, 4);
     keys.Text({"serial", "Serial number in the vital product data"}, target.serial, 255);
     keys.Response({.name = "inquiry",
-                   .about = "File with a recorded standard INQUIRY response",
+                   .about = "Recorded standard INQUIRY response: \"hex:\" and its bytes' digits, or a file",
                    .byDefault = "made from vendor, product and revision"},
                   target.inquiry);
-    keys.Response(
-        {.name = "vpd_80", .about = "File with a recorded unit serial number page", .byDefault = "made from serial"},
-        target.vpd80);
+    keys.Response({.name = "vpd_80",
+                   .about = "Recorded unit serial number page: \"hex:\" and its bytes' digits, or a file",
+                   .byDefault = "made from serial"},
+                  target.vpd80);
     std::set<std::uint64_t> numbers;
     keys.List({"luns", "Its logical units"}, 65536, [&](Keys& entry) {
         Lun lun;
@@ -191,6 +192,11 @@ void Description::Describe(Keys& keys) {
         m_topology.faults.push_back(fault);
     });
     DescribeTimeline(keys, m_topology.timeline, false);
+    keys.List({"answers", "What functions answered when they were recorded"}, SIZE_MAX, [&](Keys& entry) {
+        Answer answer;
+        sim::Describe(entry, answer, m_topology);
+        m_topology.answers.push_back(std::move(answer));
+    });
 }
 
 void Description::DescribeNames(Keys& keys, Adapter& adapter) {

@@ -98,8 +98,8 @@ class HelpExample : public testing::TestWithParam<std::string> {};
 INSTANTIATE_TEST_SUITE_P(Commands, HelpExample, testing::ValuesIn([] {
                              auto names = CommandNames();
                              // Their output is long, or depends on the machine.
-                             for (const char* name : {"version", "doctor", "report", "diagnose", "metrics", "help",
-                                                      "completion", "man", "schema", "log timeline"})
+                             for (const char* name : {"version", "doctor", "report", "diagnose", "record", "metrics",
+                                                      "help", "completion", "man", "schema", "log timeline"})
                                  std::erase(names, name);
                              names.emplace_back(); // of the program itself
                              return names;

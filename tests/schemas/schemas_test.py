@@ -34,6 +34,7 @@ ASKED = {
     "rescan": [[], ["--all"], ["--all", "--dry-run"]],
     "report": [["OUTPUT"]],
     "diagnose": [["OUTPUT"]],
+    "record": [["OUTPUT"]],
     "metrics": [["--output", "OUTPUT"]],
     "explain": [[], ["0x370000CB"], ["nothing of that name"]],
     "log-request": [["2"], ["4000000000"]],

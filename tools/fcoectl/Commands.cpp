@@ -10,6 +10,7 @@
 #include "tools/fcoectl/ListCommands.h"
 #include "tools/fcoectl/LogCommands.h"
 #include "tools/fcoectl/MetricsCommand.h"
+#include "tools/fcoectl/RecordCommand.h"
 #include "tools/fcoectl/Statistics.h"
 #include "tools/fcoectl/diagnose/Diagnose.h"
 #include "tools/fcoectl/doctor/Doctor.h"
@@ -58,6 +59,9 @@ constexpr Command COMMANDS[] = {
     {"diagnose",
      "Pack the report, the agent's logs, the suite's registry values and versions into one file, to mail it.",
      TAKES_AGENT | TAKES_ADAPTER | TAKES_FILE, nullptr, Diagnose},
+    {"record",
+     "Record what the agent's neighbours answer as a topology of the simulated suite, to play this machine back.",
+     TAKES_AGENT | TAKES_LIBRARY | TAKES_FILE, nullptr, Record},
     {"metrics", "Write counters, link states and numbers of records for Prometheus and what reads its format.",
      TAKES_AGENT | TAKES_ADAPTER | TAKES_OUTPUT | TAKES_METRICS, nullptr, WriteMetrics},
     {"log requests", "List what hosts asked the agent for, one line each.", TAKES_LOG_FILE | TAKES_FOLLOW | TAKES_LIST,

@@ -112,6 +112,10 @@ Json Written() {
     return Of({{"output", Text()}});
 }
 
+Json Recorded() {
+    return With(Written(), {{"adapters", Integer()}, {"calls", Integer()}});
+}
+
 Json Archive() {
     return With(Written(), {{"entries", ListOf(Text())}});
 }
@@ -144,6 +148,7 @@ constexpr Body BODIES[] = {
     {"doctor", Checks},
     {"report", Written},
     {"diagnose", Archive},
+    {"record", Recorded},
     {"metrics", Written},
     {"log requests", LogAndTotal},
     {"log request", LogRequest, LogCall},

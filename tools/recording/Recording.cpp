@@ -1,0 +1,75 @@
+#include "tools/recording/Recording.h"
+
+#include <fmt/format.h>
+
+#include "tools/recording/AdapterModel.h"
+#include "tools/recording/Deviations.h"
+#include "tools/recording/MaskedJournal.h"
+#include "tools/recording/Questions.h"
+#include "tools/recording/Texts.h"
+
+namespace recording {
+namespace {
+
+// A device that is not found, or does not say where it is, is one whose properties cannot be read.
+void TakePciErrors(Journal& journal) {
+    constexpr char FUNCTION[] = "SetupDiGetDeviceRegistryPropertyW";
+    for (const AdapterFacts& facts : journal.adapters) {
+        const auto found = journal.replies.find({.function = FUNCTION, .adapter = facts.identifier});
+        if (found == journal.replies.end())
+            continue;
+        // An agent asks for two of them each time, so calls cannot be told apart by their number.
+        const Reply last = found->second.back().reply;
+        found->second = {{last, 1}};
+        if (facts.bus && !last.IsGood()) {
+            journal.replies.erase(found);
+            journal.Note(fmt::format("The PCI device of {} tells its bus alone (error {}); recorded as device 0.",
+                                     facts.identifier, facts.pciError));
+        }
+    }
+}
+
+void LeaveOutUnnamed(Journal& journal) {
+    std::erase_if(journal.adapters, [&](const AdapterFacts& facts) {
+        if (IsBracedGuid(facts.identifier))
+            return false;
+        journal.Note(
+            fmt::format("The adapter \"{}\" is left out: its identifier is no GUID in braces.", facts.identifier));
+        std::erase_if(journal.replies, [&](const auto& entry) { return entry.first.adapter == facts.identifier; });
+        return true;
+    });
+}
+
+std::string TopologyText(const Journal& journal) {
+    std::string text =
+        "// Recorded by fcoectl from the neighbours of an agent; play it back with the simulated suite.\n";
+    for (const std::string& note : journal.notes)
+        text += "// " + note + "\n";
+    std::vector<AdapterModel> models;
+    models.reserve(journal.adapters.size());
+    Json topology = {{"adapters", Json::array()}};
+    for (const AdapterFacts& facts : journal.adapters)
+        topology["adapters"].push_back(models.emplace_back(journal, facts).Description());
+    if (Json faults = FaultsOf(journal); !faults.empty())
+        topology["faults"] = std::move(faults);
+    if (Json answers = AnswersOf(journal, models); !answers.empty())
+        topology["answers"] = std::move(answers);
+    return text + topology.dump(1, ' ', true, Json::error_handler_t::replace) + "\n";
+}
+
+} // namespace
+
+Recording Record(std::chrono::duration<double> limit, reading::Mask* mask) {
+    Journal journal = Session::Run(limit, AskNeighbours);
+    LeaveOutUnnamed(journal);
+    TakePciErrors(journal);
+    if (mask)
+        MaskJournal(journal, *mask);
+    return {TopologyText(journal),
+            journal.adapters.size(),
+            journal.calls,
+            journal.notes,
+            {journal.hanging.begin(), journal.hanging.end()}};
+}
+
+} // namespace recording

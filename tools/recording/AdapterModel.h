@@ -22,6 +22,8 @@ class AdapterModel {
 
     // The adapter's entry of the topology.
     const Json& Description() const { return m_json; }
+    // Under which the vendor library opens it.
+    std::string LibraryName() const { return m_json.value("library_name", ""); }
     // What the simulated vendor library answers to a request from it; none: it is not said what.
     std::optional<Reply> Expected(const Request& request) const;
     // Whether all answers to the request are explained otherwise than by that.

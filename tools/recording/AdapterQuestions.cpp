@@ -56,8 +56,12 @@ bool AdapterQuestions::Bind(Session& session, const LoadedModule& library, HBA_E
             return false;
     }
     if (const auto getTable = library.Find<decltype(&HBA_RegisterLibraryV2)>("HBA_RegisterLibraryV2")) {
-        const auto reply = session.Ask({.function = "HBA_RegisterLibraryV2"},
-                                       [&](Reply& answer) { answer.status = getTable(&table); });
+        const auto reply = session.Ask({.function = "HBA_RegisterLibraryV2"}, [&](Reply& answer) {
+            const HBA_STATUS status = getTable(&table);
+            // An agent looks at the table alone, which stays from one time to the next.
+            constexpr HBA_ENTRYPOINTSV2 EMPTY{};
+            answer.status = std::memcmp(&table, &EMPTY, sizeof table) == 0 ? status : HBA_STATUS_OK;
+        });
         return reply && !reply->threw;
     }
     return true;
@@ -92,7 +96,9 @@ bool AdapterQuestions::Open() {
     name[sizeof name - 1] = '\0';
     if (!info || !info->IsGood() || !getHandle)
         return false;
-    m_session.Ask(Of("ORVAN_GetFCoEControllerHandle"), [&](Reply& reply) {
+    Request request = Of("ORVAN_GetFCoEControllerHandle");
+    request.target = FromAnsi(name);
+    m_session.Ask(request, [&](Reply& reply) {
         m_handle = getHandle(name);
         reply.status = m_handle == HBA_HANDLE_INVALID ? HBA_STATUS_ERROR : HBA_STATUS_OK;
     });

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <string_view>
 
 #include "tools/recording/Texts.h"
@@ -76,6 +77,38 @@ void AddStatusFaults(Json& faults, const Journal& journal, const Request& reques
     }
 }
 
+// A name that is not the adapter's opens nothing in the simulated suite either.
+bool IsOfOtherName(const Journal& journal, const std::vector<AdapterModel>& models, const Request& request) {
+    if (request.function != "ORVAN_GetFCoEControllerHandle")
+        return false;
+    const auto facts = std::ranges::find(journal.adapters, request.adapter, &AdapterFacts::identifier);
+    return facts != journal.adapters.end() &&
+           models[static_cast<std::size_t>(facts - journal.adapters.begin())].LibraryName() != request.target;
+}
+
+// A location that is found is two calls, for bus and address; when the first fails there is no other.
+void AddPciFaults(Json& faults, const Request& request, const std::vector<Run>& runs) {
+    // So often a device is asked that tells its bus alone, and never its address.
+    constexpr std::uint32_t MANY = 100;
+    std::uint32_t call = 1;
+    const auto add = [&](std::uint32_t status, std::uint32_t from, std::uint32_t times) {
+        Json fault = Fault(request);
+        fault["status"] = status;
+        if (from > 1 || times != UINT32_MAX)
+            fault.update({{"on_call", from}, {"times", times}});
+        faults.push_back(std::move(fault));
+    };
+    for (const Run& run : runs) {
+        const bool isLast = &run == &runs.back();
+        const std::uint32_t told = run.reply.count.value_or(0);
+        if (told == 0)
+            add(run.reply.status, call, isLast ? UINT32_MAX : run.times);
+        for (std::uint32_t time = 0; told == 1 && time < (isLast ? MANY : run.times); ++time)
+            add(run.reply.status, call + 2 * time + 1, 1);
+        call += run.times * (told == 0 ? 1 : 2);
+    }
+}
+
 // The one failure that all answers of a function and adapter are; null: they are not.
 const Reply* OnlyFailure(const Journal& journal, const Request& one) {
     const Reply* failure = nullptr;
@@ -127,15 +160,27 @@ Json ArgumentsOf(const Request& request) {
     return answer;
 }
 
-// Counters that run are no deviation.
+// Counters that run are no deviation: none of them goes back, and those that are not supported stay so.
 bool IsOfRunningCounters(const Request& request, const std::vector<Run>& runs) {
-    return request.function == "GetPortStatistics" &&
-           std::ranges::all_of(runs, [](const Run& run) { return run.reply.IsGood(); });
+    if (request.function != "GetPortStatistics")
+        return false;
+    std::vector<std::int64_t> before;
+    for (const Run& run : runs) {
+        if (!run.reply.IsGood() || run.reply.data.size() % sizeof(std::int64_t) != 0)
+            return false;
+        std::vector<std::int64_t> counters(run.reply.data.size() / sizeof(std::int64_t));
+        std::memcpy(counters.data(), run.reply.data.data(), run.reply.data.size());
+        for (std::size_t i = 0; i < std::min(before.size(), counters.size()); ++i)
+            if (counters[i] != before[i] && (before[i] < 0 || counters[i] < before[i]))
+                return false;
+        before = std::move(counters);
+    }
+    return true;
 }
 
 } // namespace
 
-Json FaultsOf(const Journal& journal) {
+Json FaultsOf(const Journal& journal, const std::vector<AdapterModel>& models) {
     Json faults = Json::array();
     for (const auto& [function, adapter] : journal.hanging) {
         Json fault = Fault({.function = function, .adapter = adapter});
@@ -147,7 +192,10 @@ Json FaultsOf(const Journal& journal) {
     const Request* before = nullptr;
     for (const auto& [request, runs] : journal.replies) {
         if (!IsAmong(RECORDED, request.function)) {
-            AddStatusFaults(faults, journal, request, runs);
+            if (request.function == PCI_PROPERTY)
+                AddPciFaults(faults, request, runs);
+            else if (!IsOfOtherName(journal, models, request))
+                AddStatusFaults(faults, journal, request, runs);
             continue;
         }
         const bool isNew = !before || before->function != request.function || before->adapter != request.adapter;

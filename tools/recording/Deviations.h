@@ -7,9 +7,11 @@
 
 namespace recording {
 
+// models: of the journal's adapters, in their order.
+
 // Functions that fail, are missing or hang.
-Json FaultsOf(const Journal& journal);
-// Answers that are no plain failures. models: of the journal's adapters, in their order.
+Json FaultsOf(const Journal& journal, const std::vector<AdapterModel>& models);
+// Answers that are no plain failures.
 Json AnswersOf(const Journal& journal, const std::vector<AdapterModel>& models);
 
 } // namespace recording

@@ -17,7 +17,7 @@ using Bytes = std::vector<std::uint8_t>;
 struct Request {
     std::string function;
     std::string adapter = {}; // its identifier in the core agent
-    std::string target = {};  // port WWN
+    std::string target = {};  // port WWN; of the function that opens adapters, the name
     std::uint64_t lun = 0;
     std::uint32_t evpd = 0;
     std::uint32_t page = 0;
@@ -46,6 +46,9 @@ struct Reply {
     }
 };
 
+// The whole location of a device is one question, which goes by the name of its last function.
+inline constexpr char PCI_PROPERTY[] = "SetupDiGetDeviceRegistryPropertyW";
+
 // Equal replies in a row.
 struct Run {
     Reply reply;
@@ -61,7 +64,6 @@ struct AdapterFacts {
     std::uint32_t interfaceIndex = 0;
     std::optional<std::uint32_t> bus = {}; // on PCI; none: it cannot be found
     std::optional<std::uint32_t> slot = {};
-    std::uint32_t pciError = 0; // why not
 };
 
 struct Journal {

@@ -84,18 +84,18 @@ DWORD Locate(const std::wstring& instance, Location& location) {
 
 } // namespace
 
-// One question: whatever of it fails, an agent shows the location that it has by then.
+// One question: whatever of it fails, an agent shows the location that it has by then. The count says what that is.
 void AskPci(Session& session, const std::string& adapter, const std::string& instance) {
     Location location;
-    const auto reply =
-        session.Ask({.function = "SetupDiGetDeviceRegistryPropertyW", .adapter = adapter},
-                    [&](Reply& answer) { answer.status = Locate(reading::FromUtf8(instance), location); });
+    session.Ask({.function = PCI_PROPERTY, .adapter = adapter}, [&](Reply& answer) {
+        answer.status = Locate(reading::FromUtf8(instance), location);
+        answer.count = location.bus.has_value() + location.slot.has_value();
+    });
     session.Tell([&](Journal& journal) {
         for (AdapterFacts& facts : journal.adapters)
-            if (facts.identifier == adapter) {
+            if (facts.identifier == adapter && location.bus) {
                 facts.bus = location.bus;
-                facts.slot = location.slot;
-                facts.pciError = reply ? reply->status : 0;
+                facts.slot = location.slot ? location.slot : facts.slot;
             }
     });
 }

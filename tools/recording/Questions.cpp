@@ -1,5 +1,7 @@
 #include "tools/recording/Questions.h"
 
+#include <cstring>
+
 #include <fmt/format.h>
 
 #include "tools/reading/Text.h"
@@ -28,9 +30,10 @@ void FindExports(Session& session, const LoadedModule& library) {
             Miss(session, function);
 }
 
+// Of a table that was registered.
 void FindHandlers(Session& session, const HBA_ENTRYPOINTSV2& table) {
-    const auto find = [&](const char* function, auto handler) {
-        if (!handler)
+    const auto find = [&](const char* function, bool isThere) {
+        if (!isThere)
             Miss(session, function);
     };
     find("CloseAdapter", table.CloseAdapterHandler);
@@ -140,14 +143,16 @@ void AskNeighbours(Session& session) {
     HBA_ENTRYPOINTSV2 table{};
     {
         const VendorTurn turn;
-        if (turn.IsMine() && library.Get() && AdapterQuestions::Bind(session, library, table) &&
-            library.Find<void*>("HBA_RegisterLibraryV2"))
-            FindHandlers(session, table);
+        if (turn.IsMine() && library.Get())
+            AdapterQuestions::Bind(session, library, table);
     }
     CoreQuestions core(session);
     for (int pass = 0; pass < PASSES; ++pass)
         for (const std::string& adapter : core.Adapters())
             AskAdapter(session, library, table, adapter);
+    constexpr HBA_ENTRYPOINTSV2 EMPTY{};
+    if (std::memcmp(&table, &EMPTY, sizeof table) != 0)
+        FindHandlers(session, table);
 }
 
 } // namespace recording

@@ -26,7 +26,7 @@ class AdapterQuestions {
     AdapterQuestions(const AdapterQuestions&) = delete;
     AdapterQuestions& operator=(const AdapterQuestions&) = delete;
 
-    // Initializes the library and registers its table; false: it refuses.
+    // Initializes the library and has it register its table; false: it refuses.
     static bool Bind(Session& session, const LoadedModule& library, HBA_ENTRYPOINTSV2& table);
 
     // Opens it anew, as an agent does for each of these.

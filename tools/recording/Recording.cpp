@@ -11,24 +11,6 @@
 namespace recording {
 namespace {
 
-// A device that is not found, or does not say where it is, is one whose properties cannot be read.
-void TakePciErrors(Journal& journal) {
-    constexpr char FUNCTION[] = "SetupDiGetDeviceRegistryPropertyW";
-    for (const AdapterFacts& facts : journal.adapters) {
-        const auto found = journal.replies.find({.function = FUNCTION, .adapter = facts.identifier});
-        if (found == journal.replies.end())
-            continue;
-        // An agent asks for two of them each time, so calls cannot be told apart by their number.
-        const Reply last = found->second.back().reply;
-        found->second = {{last, 1}};
-        if (facts.bus && !last.IsGood()) {
-            journal.replies.erase(found);
-            journal.Note(fmt::format("The PCI device of {} tells its bus alone (error {}); recorded as device 0.",
-                                     facts.identifier, facts.pciError));
-        }
-    }
-}
-
 void LeaveOutUnnamed(Journal& journal) {
     std::erase_if(journal.adapters, [&](const AdapterFacts& facts) {
         if (IsBracedGuid(facts.identifier))
@@ -50,7 +32,7 @@ std::string TopologyText(const Journal& journal) {
     Json topology = {{"adapters", Json::array()}};
     for (const AdapterFacts& facts : journal.adapters)
         topology["adapters"].push_back(models.emplace_back(journal, facts).Description());
-    if (Json faults = FaultsOf(journal); !faults.empty())
+    if (Json faults = FaultsOf(journal, models); !faults.empty())
         topology["faults"] = std::move(faults);
     if (Json answers = AnswersOf(journal, models); !answers.empty())
         topology["answers"] = std::move(answers);
@@ -62,7 +44,6 @@ std::string TopologyText(const Journal& journal) {
 Recording Record(std::chrono::duration<double> limit, reading::Mask* mask) {
     Journal journal = Session::Run(limit, AskNeighbours);
     LeaveOutUnnamed(journal);
-    TakePciErrors(journal);
     if (mask)
         MaskJournal(journal, *mask);
     return {TopologyText(journal),

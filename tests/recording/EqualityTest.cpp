@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -52,6 +53,13 @@ std::vector<std::string> FilesIn(const std::string& folder) {
 
 } // namespace
 
+TEST(RecordingOf, WhatAReportTells) {
+    Playback playback;
+    for (const char* file :
+         {FCOE_WORLDS "/dual-fabric.json", FCOE_WORLDS "/broken-targets.json", FCOE_WORLDS "/dcb-misconfigured.json"})
+        playback.ExpectRecordedSame(file, TextOf(file), {"report"});
+}
+
 TEST(RecordingOf, TheTestData) {
     Playback playback;
     for (const std::string& file : FilesIn(FCOE_TEST_DATA "/topologies"))
@@ -62,4 +70,34 @@ TEST(RecordingOf, TheWorlds) {
     Playback playback;
     for (const std::string& file : FilesIn(FCOE_WORLDS))
         playback.ExpectRecordedSame(file, TextOf(file), ReadingCommands());
+}
+
+TEST(RecordingOf, TheBuiltInTopologyButForItsRunningCounters) {
+    Json topology = Json::parse(sim::DefaultTopologyText(), nullptr, true, true);
+    for (Json& adapter : topology["adapters"])
+        adapter.erase("statistics_per_second");
+    Playback playback;
+    playback.ExpectRecordedSame("the built-in topology", topology.dump(), ReadingCommands());
+}
+
+// 64 targets with 256 LUNs each, more than one thing may be listed of at once.
+TEST(RecordingOf, AManyFoldOfAll) {
+    Json targets = Json::array();
+    for (int target = 0; target < 64; ++target) {
+        Json luns = Json::array();
+        for (int lun = 0; lun < 256; ++lun)
+            luns.push_back({{"os_lun", lun}, {"fcp_lun", lun}, {"blocks", 2097153 * (lun + 1)}});
+        targets.push_back({{"port_wwn", fmt::format("50:06:01:60:00:00:00:{:02X}", target)},
+                           {"fc_id", 0x010500 + target},
+                           {"serial", fmt::format("SN{:04}", target)},
+                           {"luns", std::move(luns)}});
+    }
+    const Json topology = {
+        {"adapters",
+         {{{"identifier", "{11111111-2222-4333-8444-555555555501}"},
+           {"mac", "00:1B:21:00:00:01"},
+           {"port", {{"node_wwn", "20:00:00:1B:21:00:00:01"}, {"port_wwn", "20:01:00:1B:21:00:00:01"}}},
+           {"targets", std::move(targets)}}}}};
+    Playback playback;
+    playback.ExpectRecordedSame("64 targets with 256 LUNs", topology.dump(), {"luns"});
 }

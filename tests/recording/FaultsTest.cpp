@@ -23,7 +23,7 @@ constexpr char ADAPTER[] = R"({"adapters": [
 struct Function {
     const char* name;
     std::vector<std::string> commands; // that show it
-    std::string ways;                  // "g" garbage, "u" unterminated, "c" counts, "t" throws
+    std::string ways; // "g" garbage, "G" on all calls alone, "h" an HRESULT, "u" unterminated, "c" counts, "t" throws
 };
 
 std::vector<std::string> Ways(const Function& function) {
@@ -34,6 +34,8 @@ std::vector<std::string> Ways(const Function& function) {
     for (const char way : function.ways) {
         if (way == 'g')
             ways.insert(ways.end(), {R"("garbage": true)", R"("garbage": true, "on_call": 1)"});
+        if (way == 'G')
+            ways.emplace_back(R"("garbage": true)");
         if (way == 'u')
             ways.insert(ways.end(), {R"("unterminated": true)", R"("unterminated": true, "on_call": 2)"});
         if (way == 'c')
@@ -86,9 +88,9 @@ TEST(RecordedFaults, OfTheOtherNeighbours) {
                 {"SupportsFcoe", {"hbas"}, "t"},
                 {"GetAdapterInfo", {"hbas"}, "t"},
                 {"GetCoreAgentPvt", {"hbas"}, ""},
-                {"get_dcb_config", {"hbas"}, "hg"},
-                {"get_app_oper_state", {"hbas"}, "hg"},
-                {"get_pfc_oper_state", {"hbas"}, "hg"},
+                {"get_dcb_config", {"hbas"}, "hG"},
+                {"get_app_oper_state", {"hbas"}, "hG"},
+                {"get_pfc_oper_state", {"hbas"}, "hG"},
                 {"CreateInstance", {"hbas"}, "h"},
                 {"SetupDiGetClassDevsW", {"hbas"}, ""},
                 {"SetupDiEnumDeviceInfo", {"hbas"}, ""},

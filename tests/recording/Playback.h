@@ -25,8 +25,11 @@ class Playback {
                             const std::vector<std::string>& commands);
 
   private:
+    void Simulate(const std::string& topology);
+
     ReadingHost m_host;
+    unsigned m_shown = 0; // topologies
 };
 
-// The commands that are compared: all that read.
+// All that read, but for `report`, whose data are theirs and which takes long.
 std::vector<std::string> ReadingCommands();

@@ -42,12 +42,12 @@ class Diagnose : public testing::Test {
 
 } // namespace
 
-TEST_F(Diagnose, PacksReportLogsRegistryAndVersions) {
+TEST_F(Diagnose, PacksReportLogsRegistryVersionsAndARecording) {
     suite.Run({"vlans"});
     const std::string before = suite.Log();
     const Entries entries = Archive(0);
-    EXPECT_THAT(NamesOf(entries), ElementsAre("log-before/FcoeAgnt.txt", "log/FcoeAgnt.txt", "registry.txt",
-                                              "report.html", "version.json"));
+    EXPECT_THAT(NamesOf(entries), ElementsAre("log-before/FcoeAgnt.txt", "log/FcoeAgnt.txt", "recording.json",
+                                              "registry.txt", "report.html", "version.json"));
     EXPECT_EQ(before, entries.at("log-before/FcoeAgnt.txt"));
     EXPECT_EQ(suite.Log(), entries.at("log/FcoeAgnt.txt"));
     EXPECT_THAT(entries.at("report.html"), StartsWith("<!DOCTYPE html>"));
@@ -56,6 +56,16 @@ TEST_F(Diagnose, PacksReportLogsRegistryAndVersions) {
     EXPECT_THAT(entries.at("registry.txt"), HasSubstr("\nTRACE = 1\n"));
     EXPECT_THAT(entries.at("registry.txt"), HasSubstr("\nInstalledTOLV_FCOE = \"1\"\n"));
     EXPECT_EQ(suite.Run({"version", "--json"}).out, entries.at("version.json"));
+    suite.Run({"record", suite.File("recorded.json")});
+    EXPECT_EQ(suite.Text("recorded.json"), entries.at("recording.json"));
+}
+
+TEST_F(Diagnose, WithoutARecordingTheRestIsPacked) {
+    const Answer answer = suite.Run({"diagnose", suite.File("all.zip"), "--library-dir", suite.File("no folder")});
+    EXPECT_THAT(answer.err, HasSubstr("Nothing was recorded: There is no folder "));
+    const Entries entries = Unzip(suite.Text("all.zip"));
+    EXPECT_FALSE(entries.contains("recording.json"));
+    EXPECT_TRUE(entries.contains("registry.txt"));
 }
 
 TEST_F(Diagnose, TellsWhatItPacked) {

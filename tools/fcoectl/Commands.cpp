@@ -57,7 +57,7 @@ constexpr Command COMMANDS[] = {
     {"report", "Write one page of everything that can be read, to look at and to mail.",
      TAKES_AGENT | TAKES_ADAPTER | TAKES_FILE, nullptr, WriteReport},
     {"diagnose",
-     "Pack the report, the agent's logs, the suite's registry values and versions into one file, to mail it.",
+     "Pack the report, the agent's logs, registry values, versions and a recording into one file, to mail it.",
      TAKES_AGENT | TAKES_ADAPTER | TAKES_FILE, nullptr, Diagnose},
     {"record",
      "Record what the agent's neighbours answer as a topology of the simulated suite, to play this machine back.",

@@ -141,7 +141,7 @@ void AdapterModel::DescribePorts() {
                                    {"number", port.Number},
                                    {"byte_62", port.Byte62}});
     }
-    std::ranges::stable_partition(listed, [](const ORVAN_FC_PORT& port) { return !IsVirtual(port); });
+    std::stable_partition(listed.begin(), listed.end(), [](const ORVAN_FC_PORT& port) { return !IsVirtual(port); });
     ExpectList("ORVAN_GetFCPortList", listed);
 }
 

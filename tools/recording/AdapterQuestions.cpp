@@ -70,12 +70,6 @@ bool AdapterQuestions::Bind(Session& session, const LoadedModule& library, HBA_E
 bool AdapterQuestions::Open() {
     Close();
     const VendorTurn turn;
-    if (!turn.IsMine()) {
-        m_session.Tell([](Journal& journal) {
-            journal.Note("Another process held the vendor library's mutex for too long; adapters were not opened.");
-        });
-        return false;
-    }
     if (!Bind(m_session, m_library, m_table))
         return false;
     const auto getInfo = m_library.Find<decltype(&ORVAN_GetFCoEControllerInfo)>("ORVAN_GetFCoEControllerInfo");
@@ -215,7 +209,7 @@ std::vector<ORVAN_FC_PORT> AdapterQuestions::AskPorts() {
     constexpr char FUNCTION[] = "ORVAN_GetFCPortList";
     const auto ask = m_library.Find<decltype(&ORVAN_GetFCPortList)>(FUNCTION);
     const VendorTurn turn;
-    if (!ask || !turn.IsMine())
+    if (!ask)
         return {};
     const auto probe = ReadList(FUNCTION, ask, 1, 0);
     if (probe.count == 0 || (probe.status != HBA_STATUS_OK && !probe.HasMore()))

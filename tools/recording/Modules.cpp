@@ -17,19 +17,20 @@ VendorTurn::VendorTurn() : m_mutex(CreateMutexW(nullptr, FALSE, VENDOR_MUTEX)) {
     // One that another account made may allow others no more than to wait for it.
     if (!m_mutex && GetLastError() == ERROR_ACCESS_DENIED)
         m_mutex = OpenMutexW(SYNCHRONIZE, FALSE, VENDOR_MUTEX);
-    if (!m_mutex)
+    const DWORD waited = m_mutex ? WaitForSingleObject(m_mutex, VENDOR_WAIT) : WAIT_FAILED;
+    if (waited == WAIT_OBJECT_0)
         return;
-    const DWORD waited = WaitForSingleObject(m_mutex, VENDOR_WAIT);
-    if (waited == WAIT_ABANDONED) // as an agent has it: who died in the library may have left it in any state
-        ReleaseMutex(m_mutex);
-    m_mine = waited == WAIT_OBJECT_0;
-}
-
-VendorTurn::~VendorTurn() {
-    if (m_mine)
+    // As an agent has it: who died in the library may have left it in any state.
+    if (waited == WAIT_ABANDONED)
         ReleaseMutex(m_mutex);
     if (m_mutex)
         CloseHandle(m_mutex);
+    throw LibraryBusy();
+}
+
+VendorTurn::~VendorTurn() {
+    ReleaseMutex(m_mutex);
+    CloseHandle(m_mutex);
 }
 
 std::wstring CoreAgentFile() {

@@ -31,19 +31,20 @@ class LoadedModule {
     DWORD m_error;
 };
 
+// Somebody keeps the mutex.
+struct LibraryBusy {};
+
 // The mutex that all processes share for those of the vendor library's functions that no two may call at once.
 class VendorTurn {
   public:
-    VendorTurn(); // waits at most as long as an agent
+    // Waits at most as long as an agent. Throws LibraryBusy.
+    VendorTurn();
     ~VendorTurn();
     VendorTurn(const VendorTurn&) = delete;
     VendorTurn& operator=(const VendorTurn&) = delete;
 
-    bool IsMine() const { return m_mine; }
-
   private:
     HANDLE m_mutex;
-    bool m_mine = false;
 };
 
 // Where an agent finds its core agent.

@@ -129,6 +129,25 @@ void AskAdapter(Session& session, const LoadedModule& library, HBA_ENTRYPOINTSV2
     questions.AskStatistics();
 }
 
+void AskEverything(Session& session, const LoadedModule& library) {
+    HBA_ENTRYPOINTSV2 table{};
+    CoreQuestions core(session);
+    std::vector<std::string> adapters = core.Adapters();
+    if (library.Get()) {
+        const VendorTurn turn;
+        AdapterQuestions::Bind(session, library, table);
+    }
+    for (int pass = 0; pass < PASSES; ++pass) {
+        if (pass > 0)
+            adapters = core.Adapters();
+        for (const std::string& adapter : adapters)
+            AskAdapter(session, library, table, adapter);
+    }
+    constexpr HBA_ENTRYPOINTSV2 EMPTY{};
+    if (std::memcmp(&table, &EMPTY, sizeof table) != 0)
+        FindHandlers(session, table);
+}
+
 } // namespace
 
 void AskNeighbours(Session& session) {
@@ -140,19 +159,13 @@ void AskNeighbours(Session& session) {
                             reading::ToUtf8(VENDOR_LIBRARY), reading::SystemMessage(library.Error())));
         });
     FindExports(session, library);
-    HBA_ENTRYPOINTSV2 table{};
-    {
-        const VendorTurn turn;
-        if (turn.IsMine() && library.Get())
-            AdapterQuestions::Bind(session, library, table);
+    try {
+        AskEverything(session, library);
+    } catch (const LibraryBusy&) { // nothing of the library can be asked then
+        session.Tell([](Journal& journal) {
+            journal.Note("The vendor library's mutex was not to be had for ten seconds; what it guards was not asked.");
+        });
     }
-    CoreQuestions core(session);
-    for (int pass = 0; pass < PASSES; ++pass)
-        for (const std::string& adapter : core.Adapters())
-            AskAdapter(session, library, table, adapter);
-    constexpr HBA_ENTRYPOINTSV2 EMPTY{};
-    if (std::memcmp(&table, &EMPTY, sizeof table) != 0)
-        FindHandlers(session, table);
 }
 
 } // namespace recording

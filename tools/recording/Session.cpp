@@ -13,13 +13,13 @@ constexpr std::size_t MAX_HANGING = 4;
 constexpr std::chrono::milliseconds GLANCE(20);
 
 // The turn that the thread was started for.
-thread_local unsigned t_turn = 0;
+thread_local unsigned g_turn = 0;
 
 } // namespace
 
 void Session::Start(const std::function<void(Session&)>& ask) {
     std::thread([session = shared_from_this(), ask, turn = m_turn] {
-        t_turn = turn;
+        g_turn = turn;
         bool outOfMemory = false;
         try {
             ask(*session);
@@ -82,7 +82,7 @@ void Session::End(const Request* request, const Reply& reply) {
 }
 
 void Session::CheckTurn() const {
-    if (t_turn != m_turn)
+    if (g_turn != m_turn)
         throw GivenUp();
 }
 

@@ -1,11 +1,13 @@
 #include "tools/fcoectl/diagnose/Diagnose.h"
 
 #include <memory>
+#include <new>
 
 #include <fmt/format.h>
 
 #include "tools/fcoectl/OutputFile.h"
 #include "tools/fcoectl/Perform.h"
+#include "tools/fcoectl/RecordCommand.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/diagnose/RegistryDump.h"
 #include "tools/fcoectl/diagnose/ZipArchive.h"
@@ -89,6 +91,20 @@ std::string Masked(const Context& context, std::string text) {
     return context.mask ? context.mask->Apply(text) : std::move(text);
 }
 
+// What of it cannot be had spoils nothing else.
+std::optional<Failure> AddRecording(Context& context, ZipArchive& zip) {
+    try {
+        const recording::Recording recorded = RecordNeighbours(context);
+        Add(context, zip, "recording.json", recorded.topology);
+        return HangOf(recorded, context);
+    } catch (const Failure& failure) {
+        context.report.notes.push_back(fmt::format("Nothing was recorded: {}", failure.what()));
+    } catch (const std::bad_alloc&) {
+        context.report.notes.emplace_back("Nothing was recorded: memory is exhausted.");
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 void Diagnose(Context& context) {
@@ -100,6 +116,8 @@ void Diagnose(Context& context) {
     AddLogs(context, zip, "log");
     Add(context, zip, "registry.txt", Masked(context, DumpRegistry(SUITE_KEY)));
     Add(context, zip, "version.json", Masked(context, TextOf(PartOf(context, "version").document)));
+    if (const auto hang = AddRecording(context, zip))
+        failure = hang;
     const std::uint16_t entries = zip.Entries();
     OutputFile file(context.options.file);
     file.Write(zip.Finish());

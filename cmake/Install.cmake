@@ -34,7 +34,8 @@ if(FCOE_BUILD_TOOLS)
     ARCHIVE DESTINATION lib COMPONENT Unused EXCLUDE_FROM_ALL)
   configure_file(packaging/simulator/setup.cmd ${PROJECT_BINARY_DIR}/setup.cmd @ONLY NEWLINE_STYLE CRLF)
   configure_file(packaging/simulator/README.md ${PROJECT_BINARY_DIR}/simulator-README.md @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/setup.cmd docs/simulator.md DESTINATION . COMPONENT Simulator)
+  install(FILES ${PROJECT_BINARY_DIR}/setup.cmd docs/simulator.md docs/neighbours.md
+    DESTINATION . COMPONENT Simulator)
   install(FILES ${PROJECT_BINARY_DIR}/simulator-README.md DESTINATION . RENAME README.md
     COMPONENT Simulator)
   install(DIRECTORY share/simulator share/topologies DESTINATION share/FcoeAgent COMPONENT Simulator)

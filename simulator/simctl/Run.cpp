@@ -20,6 +20,7 @@ struct Typed {
     WatchOptions watch;
     CallsOptions calls;
     std::string script;
+    VerifyOptions verify;
     bool json = false;
     std::function<int(Console&)> run;
 };
@@ -87,6 +88,34 @@ void AddWatching(CLI::App& app, Typed& typed) {
     calls->add_option("--process", typed.calls.processes, "Only calls of the process with this number")->take_all();
     calls->add_option("--last", typed.calls.last, "Only so many lines of the end");
     calls->callback([&typed] { typed.run = [&](Console& console) { return Calls(console, typed.calls); }; });
+}
+
+void AddVerifying(CLI::App& app, Typed& typed) {
+    VerifyOptions& options = typed.verify;
+    auto* verify =
+        app.add_subcommand("verify", "Tell where a vendor library or a core agent is not what the agent expects");
+    verify->footer("simctl verify --library orvanhapi.dll --core-agent CoreAgnt.dll\n"
+                   "Only calls that read are made, each process of its own: a crash and a hang are deviations, too.\n"
+                   "Without --adapter the library is asked for the adapters of the core agent that is given, of the\n"
+                   "topology when it is the simulated one, or else of this machine.");
+    auto* library = verify->add_option("--library", options.library, "The vendor library's file");
+    auto* core = verify->add_option("--core-agent", options.coreAgent, "The core agent's file");
+    verify->add_option("--adapter", options.adapters, "An identifier that the library has to know; may be repeated")
+        ->take_all();
+    verify->add_option("--limit", options.limit, "Seconds until a call counts as hanging")
+        ->check(CLI::Range(0.1, 3600.0))
+        ->capture_default_str();
+    verify->add_option("--slow", options.slowMs, "Milliseconds from which on a call counts as slow")
+        ->capture_default_str();
+    verify->add_flag("--json", options.json, "One JSON document instead of lines");
+    auto* rules = verify->add_flag("--rules", options.rules, "Print what is asked and what follows, as a table");
+    verify->add_option("--report-to", options.reportTo)->group("");
+    verify->add_option("--skip", options.skipped)->take_all()->group("");
+    verify->callback([&typed, library, core, rules] {
+        if (library->count() + core->count() + rules->count() == 0)
+            throw CLI::RequiredError("--library or --core-agent");
+        typed.run = [&](Console& console) { return Verify(console, typed.verify); };
+    });
 }
 
 void AddPrinting(CLI::App& app, Typed& typed) {
@@ -172,6 +201,7 @@ int Run(Console& console, std::vector<std::string> arguments) {
     AddChecking(app, typed);
     AddChanging(app, typed);
     AddWatching(app, typed);
+    AddVerifying(app, typed);
     AddPrinting(app, typed);
     AddSettingUp(app, typed);
     ProtectValue(arguments);

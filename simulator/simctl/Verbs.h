@@ -57,6 +57,20 @@ int Calls(Console& console, const CallsOptions& options);
 int SetUp(Console& console);
 int Remove(Console& console);
 
+struct VerifyOptions {
+    std::string library;               // a file; empty: none
+    std::string coreAgent;             // the same
+    std::vector<std::string> adapters; // identifiers; none: what the neighbours themselves know
+    double limit = 10;                 // seconds for a call
+    unsigned slowMs = 500;             // what counts as slow
+    bool rules = false;                // prints them instead
+    bool json = false;
+    // Of a process that asks for another one: where it reports to, and what it leaves out.
+    std::uintptr_t reportTo = 0;
+    std::vector<std::string> skipped;
+};
+int Verify(Console& console, const VerifyOptions& options);
+
 int PrintFunctions(Console& console, bool json);
 int PrintDefault(Console& console);
 int PrintSchema(Console& console);

@@ -34,6 +34,37 @@ std::string SyntaxProblem(const json::parse_error& error) {
     return std::string(start == std::string_view::npos ? what : what.substr(start + 2));
 }
 
+constexpr std::size_t SHOWN = 60; // characters of a value
+
+// Where the text is wrong that the parser throws of without telling the place.
+class PlaceOfError : public nlohmann::json_sax<json> {
+  public:
+    bool null() override { return true; }
+    bool boolean(bool) override { return true; }
+    bool number_integer(number_integer_t) override { return true; }
+    bool number_unsigned(number_unsigned_t) override { return true; }
+    bool number_float(number_float_t, const string_t&) override { return true; }
+    bool string(string_t&) override { return true; }
+    bool binary(binary_t&) override { return true; }
+    bool start_object(std::size_t) override { return true; }
+    bool key(string_t&) override { return true; }
+    bool end_object() override { return true; }
+    bool start_array(std::size_t) override { return true; }
+    bool end_array() override { return true; }
+    bool parse_error(std::size_t position, const std::string& token, const json::exception&) override {
+        m_token = token;
+        m_offset = position - std::min(position, token.size());
+        return false;
+    }
+
+    std::size_t Offset() const { return m_offset; }
+    const std::string& Token() const { return m_token; }
+
+  private:
+    std::size_t m_offset = 0;
+    std::string m_token;
+};
+
 } // namespace
 
 JsonSyntaxError::JsonSyntaxError(const std::string& document, TextPlace place, const std::string& problem)
@@ -55,11 +86,16 @@ json ParseJson(std::string_view text, const std::string& document, std::vector<s
             repeated.push_back("the key " + parsed.dump() + " is given twice in one object");
         return true;
     };
+    constexpr bool EXCEPTIONS = true, COMMENTS = true;
     try {
-        constexpr bool EXCEPTIONS = true, COMMENTS = true;
         return json::parse(text.begin(), text.end(), noteRepeatedKeys, EXCEPTIONS, COMMENTS);
     } catch (const json::parse_error& error) {
         throw JsonSyntaxError(document, PlaceWalk(text).To(error.byte > 0 ? error.byte - 1 : 0), SyntaxProblem(error));
+    } catch (const json::out_of_range&) { // a number that no floating-point number can be
+        PlaceOfError place;
+        json::sax_parse(text.begin(), text.end(), &place, json::input_format_t::json, true, COMMENTS);
+        throw JsonSyntaxError(document, PlaceWalk(text).To(place.Offset()),
+                              "the number " + place.Token().substr(0, SHOWN) + " is too large");
     }
 }
 
@@ -79,7 +115,6 @@ void JsonValue::FailExpected(const std::string& what) const {
     std::string found = m_value->is_object()  ? "an object"
                         : m_value->is_array() ? "a list"
                                               : m_value->dump(-1, ' ', false, json::error_handler_t::replace);
-    constexpr std::size_t SHOWN = 60;
     if (found.size() > SHOWN)
         found = found.substr(0, SHOWN) + "...";
     Fail("expected " + what + ", found " + found);

@@ -100,7 +100,7 @@ const Reply* Call::FindReply(const Arguments& request) {
         const Answer& answer = *progress->answer;
         if (answer.adapter != m_about->index || answer.replies.empty() || !Fits(answer.arguments, request))
             continue;
-        const Reply& reply = answer.replies[std::min(progress->requests++, answer.replies.size() - 1)];
+        const Reply& reply = answer.replies[std::min((*progress->requests)++, answer.replies.size() - 1)];
         if (reply.throws) {
             if (m_logged)
                 Write(m_line + " throws");

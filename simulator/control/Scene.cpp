@@ -72,6 +72,11 @@ void Scene::GoOnFrom(const Scene& before) {
                     progress->calls = earlier->calls;
             }
         }
+        for (std::size_t i = 0; answers && before.answers && i < answers[function].size(); ++i) {
+            const auto& earlier = before.answers[function];
+            if (i < earlier.size() && *earlier[i]->answer == *answers[function][i]->answer)
+                answers[function][i]->requests = earlier[i]->requests;
+        }
     }
     const auto counted = UnitsThatCount(before.topology);
     for (const auto& [unit, id] : UnitsThatCount(topology)) {
@@ -92,7 +97,7 @@ void Scene::Arm(bool arm) {
         if (!answers)
             continue;
         for (const auto& progress : answers[function])
-            progress->requests = 0;
+            *progress->requests = 0;
     }
     armed = arm;
 }

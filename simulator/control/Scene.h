@@ -33,9 +33,10 @@ struct AwaitedStep {
 };
 
 struct AnswerProgress {
-    explicit AnswerProgress(const Answer& answer) : answer(&answer) {}
+    explicit AnswerProgress(const Answer& answer)
+        : answer(&answer), requests(std::make_shared<std::atomic<std::size_t>>(0)) {}
     const Answer* answer;
-    std::atomic<std::size_t> requests{0}; // that it was for, so far
+    std::shared_ptr<std::atomic<std::size_t>> requests; // that it was for, so far
 };
 
 // Its content never changes; only the progress counters do.

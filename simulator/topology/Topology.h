@@ -202,6 +202,7 @@ struct Reply {
         return !status && !count && !controller && !size && !senseSize && !scsiStatus && data.empty() &&
                sense.empty() && !throws;
     }
+    bool operator==(const Reply&) const = default;
 };
 
 // What tells the requests of a function and adapter apart; of an answer, which requests it is for.
@@ -211,6 +212,7 @@ struct Arguments {
     std::optional<std::uint32_t> evpd = {};
     std::optional<std::uint32_t> page = {};
     std::optional<std::uint32_t> room = {}; // entries that the caller's list has room for
+    bool operator==(const Arguments&) const = default;
 };
 
 // The recorded answers to one request, in their order; the last one stays.
@@ -219,6 +221,7 @@ struct Answer {
     std::uint32_t adapter = 0; // the adapter's place
     Arguments arguments;       // those that are given must be the request's
     std::vector<Reply> replies;
+    bool operator==(const Answer&) const = default;
 };
 
 // More than a system has; a topology with more is refused.

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "tests/simulator/LoadedLibrary.h"
+#include "tests/simulator/Moving.h"
 
 namespace {
 
@@ -51,6 +52,19 @@ TEST(RecordedAnswer, RepliesComeInTheirOrderAndTheLastStays) {
     EXPECT_EQ(1u, Inquire(library, handle, "50:06:02:6B:00:00:00:02", 1, data));
     NEED_FUNCTION(library, OrvanSim_ArmFaults)(FALSE);
     EXPECT_EQ(0u, Inquire(library, handle, "50:06:02:6B:00:00:00:02", 1, data));
+}
+
+TEST(RecordedAnswer, GoesOnWhenTheWorldMoves) {
+    std::string topology =
+        Topology(Answer("ScsiInquiry", R"("replies": [{"status": 1}, {"status": 11}, {"status": 5}, {"status": 14}])"));
+    topology.pop_back();
+    const LoadedLibrary library(
+        topology + ", \"timeline\": [" +
+        AfterCalls(2, Replace("/adapters/0/vlans/0/id", "7"), R"(, "function": "ScsiInquiry")") + "]}");
+    const HBA_HANDLE handle = library.Open();
+    Buffer data;
+    for (const HBA_STATUS expected : {1u, 11u, 5u, 14u, 14u})
+        EXPECT_EQ(expected, Inquire(library, handle, "50:06:02:6B:00:00:00:02", 1, data));
 }
 
 TEST(RecordedAnswer, IsOfTheRequestsThatItNames) {

@@ -39,7 +39,7 @@ class BashCompletion(unittest.TestCase):
         self.check("fcoectl v", "vlans", "version", "vport")
         self.check("fcoectl vport ", "create", "delete", "list")
         self.check("fcoectl --json vport d", "delete")
-        self.check("fcoectl --adapter vport re", "report", "rescan")
+        self.check("fcoectl --adapter vport re", "record", "report", "rescan")
         self.check("fcoectl ports v")
 
     def test_options_of_the_command(self):

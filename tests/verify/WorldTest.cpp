@@ -1,4 +1,5 @@
-// Ours pass, in each world of share/topologies but those that are broken on purpose.
+// Ours pass, in each world of share/topologies but those that are broken on purpose, and one that moves while it is
+// asked.
 #include <filesystem>
 #include <map>
 
@@ -18,16 +19,18 @@ const std::map<std::string, Told> BROKEN_ON_PURPOSE = {
     {"slow-adapter", {"slow ORVAN_GetTargetList"}},
 };
 
+constexpr char MOVING[] = "flapping-port";
+
 } // namespace
 
 TEST(Worlds, OursPass) {
     std::size_t worlds = 0, broken = 0;
     for (const auto& entry : std::filesystem::directory_iterator(SourceFile("share/topologies"))) {
-        if (entry.path().extension() != ".json")
+        const std::string name = entry.path().stem().string();
+        if (entry.path().extension() != ".json" || name == MOVING)
             continue;
         ++worlds;
         const Variable topology(L"ORVAN_SIM_TOPOLOGY", entry.path().wstring());
-        const std::string name = entry.path().stem().string();
         const auto core = AskInProcess(verify::Neighbour::CoreAgent, L"CoreAgnt.dll", {});
         EXPECT_EQ(Told{}, core.All()) << name;
         EXPECT_FALSE(core.outcome.adapters.empty()) << name;

@@ -296,18 +296,7 @@ void AskInterface(Asker& asker, const CQelModule& module, Outcome& outcome) {
 Outcome AskCoreAgent(const Request& request, Listener& listener) {
     Asker asker(Neighbour::CoreAgent, request, listener);
     Outcome outcome;
-    CQelModule module;
-    std::string why;
-    if (!asker.Ask("LoadLibrary", {}, [&] { module = LoadFile(request.file, why); }))
-        return outcome;
-    if (!module) {
-        asker.Tell("load", {}, {}, why);
-        return outcome;
-    }
-    AskInterface(asker, module, outcome);
-    if (!asker.Ask("FreeLibrary", {}, [&] { module.Reset(); }))
-        module.Release(); // it stays
-    outcome.calls = asker.Calls();
+    outcome.calls = AskModule(asker, request, [&](const CQelModule& module) { AskInterface(asker, module, outcome); });
     return outcome;
 }
 

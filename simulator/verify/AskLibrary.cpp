@@ -6,15 +6,7 @@ namespace verify {
 Outcome AskLibrary(const Request& request, Listener& listener) {
     Asker asker(Neighbour::Library, request, listener);
     Outcome outcome;
-    CQelModule module;
-    std::string why;
-    if (!asker.Ask("LoadLibrary", {}, [&] { module = LoadFile(request.file, why); }))
-        return outcome;
-    if (!module) {
-        asker.Tell("load", {}, {}, why);
-        return outcome;
-    }
-    {
+    outcome.calls = AskModule(asker, request, [&](const CQelModule& module) {
         Library library{asker, {}, {}, {}};
         AskExports(library, module);
         OpenAdapters(library, module);
@@ -26,10 +18,7 @@ Outcome AskLibrary(const Request& request, Listener& listener) {
         AskByThreads(asker, library.readings);
         AskForHandle0(library);
         CloseAdapters(library);
-    }
-    if (!asker.Ask("FreeLibrary", {}, [&] { module.Reset(); }))
-        module.Release(); // it stays
-    outcome.calls = asker.Calls();
+    });
     return outcome;
 }
 

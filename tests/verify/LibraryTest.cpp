@@ -3,19 +3,9 @@
 
 #include "simulator/topology/Text.h"
 #include "tests/verify/Asked.h"
+#include "tests/verify/Planted.h"
 
 namespace {
-
-struct Planted {
-    const char* deviation;
-    Told told;
-    bool ends = false;  // the process, so that another one has to ask
-    bool hangs = false; // until it is ended
-};
-
-void PrintTo(const Planted& planted, std::ostream* stream) {
-    *stream << planted.deviation;
-}
 
 // The second adapter of the world has one target, one port and one VLAN: there a wrong count is wrong in another way.
 const Planted PLANTED[] = {
@@ -103,13 +93,6 @@ class DeviatingLibrary : public testing::TestWithParam<Planted> {
     const Variable m_topology{L"ORVAN_SIM_TOPOLOGY", SourceFile("simulator/topology/default.json")};
     const Variable m_deviation{L"VERIFY_DEVIATION", sim::Wide(GetParam().deviation)};
 };
-
-std::string NameOf(const testing::TestParamInfo<Planted>& info) {
-    std::string name;
-    for (const char* c = info.param.deviation; *c; ++c)
-        name += std::isalnum(static_cast<unsigned char>(*c)) ? *c : '_';
-    return name;
-}
 
 } // namespace
 

@@ -440,6 +440,13 @@ TEST_F(Doctor, FindsWhatAnAdapterDoesNotAnswer) {
     EXPECT_THAT(Advice(), HasSubstr("ORVAN_GetFCoEControllerHandle: The vendor library does not know the adapter."));
 }
 
+// The agent keeps an answer for a moment, so what failed for the list may not be asked again.
+TEST_F(Doctor, TellsWhatTheListOfAdaptersLacked) {
+    suite.Simulate(Topology(R"({"function": "ORVAN_GetFCAndNICProperties", "status": 1, "on_call": 1})"));
+    EXPECT_THAT(Told("adapter"), HasSubstr("failure: Lab 1  {11111111-2222-4333-8444-555555555501}: not everything"));
+    EXPECT_THAT(Advice(), HasSubstr("ORVAN_GetFCAndNICProperties failed"));
+}
+
 TEST_F(Doctor, TellsOfAnAdapterThatIsSlow) {
     const ImportPatch clock(nullptr, "KERNEL32.dll", "QueryPerformanceCounter", As(ThreeSecondsLater));
     EXPECT_THAT(Told("adapter"),

@@ -91,9 +91,19 @@ struct Patient {
                 reasons.push_back(problem.text + " " + problem.advice);
         return records;
     }
+
+    void TakeOver(const reading::Findings& found) {
+        for (const reading::Problem& problem : found.problems) {
+            if (problem.adapter != ToUtf8(id))
+                continue;
+            whole = false;
+            reasons.push_back(problem.text + " " + problem.advice);
+        }
+    }
 };
 
-void ExamineAdapter(Examination& examination, OwnLog& log, const QEL_FCOE_HBA& listed) {
+// found: what the list of all adapters lacked.
+void ExamineAdapter(Examination& examination, OwnLog& log, const QEL_FCOE_HBA& listed, const reading::Findings& found) {
     Patient patient{examination, log, listed.strDeviceId, {}, {}};
     const auto hbas = patient.Ask<QEL_FCOE_HBA>("adapter");
     patient.Ask<QEL_FCOE_FABRIC>("fabrics");
@@ -102,6 +112,9 @@ void ExamineAdapter(Examination& examination, OwnLog& log, const QEL_FCOE_HBA& l
     patient.Ask<QEL_FCOE_LUN>("LUNs");
     patient.Ask<QEL_FCOE_VLAN>("VLANs");
     patient.Ask<QEL_FCOE_STATISTIC>("counters");
+    // The agent may have answered from what it kept of the list: nothing is asked then, and nothing fails anew.
+    if (patient.reasons.empty())
+        patient.TakeOver(found);
     const std::string name = fmt::format("{}{}{}", ToUtf8(listed.strSecondId), listed.strSecondId.empty() ? "" : "  ",
                                          ToUtf8(listed.strDeviceId));
     const bool opened = !hbas.empty() && !hbas.front().strDeviceId.empty();
@@ -175,7 +188,7 @@ void CheckAdapters(Examination& examination) {
             examination.Fail("An adapter that the core agent lists could not be opened.",
                              logged.empty() ? "Turn the log on to see why." : Joined(logged));
         else
-            ExamineAdapter(examination, log, hba);
+            ExamineAdapter(examination, log, hba, reading.findings);
     }
 }
 

@@ -1,40 +1,41 @@
 #include "tools/fcoectl/doctor/ImageFile.h"
 
-#include <cstring>
+#include <algorithm>
 #include <fstream>
-#include <iterator>
 
 #include <filesystem>
 
 namespace fcoectl {
 namespace {
 
-// The file's bytes; reads outside of them yield nothing.
+// A file, of which no more is read than is asked for; reads outside of it yield nothing.
 class Bytes {
   public:
-    explicit Bytes(const std::wstring& file) {
-        std::ifstream stream(std::filesystem::path(file), std::ios::binary);
-        m_bytes.assign(std::istreambuf_iterator<char>(stream), {});
+    explicit Bytes(const std::wstring& file) : m_stream(std::filesystem::path(file), std::ios::binary) {}
+
+    template <class Record> bool Read(std::size_t at, Record& record) {
+        return Read(at, reinterpret_cast<char*>(&record), sizeof record) == sizeof record;
     }
-    template <class Record> bool Read(std::size_t at, Record& record) const {
-        if (at > m_bytes.size() || m_bytes.size() - at < sizeof record)
-            return false;
-        std::memcpy(&record, m_bytes.data() + at, sizeof record);
-        return true;
-    }
-    std::string Text(std::size_t at) const {
-        std::string text;
-        while (at < m_bytes.size() && m_bytes[at] != '\0' && text.size() < MAX_PATH)
-            text += m_bytes[at++];
-        return text;
+    // Up to its zero, or as long as a path may be.
+    std::string Text(std::size_t at) {
+        char text[MAX_PATH];
+        const std::size_t length = Read(at, text, sizeof text);
+        return {text, std::find(text, text + length, '\0')};
     }
 
   private:
-    std::string m_bytes;
+    std::size_t Read(std::size_t at, char* bytes, std::size_t size) {
+        m_stream.clear();
+        m_stream.seekg(static_cast<std::streamoff>(at));
+        m_stream.read(bytes, static_cast<std::streamsize>(size));
+        return static_cast<std::size_t>(m_stream.gcount());
+    }
+
+    std::ifstream m_stream;
 };
 
 // Where in the file an address of the loaded image stands; 0: nowhere.
-std::size_t Place(const Bytes& bytes, std::size_t sections, WORD count, DWORD address) {
+std::size_t Place(Bytes& bytes, std::size_t sections, WORD count, DWORD address) {
     IMAGE_SECTION_HEADER section;
     for (WORD i = 0; i < count && bytes.Read(sections + i * sizeof section, section); ++i)
         if (address >= section.VirtualAddress && address - section.VirtualAddress < section.SizeOfRawData)
@@ -45,7 +46,7 @@ std::size_t Place(const Bytes& bytes, std::size_t sections, WORD count, DWORD ad
 } // namespace
 
 std::optional<ImageFile> ReadImageFile(const std::wstring& file) {
-    const Bytes bytes(file);
+    Bytes bytes(file);
     IMAGE_DOS_HEADER dos;
     DWORD signature = 0;
     IMAGE_FILE_HEADER header;

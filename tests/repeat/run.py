@@ -40,9 +40,11 @@ def programs(build: Path, leave_out: str) -> list[Program]:
     found: dict[str, Program] = {}
     for test in known_tests(build):
         properties = test["properties"]
-        if any(re.search(leave_out, label) for label in properties.get("LABELS", [])) or properties.get("DISABLED"):
-            continue
         case = program_of(test)
+        # A program of gtest cases runs whole, with those that are for the full run only.
+        labels = set(properties.get("LABELS", [])) - ({"full"} if case.gtest else set())
+        if any(re.search(leave_out, label) for label in labels) or properties.get("DISABLED"):
+            continue
         name = Path(next(a for a in case.command if a.endswith(".exe"))).stem if case.gtest else case.name
         if name not in found:
             command = [a for a in case.command if not a.startswith("--gtest_")]

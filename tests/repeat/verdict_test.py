@@ -118,8 +118,12 @@ plant(Planted.heapError "echo :err:heap: broken; ${good}")
 add_test(NAME native.silent COMMAND false)
 add_test(NAME disabled COMMAND false)
 set_tests_properties(disabled PROPERTIES DISABLED TRUE)
-add_test(NAME native.large COMMAND sh -c "exit 77")
-set_tests_properties(native.large PROPERTIES SKIP_RETURN_CODE 77)
+add_test(NAME native.large COMMAND true)
+plant(All/Long.case/one "${good}")
+plant(All/Long.case/two "${good}")
+set_tests_properties(native.large All/Long.case/one All/Long.case/two PROPERTIES LABELS "native;full")
+add_test(NAME labelled COMMAND true)
+set_tests_properties(labelled PROPERTIES LABELS native)
 """
 
 
@@ -138,17 +142,17 @@ class Runner(unittest.TestCase):
         Path("CMakeLists.txt").write_text(PROJECT.replace("@FOLDER@", str(Path.cwd())))
         subprocess.run(["cmake", "-G", "Ninja", "-S", ".", "-B", "build"], check=True, capture_output=True)
 
-    def run_tests(self, *arguments):
+    def run_tests(self, *arguments, full=False):
         said = io.StringIO()
         with contextlib.redirect_stdout(said):
-            exit_code = self.runner.run(self.runner.Session(Path.cwd() / "build"), ["-j4", "-Q", *arguments])
+            exit_code = self.runner.run(self.runner.Session(Path.cwd() / "build"), ["-j4", "-Q", *arguments], full)
         return exit_code, said.getvalue().rstrip().split("\n")
 
     def failed_by_number(self):
         return Path("build/Testing/Temporary/LastTestsFailed.log").read_text().split()
 
     def test_only_what_was_lost_is_run_again(self):
-        exit_code, said = self.run_tests()
+        exit_code, said = self.run_tests("-LE", "native")
         self.assertEqual(["4 lost by Wine and run again", "33% tests passed, 8 tests failed out of 12"], said[-2:])
         self.assertEqual(1, exit_code)
         failed = [line.split()[1] for line in said if line.startswith("FAILED: ")]
@@ -164,10 +168,22 @@ class Runner(unittest.TestCase):
                          (lambda code, said: (code, said[-2:]))(*self.run_tests("-R", "passes$")))
         self.assertEqual([], self.failed_by_number())
 
-    def test_what_leaves_itself_out_is_told_and_not_counted(self):
-        exit_code, said = self.run_tests("-R", "passes$|large")
-        self.assertEqual(["left out, for they need large packages: native.large; ./fcoe test --full runs them",
+    def test_what_is_for_the_full_run_is_told_and_not_counted(self):
+        exit_code, said = self.run_tests("-R", "passes$|large|All.Long")
+        self.assertEqual(["left out, for they take long or need large packages: native.large, 2 of All/Long.case; "
+                          "./fcoe test --full runs them",
                           "0 lost by Wine and run again", "100% tests passed, 0 tests failed out of 1"], said[-3:])
+        self.assertEqual(0, exit_code)
+
+    def test_labels_left_out_by_the_caller_stay_so(self):
+        self.assertEqual("100% tests passed, 0 tests failed out of 1", self.run_tests("-R", "passes$|labelled", "-LE", "native")[1][-1])
+
+    def test_nothing_but_what_is_for_the_full_run_is_told(self):
+        self.assertIn("native.large: ./fcoe test --full runs this", self.run_tests("-R", "large")[1])
+
+    def test_the_full_run_leaves_out_nothing(self):
+        exit_code, said = self.run_tests("-R", "passes$|large|All.Long", full=True)
+        self.assertEqual(["0 lost by Wine and run again", "100% tests passed, 0 tests failed out of 4"], said[-2:])
         self.assertEqual(0, exit_code)
 
     def test_what_was_lost_once_has_passed_and_is_counted(self):

@@ -17,7 +17,6 @@ import tempfile
 from collections import Counter
 from pathlib import Path
 
-SKIPPED = 77
 # What the scripted agent does for each page; the exit code that tells it.
 PAGES = {"healthy": ("two", 0), "names": ("two foreign", 0), "unread": ("two unread", 1), "targets": ("two false:targets", 1),
          "none": ("none", 0), "refusing": ("null", 4)}
@@ -148,8 +147,6 @@ def main() -> int:
     parser.add_argument("agent", type=Path, metavar="FAKE_AGENT")
     parser.add_argument("--picture", type=Path)
     options = parser.parse_args()
-    if "FCOE_FULL_TESTS" not in os.environ:
-        return SKIPPED
     if options.picture:
         options.picture.mkdir(parents=True, exist_ok=True)
     failed = 0

@@ -1,5 +1,6 @@
 // simctl watch
 #include <algorithm>
+#include <utility>
 
 #include <windows.h>
 
@@ -39,10 +40,20 @@ struct Seen {
     }
 };
 
+// Where the world stands: whose steps, and how many are taken.
+std::pair<std::string, std::uint32_t> Place(const std::optional<sim::TimelineStatus>& timeline) {
+    return timeline ? std::pair(timeline->script, timeline->taken) : std::pair(std::string(), 0u);
+}
+
+// All of one moment: a step that is taken meanwhile has everything read again.
 Seen Look() {
-    const InUse inUse = FindInUse();
-    return {CheckMoved(inUse), ReadState(), SourceText(inUse.source), sim::AllProcessWorlds(),
-            sim::TimelineOfConfigured()};
+    for (auto timeline = sim::TimelineOfConfigured();;) {
+        const InUse inUse = FindInUse();
+        Seen seen{CheckMoved(inUse), ReadState(), SourceText(inUse.source), sim::AllProcessWorlds(), timeline};
+        timeline = sim::TimelineOfConfigured();
+        if (Place(timeline) == Place(seen.timeline))
+            return seen;
+    }
 }
 
 std::string TimeNow() {

@@ -55,6 +55,16 @@ struct Outcome : simctl::Console {
     std::string err;
 };
 
+// For a verb that another thread runs.
+struct AwaitedOutcome : Outcome {
+    void Out(std::string_view text) override {
+        Outcome::Out(text);
+        hasWritten = true;
+    }
+
+    std::atomic<bool> hasWritten{false};
+};
+
 Outcome RunVerb(const std::vector<std::string>& arguments) {
     Outcome outcome;
     outcome.code = simctl::Run(outcome, arguments);
@@ -189,9 +199,10 @@ TEST_F(MovingWorld, WatchTellsWhatAStepChanges) {
     Write("world.json", MovingAdapter(AfterCalls(1, Replace(VLAN, "2"), OF_VLANS)));
     const LoadedLibrary library;
     const HBA_HANDLE handle = library.Open();
-    Outcome watch;
+    AwaitedOutcome watch;
     std::thread watching([&] { watch.code = simctl::Run(watch, {"watch", "--interval", "0.01", "--changes", "1"}); });
-    Sleep(100); // it may be late: it then tells what it finds
+    while (!watch.hasWritten) // what it found
+        Sleep(1);
     VlanOf(library, handle);
     watching.join();
     EXPECT_NE(std::string::npos, watch.out.find("; 1 of 1 step taken\n")) << watch.out;

@@ -97,7 +97,11 @@ class FakeHbaLibrary {
     // The mutex that guards the library; private to this process while the object lives.
     MutexProbe mutex;
 
-    bool Loaded() const { return loads > frees; }
+    // The frees first: what is loaded for the whole time counts so whatever is loaded and freed besides.
+    bool Loaded() const {
+        const int freed = frees;
+        return loads > freed;
+    }
     // How often a function was called.
     int CallsOf(std::string_view function) const;
     void ClearCalls();

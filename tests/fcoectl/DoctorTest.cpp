@@ -445,6 +445,11 @@ TEST_F(Doctor, TellsWhatTheListOfAdaptersLacked) {
     suite.Simulate(Topology(R"({"function": "ORVAN_GetFCAndNICProperties", "status": 1, "on_call": 1})"));
     EXPECT_THAT(Told("adapter"), HasSubstr("failure: Lab 1  {11111111-2222-4333-8444-555555555501}: not everything"));
     EXPECT_THAT(Advice(), HasSubstr("ORVAN_GetFCAndNICProperties failed"));
+    suite.Simulate(Topology(R"({"function": "ORVAN_GetFCAndNICProperties", "status": 1, "on_call": 1},
+                               {"function": "ORVAN_GetVlanIdList", "status": 3})"));
+    EXPECT_THAT(Told("adapter"), HasSubstr("not everything"));
+    EXPECT_THAT(Advice(),
+                AllOf(HasSubstr("ORVAN_GetFCAndNICProperties failed"), HasSubstr("VLANs: ORVAN_GetVlanIdList: ")));
 }
 
 TEST_F(Doctor, TellsOfAnAdapterThatIsSlow) {

@@ -106,15 +106,15 @@ struct Patient {
 void ExamineAdapter(Examination& examination, OwnLog& log, const QEL_FCOE_HBA& listed, const reading::Findings& found) {
     Patient patient{examination, log, listed.strDeviceId, {}, {}};
     const auto hbas = patient.Ask<QEL_FCOE_HBA>("adapter");
+    // The agent may have answered from what it kept of the list: nothing is asked then, and nothing fails anew.
+    if (patient.reasons.empty())
+        patient.TakeOver(found);
     patient.Ask<QEL_FCOE_FABRIC>("fabrics");
     patient.Ask<QEL_FCOE_PORT>("ports");
     patient.Ask<QEL_FCOE_TARGET>("targets");
     patient.Ask<QEL_FCOE_LUN>("LUNs");
     patient.Ask<QEL_FCOE_VLAN>("VLANs");
     patient.Ask<QEL_FCOE_STATISTIC>("counters");
-    // The agent may have answered from what it kept of the list: nothing is asked then, and nothing fails anew.
-    if (patient.reasons.empty())
-        patient.TakeOver(found);
     const std::string name = fmt::format("{}{}{}", ToUtf8(listed.strSecondId), listed.strSecondId.empty() ? "" : "  ",
                                          ToUtf8(listed.strDeviceId));
     const bool opened = !hbas.empty() && !hbas.front().strDeviceId.empty();

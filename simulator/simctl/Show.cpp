@@ -1,6 +1,7 @@
 // simctl show
 #include "simulator/simctl/CheckedFile.h"
 #include "simulator/simctl/InUse.h"
+#include "simulator/simctl/OneMoment.h"
 #include "simulator/simctl/ProcessLine.h"
 #include "simulator/simctl/TimelineLine.h"
 #include "simulator/simctl/Verbs.h"
@@ -31,32 +32,43 @@ std::string Hex(std::uint32_t fcId) {
     return "0x" + digits;
 }
 
-// All that is told. What a process sees is in none of the files: a file may have changed since it was looked at.
+// All that is told.
 struct Told {
-    InUse inUse = FindInUse();
-    CheckedFile checked = Check(inUse);
-    KeptState state = ReadState();
-    sim::WorldStatus world = sim::StatusOfConfigured();
-    std::optional<sim::TimelineStatus> timeline = sim::TimelineOfConfigured();
-    std::vector<sim::ProcessWorld> processes = sim::AllProcessWorlds();
-
-    // What the modules show: while the file is wrong, perhaps the one before it.
-    CheckedFile Shown() const {
-        if (!world.lastGoodInUse)
-            return CheckMoved(inUse);
-        const auto content = sim::ShownInConfigured();
-        return content ? CheckText(content->name, content->Document(), sim::Wide(content->folder)) : checked;
-    }
+    InUse inUse;
+    CheckedFile checked;
+    CheckedFile shown;
+    KeptState state;
+    sim::WorldStatus world;
+    std::optional<sim::TimelineStatus> timeline;
+    // What a process sees is in none of the files: a file may have changed since it was looked at.
+    std::vector<sim::ProcessWorld> processes;
 };
 
+// What the modules show: while the file is wrong, perhaps the one before it.
+CheckedFile Shown(const InUse& inUse, const sim::WorldStatus& world, const CheckedFile& checked) {
+    if (!world.lastGoodInUse)
+        return CheckMoved(inUse);
+    const auto content = sim::ShownInConfigured();
+    return content ? CheckText(content->name, content->Document(), sim::Wide(content->folder)) : checked;
+}
+
+Told Look() {
+    return OfOneMoment([](const std::optional<sim::TimelineStatus>& timeline) {
+        const InUse inUse = FindInUse();
+        const CheckedFile checked = Check(inUse);
+        const sim::WorldStatus world = sim::StatusOfConfigured();
+        return Told{inUse, checked,  Shown(inUse, world, checked), ReadState(),
+                    world, timeline, sim::AllProcessWorlds()};
+    });
+}
+
 ordered_json Document(const Told& told) {
-    const CheckedFile shown = told.Shown();
     ordered_json document{{"schema", "simctl/show"}, {"version", 1}, {"source", SourceCode(told.inUse.source)}};
     document["topology"] = told.checked.Document();
     document["topology_version"] = told.world.version;
     document["last_good_in_use"] = told.world.lastGoodInUse;
     document["adapters"] = ordered_json::array();
-    for (const auto& adapter : shown.Topology().adapters)
+    for (const auto& adapter : told.shown.Topology().adapters)
         document["adapters"].push_back({{"identifier", adapter.identifier},
                                         {"display_name", adapter.displayName},
                                         {"port_wwn", sim::WwnText(adapter.port.portWwn)},
@@ -89,16 +101,15 @@ std::string Content(const CheckedFile& checked) {
 }
 
 void Print(Console& console, const Told& told) {
-    const CheckedFile shown = told.Shown();
     console.Out(Line("topology", told.checked.name));
     console.Out(Line("chosen by", SourceText(told.inUse.source)));
     if (told.checked.IsGood())
-        console.Out(Line("content", Content(shown)));
+        console.Out(Line("content", Content(told.shown)));
     else if (told.world.lastGoodInUse)
-        console.Out(Line("content", "wrong: the last good one stays in use: " + shown.Content()));
+        console.Out(Line("content", "wrong: the last good one stays in use: " + told.shown.Content()));
     else
         console.Out(Line("content", "wrong: every simulated function fails"));
-    for (const auto& adapter : shown.IsGood() ? shown.Topology().adapters : std::vector<sim::Adapter>())
+    for (const auto& adapter : told.shown.IsGood() ? told.shown.Topology().adapters : std::vector<sim::Adapter>())
         console.Out(Line("adapter", adapter.identifier + " " + adapter.displayName + ": " +
                                         std::to_string(adapter.targets.size()) + " targets, " +
                                         std::to_string(LunsOf(adapter)) + " logical units, " +
@@ -120,7 +131,7 @@ void Print(Console& console, const Told& told) {
 } // namespace
 
 int Show(Console& console, bool json) {
-    const Told told;
+    const Told told = Look();
     if (json)
         console.OutJson(Document(told));
     else

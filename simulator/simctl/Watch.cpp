@@ -6,6 +6,7 @@
 
 #include "simulator/simctl/CheckedFile.h"
 #include "simulator/simctl/InUse.h"
+#include "simulator/simctl/OneMoment.h"
 #include "simulator/simctl/ProcessLine.h"
 #include "simulator/simctl/TimelineLine.h"
 #include "simulator/simctl/Verbs.h"
@@ -40,20 +41,11 @@ struct Seen {
     }
 };
 
-// Where the world stands: whose steps, and how many are taken.
-std::pair<std::string, std::uint32_t> Place(const std::optional<sim::TimelineStatus>& timeline) {
-    return timeline ? std::pair(timeline->script, timeline->taken) : std::pair(std::string(), 0u);
-}
-
-// All of one moment: a step that is taken meanwhile has everything read again.
 Seen Look() {
-    for (auto timeline = sim::TimelineOfConfigured();;) {
+    return OfOneMoment([](const std::optional<sim::TimelineStatus>& timeline) {
         const InUse inUse = FindInUse();
-        Seen seen{CheckMoved(inUse), ReadState(), SourceText(inUse.source), sim::AllProcessWorlds(), timeline};
-        timeline = sim::TimelineOfConfigured();
-        if (Place(timeline) == Place(seen.timeline))
-            return seen;
-    }
+        return Seen{CheckMoved(inUse), ReadState(), SourceText(inUse.source), sim::AllProcessWorlds(), timeline};
+    });
 }
 
 std::string TimeNow() {

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "FcoeAgent/CoreAgentPvt.h"
+#include "simulator/simctl/OneMoment.h"
 #include "simulator/simctl/Run.h"
 #include "simulator/topology/Text.h"
 #include "tests/kit/ImportPatch.h"
@@ -208,6 +209,20 @@ TEST_F(MovingWorld, WatchTellsWhatAStepChanges) {
     EXPECT_NE(std::string::npos, watch.out.find("; 1 of 1 step taken\n")) << watch.out;
     EXPECT_NE(std::string::npos, watch.out.find("/adapters/0/vlans/0/id: 1 -> 2\n")) << watch.out;
     EXPECT_EQ(std::string::npos, watch.out.find("/timeline")) << watch.out;
+}
+
+TEST_F(MovingWorld, AStepThatIsTakenMeanwhileHasAllReadAgain) {
+    Write("world.json", MovingAdapter(AfterCalls(1, Replace(VLAN, "2"), OF_VLANS)));
+    const LoadedLibrary library;
+    const HBA_HANDLE handle = library.Open();
+    unsigned reads = 0;
+    const auto taken = simctl::OfOneMoment([&](const std::optional<sim::TimelineStatus>& timeline) {
+        if (++reads == 1)
+            VlanOf(library, handle);
+        return timeline->taken;
+    });
+    EXPECT_EQ(2u, reads);
+    EXPECT_EQ(1u, taken);
 }
 
 TEST_F(MovingWorld, AScriptIsPlayed) {

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "FcoeAgent/OrvanDcb.h"
+#include "tools/reading/Apartment.h"
 #include "tools/reading/Text.h"
 #include "tools/recording/Questions.h"
 
@@ -22,21 +23,6 @@ using Service = std::unique_ptr<SC_HANDLE, CloseService>;
 
 struct Release {
     void operator()(IOrvanDcbIoControl* object) const { object->Release(); }
-};
-
-// The multithreaded apartment for as long as the object lives, as an agent joins it.
-class Apartment {
-  public:
-    Apartment() : m_result(CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
-    ~Apartment() {
-        if (SUCCEEDED(m_result))
-            CoUninitialize();
-    }
-    Apartment(const Apartment&) = delete;
-    Apartment& operator=(const Apartment&) = delete;
-
-  private:
-    HRESULT m_result;
 };
 
 bool IsRunning() {
@@ -68,7 +54,7 @@ template <class State> void Take(Reply& reply, HRESULT result, const State& stat
 } // namespace
 
 void AskDcb(Session& session, const std::string& adapter) {
-    const Apartment apartment;
+    const reading::Apartment apartment;
     std::unique_ptr<IOrvanDcbIoControl, Release> service;
     session.Ask({.function = "CreateInstance"},
                 [&](Reply& reply) { reply.status = static_cast<std::uint32_t>(Connect(service)); });

@@ -6,6 +6,7 @@
 #include "FcoeAgent/OrvanDcb.h"
 #include "tools/fcoectl/Text.h"
 #include "tools/fcoectl/doctor/Checks.h"
+#include "tools/reading/Apartment.h"
 
 namespace fcoectl {
 namespace {
@@ -14,21 +15,6 @@ constexpr wchar_t SERVICE[] = L"OrvanDCB";
 constexpr wchar_t CLASS[] = L"OrvanDCB.IoControl.1";
 constexpr char NO_LINK_STATE[] = "The link state of online ports cannot be read.";
 constexpr char REINSTALL[] = "Install the suite's DCB service anew.";
-
-// The multithreaded apartment for as long as the object lives, as the agent joins it.
-class Apartment {
-  public:
-    Apartment() : m_result(CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
-    ~Apartment() {
-        if (SUCCEEDED(m_result))
-            CoUninitialize();
-    }
-    Apartment(const Apartment&) = delete;
-    Apartment& operator=(const Apartment&) = delete;
-
-  private:
-    HRESULT m_result;
-};
 
 } // namespace
 
@@ -60,7 +46,7 @@ void CheckDcbService(Examination& examination) {
 }
 
 void CheckDcbClass(Examination& examination) {
-    const Apartment apartment;
+    const reading::Apartment apartment;
     CLSID id{};
     if (FAILED(CLSIDFromProgID(CLASS, &id)))
         return examination.Fail(fmt::format("The class {} is not registered. {}", ToUtf8(CLASS), NO_LINK_STATE),

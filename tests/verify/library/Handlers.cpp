@@ -58,7 +58,7 @@ HBA_STATUS Statistics(HBA_HANDLE handle, HBA_UINT32 port, HBA_PORTSTATISTICS* st
     static std::atomic<HBA_INT64> calls;
     const HBA_STATUS status = Real().table.GetPortStatisticsHandler(RealHandle(handle), port, statistics);
     if (Is("counters go back"))
-        statistics->TxFrames -= ++calls * 10'000'000;
+        statistics->TxFrames = 1'000'000'000 - ++calls;
     if (Is("negative counter"))
         statistics->RxFrames = -5;
     return status;

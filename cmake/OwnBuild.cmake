@@ -13,6 +13,7 @@ else()
   add_compile_options($<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-Wno-restrict) # GCC 12 imagines overlaps in string concatenation
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fpch-preprocess>) # the compiler cache keeps nothing with precompiled headers else
   endif()
 endif()
 

@@ -3,7 +3,7 @@ read again while it, all that it includes, its .clang-tidy files and its command
 
 Most of the time of a test's source goes to the headers of gtest and Windows. Those of one program are therefore read in
 batches: one source that includes all headers once and then each file in a namespace of its own. A batch that does not
-compile is read file by file.
+compile is read file by file. Precompiled headers are GCC's, and would hide what a file does not include itself: they are left out.
 
 usage: tidy.py --build DIR [--fresh] [FOLDER ...]
 
@@ -25,7 +25,9 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent.parent
 FINDING = re.compile(r"^(\S+?):\d+:\d+: (?:warning|error): ")
 BATCH = 8
-BATCHES = ROOT / "build/lint/batches"
+PRECOMPILED = re.compile(r" -Winvalid-pch\b| -fpch-preprocess\b| -include \S+/cmake_pch\.hxx")
+DATABASE = ROOT / "build/lint"
+BATCHES = DATABASE / "batches"
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 
 
@@ -81,7 +83,7 @@ class Batch:
             found = self.together()
             if not any("[clang-diagnostic-error]" in line or "clang-tidy ended" in line for line in found):
                 return found
-        return [line for file in self.files for line in clang_tidy(file, self.build)]
+        return [line for file in self.files for line in clang_tidy(file, DATABASE)]
 
     def together(self) -> list[str]:
         folder = BATCHES / str(self.number)
@@ -120,7 +122,8 @@ def main() -> int:
     parser.add_argument("--fresh", action="store_true")
     parser.add_argument("folders", nargs="*")
     options = parser.parse_args()
-    clean_file = ROOT / "build/lint/clean.json"
+    DATABASE.mkdir(parents=True, exist_ok=True)
+    clean_file = DATABASE / "clean.json"
     clean = {} if options.fresh or not clean_file.exists() else json.loads(clean_file.read_text())
 
     tracked = set(subprocess.run(["git", "-C", ROOT, "ls-files", "--cached", "--others", "--exclude-standard", "*.cpp"],
@@ -129,7 +132,7 @@ def main() -> int:
     for entry in json.loads((options.build / "compile_commands.json").read_text()):
         path = Path(entry["directory"], entry["file"]).resolve()
         if path.is_relative_to(ROOT) and str(path.relative_to(ROOT)) in tracked:
-            commands.setdefault(path, entry.get("command", ""))
+            commands.setdefault(path, PRECOMPILED.sub("", entry.get("command", "")))
     inputs = Inputs(options.build)
     chosen = {file: str(file.relative_to(ROOT)) for file in commands
               if not options.folders or str(file.relative_to(ROOT)).startswith(tuple(options.folders))}
@@ -137,7 +140,8 @@ def main() -> int:
     waiting = [file for file, name in chosen.items() if clean.get(name) != digests[file]]
     begin = time.monotonic()
     findings: dict[str, None] = {}
-    clean_file.parent.mkdir(parents=True, exist_ok=True)
+    (DATABASE / "compile_commands.json").write_text(json.dumps(
+        [{"directory": str(options.build), "command": command, "file": str(file)} for file, command in commands.items()]))
     shutil.rmtree(BATCHES, ignore_errors=True)
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         running = {pool.submit(batch.tidy): batch for batch in batches(waiting, commands, options.build)}

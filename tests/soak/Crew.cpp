@@ -1,5 +1,6 @@
 #include "tests/soak/Crew.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include <fmt/format.h>

@@ -58,19 +58,20 @@ TEST(GuardHeapChild, DISABLED_ReadBehindABlock) {
 }
 
 TEST(GuardHeapChild, DISABLED_WriteBehindABlock) {
-    Block(100)[112] = 1;
+    volatile char* const block = Block(100);
+    block[112] = 1;
 }
 
 TEST(GuardHeapChild, DISABLED_WriteJustBehindAnOddBlock) {
-    char* const block = Block(99);
+    volatile char* const block = Block(99);
     block[99] = 1;
-    std::free(block);
+    std::free(const_cast<char*>(block));
 }
 
 TEST(GuardHeapChild, DISABLED_WriteBeforeABlock) {
-    char* const block = Block(64);
+    volatile char* const block = Block(64);
     block[-1] = 1;
-    std::free(block);
+    std::free(const_cast<char*>(block));
 }
 
 TEST(GuardHeapChild, DISABLED_ReadAFreedBlock) {

@@ -131,8 +131,13 @@ def main() -> int:
     commands: dict[Path, str] = {}
     for entry in json.loads((options.build / "compile_commands.json").read_text()):
         path = Path(entry["directory"], entry["file"]).resolve()
-        if path.is_relative_to(ROOT) and str(path.relative_to(ROOT)) in tracked:
-            commands.setdefault(path, PRECOMPILED.sub("", entry.get("command", "")))
+        # The build has batches of tests, too, each a source that it writes.
+        written = path.is_relative_to(options.build) and path.exists()
+        for name in INCLUDE.findall(path.read_text()) if written else [str(path)]:
+            file = ROOT / name
+            if file.is_relative_to(ROOT) and str(file.relative_to(ROOT)) in tracked:
+                command = entry.get("command", "").replace(entry["file"], str(file))
+                commands.setdefault(file, PRECOMPILED.sub("", command))
     inputs = Inputs(options.build)
     chosen = {file: str(file.relative_to(ROOT)) for file in commands
               if not options.folders or str(file.relative_to(ROOT)).startswith(tuple(options.folders))}

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/fcoectl/Host.h"
+#include "tests/kit/TestData.h"
 #include "tools/fcoectl/Commands.h"
 
 using testing::HasSubstr;
@@ -39,7 +40,7 @@ class Forms : public testing::TestWithParam<std::string> {
         arguments.insert(arguments.end(), options.begin(), options.end());
         Host host(L"two");
         if (GetParam().starts_with("log "))
-            arguments.insert(arguments.end(), {"--file", FCOE_TEST_DATA "/log/FcoeAgnt.txt"});
+            arguments.insert(arguments.end(), {"--file", (TestData() / "log/FcoeAgnt.txt").string()});
         return GetParam() == "explain" || GetParam().starts_with("log ") ? host.RunPlain(arguments)
                                                                          : host.Run(arguments);
     }

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/fcoectl/Host.h"
+#include "tests/kit/TestData.h"
 #include "tools/fcoectl/Codes.h"
 #include "tools/fcoectl/Commands.h"
 #include "tools/fcoectl/Examples.h"
@@ -113,7 +114,7 @@ TEST_P(HelpExample, IsWhatTheCommandPrints) {
     ASSERT_EQ("fcoectl", arguments.front());
     arguments.erase(arguments.begin());
     Host host;
-    const InFolder folder(std::filesystem::path(FCOE_TEST_DATA) / "log");
+    const InFolder folder(TestData() / "log");
     const Answer answer = TakesAgent(GetParam()) ? host.Run(arguments) : host.RunPlain(arguments);
     EXPECT_EQ(0, answer.exit);
     EXPECT_EQ(example->output, answer.out);

@@ -7,6 +7,7 @@
 
 #include "tests/fcoectl/Host.h"
 #include "tests/fcoectl/LogFolders.h"
+#include "tests/kit/TestData.h"
 #include "tools/fcoectl/Text.h"
 
 using testing::AllOf;
@@ -16,7 +17,7 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr char SAMPLE[] = FCOE_TEST_DATA "/log/FcoeAgnt.txt";
+const std::string SAMPLE = (TestData() / "log/FcoeAgnt.txt").string();
 
 Answer Log(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "log");

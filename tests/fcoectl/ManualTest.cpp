@@ -8,6 +8,7 @@
 
 #include "tests/fcoectl/Host.h"
 #include "tests/kit/PrivateHive.h"
+#include "tests/kit/TestData.h"
 #include "tools/fcoectl/Codes.h"
 #include "tools/fcoectl/Commands.h"
 #include "tools/fcoectl/Examples.h"
@@ -20,7 +21,7 @@ namespace {
 constexpr char TEMP[] = "C:\\Temp"; // the folder for temporary files of the transcripts
 
 std::string ManualText() {
-    const std::string text = ReadFileBytes(std::filesystem::path(FCOE_TEST_DATA) / "../../docs/fcoectl.md");
+    const std::string text = ReadFileBytes(SourceFolder() / "docs/fcoectl.md");
     EXPECT_FALSE(text.empty()) << "docs/fcoectl.md cannot be read";
     return text;
 }
@@ -116,7 +117,7 @@ TEST_F(Manual, ListsEveryCommandAndKey) {
         std::istringstream words(name + " --json");
         std::vector<std::string> arguments{std::istream_iterator<std::string>(words), {}};
         if (command.takes & fcoectl::TAKES_LOG_FILE)
-            arguments.insert(arguments.end(), {"--file", FCOE_TEST_DATA "/log/FcoeAgnt.txt"});
+            arguments.insert(arguments.end(), {"--file", (TestData() / "log/FcoeAgnt.txt").string()});
         if (command.takes & fcoectl::TAKES_REQUEST)
             arguments.emplace_back("2");
         const bool agent = command.takes & fcoectl::TAKES_AGENT;

@@ -1,4 +1,5 @@
 // The main of every program of gtest cases.
+#include <cstdio>
 #include <cstdlib>
 
 #include <gtest/gtest.h>
@@ -7,6 +8,8 @@
 #include "tests/kit/GuardHeap.h"
 
 int main(int argc, char** argv) {
+    // In blocks, which gtest flushes: else each character is a call of the system.
+    std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
     GuardHeap::InstallIfAsked();
     InstallCrashReport();
     // One case runs for seconds; a program that runs all of them may ask for more.

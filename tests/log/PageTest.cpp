@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/kit/TempFolder.h"
+#include "tests/kit/TestData.h"
 #include "tools/log/MessageTable.h"
 
 namespace {
@@ -16,7 +17,7 @@ using agentlog::Weight;
 
 // The lines, as patterns with "..." in them, of the tables below each heading of the page.
 std::vector<std::pair<std::string, std::string>> PageLines() {
-    std::istringstream page(ReadFileBytes(std::filesystem::path(FCOE_TEST_DATA) / "../../docs/log.md"));
+    std::istringstream page(ReadFileBytes(SourceFolder() / "docs/log.md"));
     static const std::regex code("`([^`]+)`");
     std::vector<std::pair<std::string, std::string>> lines;
     std::string heading;

@@ -1,4 +1,5 @@
 #include "tests/log/Sources.h"
+#include "tests/kit/TestData.h"
 
 #include <filesystem>
 #include <regex>
@@ -12,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 
 fs::path Project() {
-    return fs::path(FCOE_TEST_DATA).parent_path().parent_path();
+    return SourceFolder();
 }
 
 // Wide literals that have a blank are sentences; these are not for the log, or are its frame.

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/kit/TestData.h"
 #include "tests/reading/ReadingHost.h"
 
 namespace {
@@ -63,7 +64,7 @@ Json Generated(unsigned number) {
 TEST(HealthyTopologies, OfTheTestDataAreComplete) {
     ReadingHost host;
     int checked = 0;
-    for (const auto& file : std::filesystem::directory_iterator(std::filesystem::path(FCOE_TEST_DATA) / "topologies")) {
+    for (const auto& file : std::filesystem::directory_iterator(TestData() / "topologies")) {
         std::ifstream stream(file.path());
         const Json topology = Json::parse(stream, nullptr, false, true);
         const std::string text = topology.dump();

@@ -8,6 +8,7 @@
 
 #include "simulator/topology/Topology.h"
 #include "tests/kit/TempFolder.h"
+#include "tests/kit/TestData.h"
 #include "tests/recording/Playback.h"
 
 namespace {
@@ -42,7 +43,7 @@ std::string TextOf(const std::filesystem::path& file) {
     return topology.dump();
 }
 
-std::vector<std::string> FilesIn(const std::string& folder) {
+std::vector<std::string> FilesIn(const std::filesystem::path& folder) {
     std::vector<std::string> names;
     for (const auto& file : std::filesystem::directory_iterator(folder))
         if (file.path().extension() == ".json")
@@ -55,20 +56,21 @@ std::vector<std::string> FilesIn(const std::string& folder) {
 
 TEST(RecordingOf, WhatAReportTells) {
     Playback playback;
-    for (const char* file :
-         {FCOE_WORLDS "/dual-fabric.json", FCOE_WORLDS "/broken-targets.json", FCOE_WORLDS "/dcb-misconfigured.json"})
+    for (const char* world : {"dual-fabric.json", "broken-targets.json", "dcb-misconfigured.json"}) {
+        const std::string file = (SourceFolder() / "share/topologies" / world).string();
         playback.ExpectRecordedSame(file, TextOf(file), {"report"});
+    }
 }
 
 TEST(RecordingOf, TheTestData) {
     Playback playback;
-    for (const std::string& file : FilesIn(FCOE_TEST_DATA "/topologies"))
+    for (const std::string& file : FilesIn(TestData() / "topologies"))
         playback.ExpectRecordedSame(file, TextOf(file), ReadingCommands());
 }
 
 TEST(RecordingOf, TheWorlds) {
     Playback playback;
-    for (const std::string& file : FilesIn(FCOE_WORLDS))
+    for (const std::string& file : FilesIn(SourceFolder() / "share/topologies"))
         playback.ExpectRecordedSame(file, TextOf(file), ReadingCommands());
 }
 

@@ -5,6 +5,7 @@
 
 #include "simulator/topology/Text.h"
 #include "simulator/topology/TopologyReader.h"
+#include "tests/kit/TestData.h"
 
 namespace {
 
@@ -362,7 +363,7 @@ TEST(FaultWarnings, OfAMissingFunction) {
 // The built-in topology, the example of the guide and the files of other tests, but for those that are odd on purpose.
 TEST(Warnings, OfTheFilesOfTheProject) {
     std::vector<std::string> warnings;
-    for (const auto& entry : fs::directory_iterator(fs::path(FCOE_TEST_DATA) / "topologies")) {
+    for (const auto& entry : fs::directory_iterator(TestData() / "topologies")) {
         if (entry.path().extension() != ".json")
             continue;
         for (const auto& warning : sim::CheckTopology(sim::ReadFile(entry.path()), entry.path().parent_path()).warnings)

@@ -3,6 +3,7 @@
 
 #include "simulator/topology/HexFile.h"
 #include "simulator/topology/Text.h"
+#include "tests/kit/TestData.h"
 #include "tests/simulator/LoadedLibrary.h"
 
 namespace {
@@ -45,7 +46,7 @@ template <class List, class Function> void ExpectHonestCounts(Function function,
 }
 
 std::vector<std::uint8_t> Recorded(const char* file) {
-    return sim::ReadHexFile(std::filesystem::path(FCOE_TEST_DATA) / "scsi" / file);
+    return sim::ReadHexFile(TestData() / "scsi" / file);
 }
 
 } // namespace
@@ -171,10 +172,7 @@ class Scsi : public testing::Test {
         return OneAdapter(R"(, "targets": [{"port_wwn": "50:06:02:6B:00:00:00:01")" + target + R"(, "luns": [{)" + lun +
                           "}]}]");
     }
-    static std::string File(const char* name) {
-        return "\"" + std::filesystem::path(std::filesystem::path(FCOE_TEST_DATA) / "scsi" / name).generic_string() +
-               "\"";
-    }
+    static std::string File(const char* name) { return "\"" + (TestData() / "scsi" / name).generic_string() + "\""; }
     HBA_STATUS Inquiry(const LoadedLibrary& library, HBA_UINT8 evpd, HBA_UINT32 page, HBA_UINT64 lun = 0) {
         return library.Table().ScsiInquiryHandler(library.Open(), TARGET, lun, evpd, page, rsp, sizeof rsp, sense,
                                                   sizeof sense);

@@ -9,6 +9,7 @@
 #include "simulator/topology/Topology.h"
 #include "tests/kit/ProgramFolder.h"
 #include "tests/kit/StartProcess.h"
+#include "tests/kit/TestData.h"
 
 namespace {
 
@@ -43,7 +44,7 @@ Outcome RunSimctl(const std::wstring& arguments) {
 }
 
 std::wstring Data(const char* name) {
-    return (std::filesystem::path(FCOE_TEST_DATA) / "topologies" / name).wstring();
+    return (TestData() / "topologies" / name).wstring();
 }
 
 } // namespace

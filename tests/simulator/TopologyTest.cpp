@@ -9,12 +9,13 @@
 #include "simulator/topology/Topology.h"
 #include "tests/kit/PrivateHive.h"
 #include "tests/kit/TempFolder.h"
+#include "tests/kit/TestData.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path DATA = FCOE_TEST_DATA;
+const fs::path DATA = TestData();
 constexpr char MINIMAL[] = R"({"adapters": [{"identifier": "{11111111-2222-4333-8444-555555555501}",
     "mac": "02:05:7C:00:00:01", "port": {"node_wwn": "10:00:02:05:7C:00:00:01",
     "port_wwn": "20:00:02:05:7C:00:00:01", "fc_id": "0x010203", "fabric_name": "10:00:02:4E:90:00:01:00"},
@@ -87,7 +88,7 @@ TEST(Topology, AcceptsTheFilesOfTheProject) {
 }
 
 TEST(Topology, AcceptsTheExampleOfTheGuide) {
-    const std::string guide = sim::ReadFile(fs::path(FCOE_DOCS) / "simulator.md");
+    const std::string guide = sim::ReadFile(SourceFolder() / "docs/simulator.md");
     const auto start = guide.find("```json\n");
     ASSERT_NE(std::string::npos, start);
     const auto end = guide.find("\n```", start);
@@ -96,7 +97,7 @@ TEST(Topology, AcceptsTheExampleOfTheGuide) {
 
 // The guide names every function that a fault can be declared for.
 TEST(Topology, GuideListsEachFunction) {
-    const std::string guide = sim::ReadFile(fs::path(FCOE_DOCS) / "simulator.md");
+    const std::string guide = sim::ReadFile(SourceFolder() / "docs/simulator.md");
     for (const auto name : sim::FUNCTION_NAMES)
         EXPECT_NE(std::string::npos, guide.find("`" + std::string(name) + "`")) << name;
 }

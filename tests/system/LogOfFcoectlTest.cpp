@@ -4,6 +4,7 @@
 
 #include "tests/kit/SuiteHost.h"
 #include "tests/kit/TempFolder.h"
+#include "tests/kit/TestData.h"
 #include "tools/fcoectl/Run.h"
 #include "tools/fcoectl/Text.h"
 
@@ -35,7 +36,7 @@ std::string Name(const std::filesystem::path& file) {
 
 TEST(LogOfFcoectl, IsNamedWhereverTheAgentWritesIt) {
     SuiteHost host;
-    host.Simulate(ReadFileBytes(std::filesystem::path(FCOE_TEST_DATA) / "topologies/first-adapter-fails.json"));
+    host.Simulate(ReadFileBytes(TestData() / "topologies/first-adapter-fails.json"));
     EXPECT_THAT(Said(), HasSubstr("The agent's log is " + Name(host.LogFile()) + ".\n"));
 
     const TempFolder temporary;

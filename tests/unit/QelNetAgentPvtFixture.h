@@ -4,11 +4,20 @@
 #include <array>
 #include <cstddef>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "Common/Src/QelNetAgentPvt.h"
+
+// Beside the record, where the assertions look for them.
+inline bool operator==(const QEL_RESULT& a, const QEL_RESULT& b) {
+    return a.ulErrCode == b.ulErrCode && a.ulDetail == b.ulDetail;
+}
+inline void PrintTo(const QEL_RESULT& result, std::ostream* out) {
+    *out << "{" << result.ulErrCode << ", " << result.ulDetail << "}";
+}
 
 using Messages = std::vector<std::string>;
 using Names = std::vector<CQelString>;

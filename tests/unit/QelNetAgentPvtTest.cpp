@@ -5,7 +5,6 @@
 #include <cstring>
 #include <functional>
 #include <new>
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -18,14 +17,6 @@
 #include "tests/kit/PrivateHive.h"
 #include "tests/unit/FakeCoreAgent.h"
 #include "tests/unit/QelNetAgentPvtFixture.h"
-
-// Beside the record, where the assertions look for them.
-static bool operator==(const QEL_RESULT& a, const QEL_RESULT& b) {
-    return a.ulErrCode == b.ulErrCode && a.ulDetail == b.ulDetail;
-}
-static void PrintTo(const QEL_RESULT& result, std::ostream* out) {
-    *out << "{" << result.ulErrCode << ", " << result.ulDetail << "}";
-}
 
 namespace {
 

@@ -75,10 +75,6 @@ std::string ProgramFile(const std::wstring& name) {
     return sim::Utf8((ProgramFolder() / name).wstring());
 }
 
-std::wstring SourceFile(const std::string& name) {
-    return sim::Wide(FCOE_SOURCES "/" + name);
-}
-
 Printed RunSimctl(const std::vector<std::string>& arguments) {
     Captured console;
     const int code = simctl::Run(console, arguments);

@@ -42,8 +42,6 @@ class Variable {
 
 // A file beside the program, for a command line.
 std::string ProgramFile(const std::wstring& name);
-// A file below the project's folder.
-std::wstring SourceFile(const std::string& name);
 // What simctl prints, run in this process; the asking ones are others.
 struct Printed {
     int code = -1;

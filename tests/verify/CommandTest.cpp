@@ -11,6 +11,7 @@
 #include "tests/kit/ProgramFolder.h"
 #include "tests/kit/StartProcess.h"
 #include "tests/kit/TempFolder.h"
+#include "tests/kit/TestData.h"
 #include "tests/verify/Asked.h"
 
 using testing::EndsWith;
@@ -21,7 +22,7 @@ namespace {
 
 class Verify : public testing::Test {
   protected:
-    const Variable m_topology{L"ORVAN_SIM_TOPOLOGY", SourceFile("simulator/topology/default.json")};
+    const Variable m_topology{L"ORVAN_SIM_TOPOLOGY", (SourceFolder() / "simulator/topology/default.json").wstring()};
     TempFolder m_folder;
 
     std::string Put(const char* name, const std::string& bytes) const {

@@ -7,6 +7,7 @@
 #include "simulator/topology/FunctionTraits.h"
 #include "simulator/topology/Functions.h"
 #include "tests/kit/TempFolder.h"
+#include "tests/kit/TestData.h"
 #include "tests/verify/Asked.h"
 
 namespace {
@@ -50,7 +51,7 @@ class FaultKinds : public testing::Test {
   protected:
     // What is told of the function in the built-in world with this fault.
     std::set<std::string> CodesOf(const Named& function, const std::string& fault, unsigned slowMs = NOT_SLOW_MS) {
-        auto world = nlohmann::json::parse(ReadFileBytes(SourceFile("simulator/topology/default.json")));
+        auto world = nlohmann::json::parse(ReadFileBytes(SourceFolder() / "simulator/topology/default.json"));
         auto declared = nlohmann::json::parse("{" + fault + "}");
         declared["function"] = function.name;
         world["faults"] = {declared};

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "simulator/topology/Text.h"
+#include "tests/kit/TestData.h"
 #include "tests/verify/Asked.h"
 #include "tests/verify/Planted.h"
 
@@ -90,7 +91,7 @@ const Planted PLANTED[] = {
 
 class DeviatingLibrary : public testing::TestWithParam<Planted> {
   protected:
-    const Variable m_topology{L"ORVAN_SIM_TOPOLOGY", SourceFile("simulator/topology/default.json")};
+    const Variable m_topology{L"ORVAN_SIM_TOPOLOGY", (SourceFolder() / "simulator/topology/default.json").wstring()};
     const Variable m_deviation{L"VERIFY_DEVIATION", sim::Wide(GetParam().deviation)};
 };
 

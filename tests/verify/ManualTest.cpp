@@ -6,6 +6,7 @@
 
 #include "simulator/verify/Rules.h"
 #include "tests/kit/TempFolder.h"
+#include "tests/kit/TestData.h"
 #include "tests/verify/Asked.h"
 
 using testing::HasSubstr;
@@ -23,7 +24,7 @@ std::size_t Rows(const std::string& page) {
 } // namespace
 
 TEST(NeighboursPage, HasAllRulesAndNoOther) {
-    const std::string page = ReadFileBytes(SourceFile("docs/neighbours.md"));
+    const std::string page = ReadFileBytes(SourceFolder() / "docs/neighbours.md");
     EXPECT_THAT(page, HasSubstr("## The vendor library\n\n" + RuleTable(Neighbour::Library) + "\n"));
     EXPECT_THAT(page, HasSubstr("## The core agent\n\n" + RuleTable(Neighbour::CoreAgent)));
     constexpr std::size_t OPTIONS = 5;

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "simulator/simctl/CheckedFile.h"
+#include "tests/kit/TestData.h"
 #include "tests/verify/Asked.h"
 
 namespace {
@@ -25,7 +26,7 @@ constexpr char MOVING[] = "flapping-port";
 
 TEST(Worlds, OursPass) {
     std::size_t worlds = 0, broken = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(SourceFile("share/topologies"))) {
+    for (const auto& entry : std::filesystem::directory_iterator(SourceFolder() / "share/topologies")) {
         const std::string name = entry.path().stem().string();
         if (entry.path().extension() != ".json" || name == MOVING)
             continue;

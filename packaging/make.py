@@ -51,7 +51,7 @@ def install(build: Path, component: str, prefix: Path) -> None:
 
 def pack(files: dict[str, Path], file: Path) -> None:
     """files: by the name that each has in the archive."""
-    with zipfile.ZipFile(file, "w", zipfile.ZIP_DEFLATED, compresslevel=9) as archive:
+    with zipfile.ZipFile(file, "w", zipfile.ZIP_DEFLATED) as archive:
         for name, path in sorted(files.items()):
             entry = zipfile.ZipInfo(name, EARLIEST)
             entry.compress_type = zipfile.ZIP_DEFLATED

@@ -113,6 +113,8 @@ class Downloads(unittest.TestCase):
             for entry in archive.namelist():
                 self.assertFalse(str(ROOT).encode() in archive.read(entry), f"{name} {entry}")
 
+
+class DownloadsAgain(unittest.TestCase):
     def test_are_equal_when_they_are_made_again(self):
         files = sorted((output() / "package").iterdir())
         before = {file: file.read_bytes() for file in files}

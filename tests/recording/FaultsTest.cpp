@@ -22,7 +22,7 @@ constexpr char ADAPTER[] = R"({"adapters": [
 
 struct Function {
     const char* name;
-    std::vector<std::string> commands; // that show it
+    std::vector<std::string> commands; // that show it, and ask once: again, the agent may have kept the failure or not
     std::string ways; // "g" garbage, "G" on all calls alone, "h" an HRESULT, "u" unterminated, "c" counts, "t" throws
 };
 
@@ -74,7 +74,7 @@ TEST(RecordedFaults, OfRecords) {
 
 TEST(RecordedFaults, OfLists) {
     ExpectSame({{"ORVAN_GetFCPortList", {"ports", "luns"}, "gct"},
-                {"ORVAN_GetTargetList", {"luns", "tree"}, "gct"},
+                {"ORVAN_GetTargetList", {"luns", "targets"}, "gct"},
                 {"GetFcpTargetMapping", {"luns"}, "gcut"},
                 {"ORVAN_GetVlanIdList", {"vlans"}, "gct"}});
 }

@@ -49,6 +49,8 @@ SCRIPTS = ("", "two", "none", "unread", "false:luns", "refuse:203", "refuse:seco
 
 def fcoectl(*arguments: str, script: str = "") -> str:
     done = subprocess.run([*RUN, *arguments], capture_output=True, env={**os.environ, "FAKE_AGENT": script})
+    if not done.stdout:
+        raise AssertionError(f"{arguments} with the agent's script {script!r} wrote nothing, ended with {done.returncode}: {done.stderr}")
     return done.stdout.decode()
 
 

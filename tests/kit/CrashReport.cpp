@@ -14,6 +14,10 @@ namespace {
 
 std::vector<DWORD64> Walk(CONTEXT context) {
     std::vector<DWORD64> frames;
+    if (!context.Rip) { // a null function was called: by whom?
+        context.Rip = *reinterpret_cast<DWORD64*>(context.Rsp);
+        context.Rsp += 8;
+    }
     while (frames.size() < 40 && context.Rip) {
         frames.push_back(context.Rip - (frames.empty() ? 0 : 1));
         DWORD64 base = 0, frame = 0;

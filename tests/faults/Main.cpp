@@ -2,16 +2,14 @@
 // came back, and all was as before afterwards.
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 
 #include <CLI/CLI.hpp>
-
-#include <windows.h>
 
 #include "tests/faults/Cells.h"
 #include "tests/faults/FaultHost.h"
 #include "tests/faults/Matrix.h"
 #include "tests/kit/GuardHeap.h"
-#include "tests/kit/TempFolder.h"
 
 int main(int argc, char** argv) {
     if (GuardHeap::InstallIfAsked())
@@ -29,8 +27,7 @@ int main(int argc, char** argv) {
     try {
         // The agent's log lies in the root of the current drive when the registry names no folder for it: of the Wine
         // prefix's own, where no other test finds it.
-        const TempFolder folder;
-        SetCurrentDirectoryW(folder.Path().c_str());
+        std::filesystem::current_path(std::filesystem::temp_directory_path());
         Matrix matrix(options);
         FaultHost host;
         const std::pair<const char*, void (*)(FaultHost&, Matrix&)> neighbours[] = {

@@ -12,10 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path Project() {
-    return SourceFolder();
-}
-
 // Wide literals that have a blank are sentences; these are not for the log, or are its frame.
 const std::regex NOT_LOGGED(R"(ENTRY:  .*|EXIT:  .*|.*TIER |SELECT .*|%s \(%d\): %s| )");
 
@@ -43,7 +39,7 @@ void AddTexts(const std::string& source, std::set<std::string>& texts) {
 std::set<std::string> LoggedTexts() {
     std::set<std::string> texts;
     for (const char* folder : {"Common/Src", "hbaapi", "model", "agent"})
-        for (const auto& entry : fs::directory_iterator(Project() / folder))
+        for (const auto& entry : fs::directory_iterator(SourceFolder() / folder))
             if (entry.path().extension() == ".cpp" || entry.path().extension() == ".h")
                 AddTexts(WithoutComments(ReadFileBytes(entry.path())), texts);
     return texts;
@@ -59,7 +55,7 @@ bool Matches(const std::string& text, const std::string& pattern) {
 }
 
 std::map<std::string, std::uint32_t> HeaderStatuses() {
-    const std::string header = ReadFileBytes(Project() / "include/FcoeAgent/HbaApi.h");
+    const std::string header = ReadFileBytes(SourceFolder() / "include/FcoeAgent/HbaApi.h");
     static const std::regex definition(R"(HBA_STATUS (HBA_STATUS_\w+) = (\d+);)");
     std::map<std::string, std::uint32_t> statuses;
     for (std::sregex_iterator found(header.begin(), header.end(), definition), end; found != end; ++found)

@@ -22,7 +22,7 @@ constexpr char ADAPTER[] = R"({"adapters": [
 
 struct Function {
     const char* name;
-    std::vector<std::string> commands; // that show it, and ask once: again, the agent may have kept the failure or not
+    std::vector<std::string> commands; // that show it
     std::string ways; // "g" garbage, "G" on all calls alone, "h" an HRESULT, "u" unterminated, "c" counts, "t" throws
 };
 
@@ -52,7 +52,11 @@ void ExpectSame(const std::vector<Function>& functions) {
     for (const Function& function : functions)
         for (const std::string& way : Ways(function)) {
             const std::string fault = fmt::format(R"({{"function": "{}", {}}})", function.name, way);
-            playback.ExpectRecordedSame(fault, ADAPTER + fault + "]}", function.commands);
+            std::vector<std::string> commands = function.commands;
+            // It asks again, and the agent has kept the failure of some calls or asks, too, as the time goes.
+            if (way.find("on_call") != way.npos || way.find("times") != way.npos)
+                std::erase(commands, "tree");
+            playback.ExpectRecordedSame(fault, ADAPTER + fault + "]}", commands);
         }
 }
 
@@ -74,7 +78,7 @@ TEST(RecordedFaults, OfRecords) {
 
 TEST(RecordedFaults, OfLists) {
     ExpectSame({{"ORVAN_GetFCPortList", {"ports", "luns"}, "gct"},
-                {"ORVAN_GetTargetList", {"luns", "targets"}, "gct"},
+                {"ORVAN_GetTargetList", {"luns", "targets", "tree"}, "gct"},
                 {"GetFcpTargetMapping", {"luns"}, "gcut"},
                 {"ORVAN_GetVlanIdList", {"vlans"}, "gct"}});
 }

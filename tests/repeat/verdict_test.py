@@ -163,6 +163,11 @@ class Runner(unittest.TestCase):
                           "7:Planted.failsOnce", "8:Planted.crashes", "9:Planted.tooLong", "11:Planted.heapError",
                           "12:native.silent"], self.failed_by_number())
 
+    def test_what_failed_is_heard_again_at_the_end(self):
+        said = self.run_tests("-R", "passes|Planted.fails$")[1]
+        begin = said.index("Planted.fails said in the end:") + 1
+        self.assertEqual(["    " + line for line in BAD.splitlines()], said[begin:said.index("", begin)])
+
     def test_all_passed(self):
         self.assertEqual((0, ["0 lost by Wine and run again", "100% tests passed, 0 tests failed out of 1"]),
                          (lambda code, said: (code, said[-2:]))(*self.run_tests("-R", "passes$")))

@@ -156,7 +156,7 @@ class Child {
 
     void TakeGeneration() {
         const long long generation = m_shared.generationNumber;
-        m_history.GenerationIsInUse();
+        m_history.GenerationIsInUse(generation);
         m_generation = generation;
         ++m_figures.generations;
     }

@@ -22,11 +22,11 @@ void History::GenerationBegins(const Generation& generation) {
         m_nameless[a] = true;
 }
 
-void History::GenerationIsInUse() {
+void History::GenerationIsInUse(long long number) {
     const std::lock_guard lock(m_lock);
     const ULONGLONG now = GetTickCount64();
-    for (unsigned long long i = m_seenCount > GENERATIONS ? m_seenCount - GENERATIONS : 0; i + 1 < m_seenCount; ++i)
-        if (Seen& seen = m_seen[i % GENERATIONS]; seen.to == STILL)
+    for (unsigned long long i = m_seenCount > GENERATIONS ? m_seenCount - GENERATIONS : 0; i < m_seenCount; ++i)
+        if (Seen& seen = m_seen[i % GENERATIONS]; seen.to == STILL && seen.generation.number < number)
             seen.to = now;
 }
 

@@ -50,9 +50,10 @@ class History {
     History(const History&) = delete;
     History& operator=(const History&) = delete;
 
-    // A generation can be seen from the first of these on, and its predecessors no more after the second.
+    // A generation can be seen from the first of these on, and its predecessors no more after the second; when that is
+    // told late, the next one may have begun.
     void GenerationBegins(const Generation& generation);
-    void GenerationIsInUse();
+    void GenerationIsInUse(long long number);
     // From before the agent is uninstalled until it is started again and the calls that it met are over.
     void RestartBegins();
     void RestartEnds();

@@ -24,6 +24,15 @@ function(fcoe_headers package header)
 endfunction()
 
 fcoe_header_library(nlohmann_json nlohmann_json::nlohmann_json nlohmann/json.hpp)
+if(FCOE_nlohmann_json_HEADERS)
+  # Without its literals, which nobody here uses: for their sake each file that includes it would instantiate the parser, a
+  # quarter of the compiler's work on a small one.
+  set(literal "JSON_HEDLEY_NON_NULL\\(1\\)\ninline [^\n]* operator \"\" _json[^}]*}\n|[^\n]*using [^\n]*::operator \"\" _json[^\n]*\n")
+  file(READ ${FCOE_nlohmann_json_HEADERS}/nlohmann/json.hpp text)
+  string(REGEX REPLACE "${literal}" "" text "${text}")
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/quick_headers/nlohmann/json.hpp CONTENT "${text}" @ONLY)
+  target_include_directories(header_libraries SYSTEM BEFORE INTERFACE ${PROJECT_BINARY_DIR}/quick_headers)
+endif()
 fcoe_header_library(CLI11 CLI11::CLI11 CLI/CLI.hpp)
 fcoe_header_library(fmt fmt::fmt-header-only fmt/format.h)
 if(NOT TARGET fmt::fmt-header-only)

@@ -14,7 +14,7 @@
 namespace verify {
 namespace {
 
-constexpr std::string_view ENUMERATE = "EnumerateAdapters", INFO = "GetAdapterInfo", SUPPORTS = "SupportsFcoe",
+constexpr std::string_view ENUMERATE = "EnumerateAdapters", ADAPTER_INFO = "GetAdapterInfo", SUPPORTS = "SupportsFcoe",
                            WAIT = "WaitForApplyDone", GET = "GetCoreAgentPvt";
 constexpr ULONG NO_DETAIL = 0xFFFFFFFF;
 constexpr ULONG64 CONTEXT = 0;
@@ -115,7 +115,7 @@ class CoreQuestions {
             std::string_view function;
             std::size_t slot;
         };
-        constexpr Slot SLOTS[] = {{WAIT, 13},        {ENUMERATE, 21},  {INFO, 25},
+        constexpr Slot SLOTS[] = {{WAIT, 13},        {ENUMERATE, 21},  {ADAPTER_INFO, 25},
                                   {"StartLock", 35}, {"DoneLock", 36}, {SUPPORTS, 79}};
         void* const* table = nullptr;
         if (IsReadable(&m_core, sizeof table))
@@ -174,7 +174,7 @@ class CoreQuestions {
         for (std::size_t i = 0; i < std::size(texts); ++i) {
             if (LayoutOf(texts[i].text) != Layout::Good)
                 output.Leave();
-            if (CheckLayout(INFO, identifier, texts[i].text, texts[i].name))
+            if (CheckLayout(ADAPTER_INFO, identifier, texts[i].text, texts[i].name))
                 info.texts[i] = texts[i].text;
         }
         info.index = record.ulInterfaceIndex;
@@ -223,23 +223,23 @@ class CoreQuestions {
         m_supportsFails = m_supportsFails || !supports || m_asker.IsTold("other_answer", SUPPORTS, sim::Utf8(adapter));
         if (supports.value_or(false))
             outcome.adapters.push_back(sim::Utf8(adapter));
-        const auto info = AskTwice<InfoResult>(INFO, adapter, [&] { return Info(adapter); });
+        const auto info = AskTwice<InfoResult>(ADAPTER_INFO, adapter, [&] { return Info(adapter); });
         if (!info)
             return;
-        CheckDetail(INFO, adapter, info->result);
+        CheckDetail(ADAPTER_INFO, adapter, info->result);
         if (info->result.ulErrCode != 0)
-            Tell("status", INFO, adapter, fmt::format("code {}", info->result.ulErrCode));
+            Tell("status", ADAPTER_INFO, adapter, fmt::format("code {}", info->result.ulErrCode));
         else if (info->texts[1].empty())
-            Tell("no_display_name", INFO, adapter, "an empty text");
+            Tell("no_display_name", ADAPTER_INFO, adapter, "an empty text");
         if (info->result.ulErrCode == 0 && info->texts[0] != adapter)
-            Tell("other_adapter", INFO, adapter, fmt::format("\"{}\"", sim::Utf8(info->texts[0])));
+            Tell("other_adapter", ADAPTER_INFO, adapter, fmt::format("\"{}\"", sim::Utf8(info->texts[0])));
     }
     void AskUnknown() {
         const std::wstring unknown = L"{00000000-0000-0000-0000-000000000000}";
         InfoResult info;
-        if (m_asker.Ask(INFO, sim::Utf8(unknown), [&] { info = Info(unknown); }) && info.result.ulErrCode == 0 &&
-            !info.texts[1].empty())
-            Tell("unknown_adapter", INFO, unknown, fmt::format("\"{}\"", sim::Utf8(info.texts[1])));
+        if (m_asker.Ask(ADAPTER_INFO, sim::Utf8(unknown), [&] { info = Info(unknown); }) &&
+            info.result.ulErrCode == 0 && !info.texts[1].empty())
+            Tell("unknown_adapter", ADAPTER_INFO, unknown, fmt::format("\"{}\"", sim::Utf8(info.texts[1])));
     }
 
     template <class Result, class Get>
@@ -261,7 +261,7 @@ class CoreQuestions {
         if (!list.adapters.empty())
             keep(ReadingOf<ListResult>(ENUMERATE, {}, [this] { return List(); }));
         for (const auto& adapter : list.adapters) {
-            keep(ReadingOf<InfoResult>(INFO, adapter, [this, adapter] { return Info(adapter); }));
+            keep(ReadingOf<InfoResult>(ADAPTER_INFO, adapter, [this, adapter] { return Info(adapter); }));
             keep(ReadingOf<bool>(SUPPORTS, adapter, [this, adapter] { return Supports(adapter); }));
         }
         verify::AskByThreads(m_asker, readings);

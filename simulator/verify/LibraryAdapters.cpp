@@ -11,7 +11,7 @@
 namespace verify {
 namespace {
 
-constexpr std::string_view INFO = "ORVAN_GetFCoEControllerInfo";
+constexpr std::string_view CONTROLLER_INFO = "ORVAN_GetFCoEControllerInfo";
 constexpr std::string_view HANDLE_BY_NAME = "ORVAN_GetFCoEControllerHandle";
 
 // The machine's network adapters. The library knows which of them are its own.
@@ -31,7 +31,7 @@ std::vector<std::string> NetworkAdapters() {
 }
 
 Reading InfoReading(const Library& library, const std::string& identifier) {
-    return {INFO, identifier, [&library, device = sim::Wide("\\DEVICE\\" + identifier)](std::uint8_t fill) {
+    return {CONTROLLER_INFO, identifier, [&library, device = sim::Wide("\\DEVICE\\" + identifier)](std::uint8_t fill) {
                 GuardedBuffer name(ORVAN_NAME_SIZE, fill), controller(sizeof(HBA_UINT32), fill);
                 Answer answer;
                 answer.status =
@@ -47,24 +47,24 @@ std::optional<std::string> NameOf(Library& library, const std::string& identifie
     Answer first, second;
     const auto ask = [&](Answer& to) {
         const VendorMutex mutex(library.asker);
-        return library.asker.Ask(INFO, identifier, [&] { to = reading.read(ZEROS); });
+        return library.asker.Ask(CONTROLLER_INFO, identifier, [&] { to = reading.read(ZEROS); });
     };
     if (!ask(first) || (!known && first.status != HBA_STATUS_OK) || !ask(second) ||
         !SameStatus(library.asker, reading, first.status, second.status))
         return std::nullopt;
     if (first.status != HBA_STATUS_OK) {
-        library.asker.Tell("status", INFO, identifier, fmt::format("status {}", first.status));
+        library.asker.Tell("status", CONTROLLER_INFO, identifier, fmt::format("status {}", first.status));
         return std::nullopt;
     }
     if (first.bytes != second.bytes)
-        library.asker.Tell("other_answer", INFO, identifier, "another name");
+        library.asker.Tell("other_answer", CONTROLLER_INFO, identifier, "another name");
     std::string name(first.bytes.begin(), first.bytes.end());
     const auto end = name.find('\0');
     if (end == name.npos)
-        library.asker.Tell("unterminated", INFO, identifier, "260 characters");
+        library.asker.Tell("unterminated", CONTROLLER_INFO, identifier, "260 characters");
     name.resize(std::min(end, ORVAN_NAME_SIZE - 1));
     if (name.empty())
-        library.asker.Tell("no_name", INFO, identifier, "an empty name");
+        library.asker.Tell("no_name", CONTROLLER_INFO, identifier, "an empty name");
     return name;
 }
 
@@ -165,9 +165,9 @@ void OpenAdapters(Library& library, const CQelModule& module) {
     for (const auto& identifier : tried)
         OpenAdapter(library, identifier, false);
     const bool skipped =
-        request.skipped.contains(std::string(INFO)) || request.skipped.contains(std::string(HANDLE_BY_NAME));
+        request.skipped.contains(std::string(CONTROLLER_INFO)) || request.skipped.contains(std::string(HANDLE_BY_NAME));
     if (library.adapters.empty() && !skipped && told == library.asker.TellCount())
-        library.asker.Tell("no_adapter", INFO, {},
+        library.asker.Tell("no_adapter", CONTROLLER_INFO, {},
                            fmt::format("none of {} identifiers is known", known.size() + tried.size()));
 }
 

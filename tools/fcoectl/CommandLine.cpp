@@ -200,7 +200,7 @@ using Arguments = std::vector<std::string>;
 
 // The command's words, and the arguments with the words first: options may stand before them. The parser calls a wrong
 // or missing command merely unexpected; here it is named for what it is.
-struct Words {
+struct CommandWords {
     std::string known;   // "vport create"
     std::string problem; // empty: none
     Arguments arguments;
@@ -260,11 +260,11 @@ Arguments WithClearValues(const Arguments& arguments) {
     return split;
 }
 
-Words ReadWords(const CLI::App& root, const Arguments& arguments) {
+CommandWords ReadWords(const CLI::App& root, const Arguments& arguments) {
     const auto childrenOf = [](const CLI::App* app) {
         return app->get_subcommands([](const CLI::App*) { return true; });
     };
-    Words words;
+    CommandWords words;
     Arguments options;
     bool asksForText = false; // help or version
     const CLI::App* app = &root;
@@ -347,7 +347,7 @@ Request ParseCommandLine(const std::vector<std::string>& arguments) {
     }
     NameHelp(root);
 
-    const Words words = ReadWords(root, WithClearValues(arguments));
+    const CommandWords words = ReadWords(root, WithClearValues(arguments));
     request.usage = words.problem;
     request.hint = fmt::format("Try 'fcoectl {}{}--help'.", words.known, words.known.empty() ? "" : " ");
     try {

@@ -224,7 +224,7 @@ std::string Problems(const MetricsData& data, MetricsForm form) {
     return family.Text();
 }
 
-std::string Reading(const MetricsData& data, MetricsForm form) {
+std::string ReadingMetrics(const MetricsData& data, MetricsForm form) {
     Family complete(form, "fcoe_read_complete", "gauge", "Whether everything was read.");
     complete.Add({}, data.complete);
     Family seconds(form, "fcoe_read_duration_seconds", "gauge", "How long reading the list took.", "seconds");
@@ -244,7 +244,7 @@ std::string RenderMetrics(const MetricsData& data, MetricsForm form) {
                  {"adapter", "fabrics", "ports", "targets"}) +
            Count(data, data.luns, form, "fcoe_luns", "Logical units behind the adapter's targets.",
                  {"adapter", "fabrics", "ports", "targets", "luns"}) +
-           Counters(data, form) + Problems(data, form) + Reading(data, form) +
+           Counters(data, form) + Problems(data, form) + ReadingMetrics(data, form) +
            (form == MetricsForm::OpenMetrics ? "# EOF\n" : "");
 }
 

@@ -18,7 +18,7 @@ namespace fcoectl {
 namespace {
 
 constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\ORVAN";
-constexpr std::size_t PIECE = 1 << 20;
+constexpr std::size_t COPY_PIECE = 1 << 20;
 
 struct CloseFile {
     using pointer = HANDLE;
@@ -63,10 +63,10 @@ void AddLog(Context& context, ZipArchive& zip, const std::string& name, const st
     const std::unique_ptr<HANDLE, CloseFile> file(opened);
     zip.Begin(name);
     LogEntry log(zip, context.mask);
-    std::string piece(PIECE, '\0');
+    std::string piece(COPY_PIECE, '\0');
     DWORD read = 0;
     bool isRead = false;
-    while ((isRead = ReadFile(file.get(), piece.data(), PIECE, &read, nullptr) != FALSE) && read > 0)
+    while ((isRead = ReadFile(file.get(), piece.data(), COPY_PIECE, &read, nullptr) != FALSE) && read > 0)
         log.Take(std::string_view(piece).substr(0, read));
     if (!isRead)
         context.report.notes.push_back(

@@ -1,6 +1,10 @@
 // The checks, in the order in which they are made.
 #pragma once
 
+#include <string>
+
+#include <windows.h>
+
 #include "tools/fcoectl/doctor/Examination.h"
 
 namespace fcoectl {
@@ -33,5 +37,11 @@ void CheckLogFile(Examination& examination);
 // Adapters.cpp
 void CheckAgentStart(Examination& examination);
 void CheckAdapters(Examination& examination);
+
+// What several of them look at.
+constexpr wchar_t DCB_SERVICE[] = L"OrvanDCB";
+inline bool Exists(const std::wstring& file) {
+    return GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
 
 } // namespace fcoectl

@@ -11,10 +11,9 @@
 namespace fcoectl {
 namespace {
 
-constexpr wchar_t SERVICE[] = L"OrvanDCB";
 constexpr wchar_t CLASS[] = L"OrvanDCB.IoControl.1";
 constexpr char NO_LINK_STATE[] = "The link state of online ports cannot be read.";
-constexpr char REINSTALL[] = "Install the suite's DCB service anew.";
+constexpr char REINSTALL_SERVICE[] = "Install the suite's DCB service anew.";
 
 } // namespace
 
@@ -25,7 +24,7 @@ void CheckDcbService(Examination& examination) {
         return examination.Fail(fmt::format("This account may not ask the service manager: {} {}",
                                             SystemMessage(GetLastError()), NO_LINK_STATE),
                                 "Run the agent's hosts under accounts that may.");
-    const SC_HANDLE service = OpenServiceW(manager, SERVICE, GENERIC_READ);
+    const SC_HANDLE service = OpenServiceW(manager, DCB_SERVICE, GENERIC_READ);
     SERVICE_STATUS status{};
     const bool asked = service && QueryServiceStatus(service, &status);
     const DWORD error = GetLastError();
@@ -33,16 +32,17 @@ void CheckDcbService(Examination& examination) {
         CloseServiceHandle(service);
     CloseServiceHandle(manager);
     if (!service && error == ERROR_SERVICE_DOES_NOT_EXIST)
-        examination.Fail(fmt::format("There is no service {}. {}", ToUtf8(SERVICE), NO_LINK_STATE), REINSTALL);
+        examination.Fail(fmt::format("There is no service {}. {}", ToUtf8(DCB_SERVICE), NO_LINK_STATE),
+                         REINSTALL_SERVICE);
     else if (!asked)
-        examination.Fail(
-            fmt::format("The service {} cannot be asked: {} {}", ToUtf8(SERVICE), SystemMessage(error), NO_LINK_STATE),
-            "Run the agent's hosts under accounts that may.");
+        examination.Fail(fmt::format("The service {} cannot be asked: {} {}", ToUtf8(DCB_SERVICE), SystemMessage(error),
+                                     NO_LINK_STATE),
+                         "Run the agent's hosts under accounts that may.");
     else if (status.dwCurrentState != SERVICE_RUNNING)
-        examination.Fail(fmt::format("The service {} does not run. {}", ToUtf8(SERVICE), NO_LINK_STATE),
+        examination.Fail(fmt::format("The service {} does not run. {}", ToUtf8(DCB_SERVICE), NO_LINK_STATE),
                          "Start it: 'sc start OrvanDCB'.");
     else
-        examination.Ok(fmt::format("The service {} runs.", ToUtf8(SERVICE)));
+        examination.Ok(fmt::format("The service {} runs.", ToUtf8(DCB_SERVICE)));
 }
 
 void CheckDcbClass(Examination& examination) {
@@ -50,7 +50,7 @@ void CheckDcbClass(Examination& examination) {
     CLSID id{};
     if (FAILED(CLSIDFromProgID(CLASS, &id)))
         return examination.Fail(fmt::format("The class {} is not registered. {}", ToUtf8(CLASS), NO_LINK_STATE),
-                                REINSTALL);
+                                REINSTALL_SERVICE);
     IOrvanDcbIoControl* service = nullptr;
     const HRESULT result = CoCreateInstance(id, nullptr, CLSCTX_LOCAL_SERVER, __uuidof(IOrvanDcbIoControl),
                                             reinterpret_cast<void**>(&service));
@@ -65,7 +65,7 @@ void CheckDcbClass(Examination& examination) {
     else if (result == E_NOINTERFACE || result == REGDB_E_IIDNOTREG)
         examination.Fail(text, "The interface's proxy is not registered; install the DCB service anew.");
     else
-        examination.Fail(text, REINSTALL);
+        examination.Fail(text, REINSTALL_SERVICE);
 }
 
 } // namespace fcoectl

@@ -18,13 +18,9 @@ constexpr wchar_t AGENT[] = L"FcoeAgnt";
 constexpr wchar_t CORE_AGENT[] = L"CoreAgnt";
 constexpr wchar_t COMMON_LIBRARY[] = L"QelColib.dll";
 constexpr wchar_t CXX_RUN_TIME[] = L"libstdc++-6.dll";
-constexpr char REINSTALL[] = "Install the suite anew, or correct the registry value; see docs/registry.md.";
+constexpr char REINSTALL_SUITE[] = "Install the suite anew, or correct the registry value; see docs/registry.md.";
 // What the agent's own reading of a text has room for.
 constexpr std::size_t LONGEST_VALUE = 255;
-
-bool Exists(const std::wstring& file) {
-    return GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
 
 bool IsFullPath(const std::wstring& file) {
     return std::filesystem::path(file).is_absolute();
@@ -49,16 +45,17 @@ std::string VersionText(const std::wstring& file) {
 std::wstring Registered(Examination& examination, const wchar_t* name, const char* missing) {
     const RegistryText value = RegisteredAgent(name);
     if (!value.Found()) {
-        examination.Fail(std::string(missing) + " " + value.Problem(), REINSTALL);
+        examination.Fail(std::string(missing) + " " + value.Problem(), REINSTALL_SUITE);
         return {};
     }
     const std::string shown = fmt::format("\"{}\"", ToUtf8(value.text));
     if (value.text.size() > LONGEST_VALUE)
-        examination.Fail(fmt::format("The registry names {}, which is longer than the agent reads.", shown), REINSTALL);
+        examination.Fail(fmt::format("The registry names {}, which is longer than the agent reads.", shown),
+                         REINSTALL_SUITE);
     else if (!IsFullPath(value.text))
-        examination.Fail(fmt::format("The registry names {}, which is no full path.", shown), REINSTALL);
+        examination.Fail(fmt::format("The registry names {}, which is no full path.", shown), REINSTALL_SUITE);
     else if (value.text.find(L'%') != std::wstring::npos)
-        examination.Warn(fmt::format("The registry names {}; nothing in it is expanded.", shown), REINSTALL);
+        examination.Warn(fmt::format("The registry names {}; nothing in it is expanded.", shown), REINSTALL_SUITE);
     else
         examination.Ok(shown);
     return value.text;

@@ -14,11 +14,6 @@ namespace {
 constexpr wchar_t FEATURES[] = L"SOFTWARE\\ORVAN\\Network_Services\\TOLV";
 constexpr wchar_t FCOE_FLAG[] = L"InstalledTOLV_FCOE";
 constexpr wchar_t AGENTS[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents";
-constexpr wchar_t SERVICE[] = L"OrvanDCB";
-
-bool Exists(const std::wstring& file) {
-    return GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
 
 bool IsElevated() {
     HANDLE token = nullptr;
@@ -64,7 +59,7 @@ bool ExistsFor32Bit(const wchar_t* key) {
 std::wstring ServiceProgram() {
     std::wstring program;
     const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT);
-    const SC_HANDLE service = manager ? OpenServiceW(manager, SERVICE, SERVICE_QUERY_CONFIG) : nullptr;
+    const SC_HANDLE service = manager ? OpenServiceW(manager, DCB_SERVICE, SERVICE_QUERY_CONFIG) : nullptr;
     DWORD size = 0;
     if (service && !QueryServiceConfigW(service, nullptr, 0, &size) && GetLastError() == ERROR_INSUFFICIENT_BUFFER) {
         std::vector<BYTE> buffer(size);
@@ -125,7 +120,7 @@ void CheckLeftovers(Examination& examination) {
              "Remove the 32-bit suite, and install the 64-bit one.");
     const std::wstring program = ServiceProgram();
     if (!program.empty() && !Exists(program))
-        tell(fmt::format("The service {} is registered, but its program \"{}\" does not exist.", ToUtf8(SERVICE),
+        tell(fmt::format("The service {} is registered, but its program \"{}\" does not exist.", ToUtf8(DCB_SERVICE),
                          ToUtf8(program)),
              "An uninstalled version left the service; delete it with 'sc delete OrvanDCB'.");
     if (found == 0)

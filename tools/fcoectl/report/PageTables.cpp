@@ -127,14 +127,14 @@ void AddCounters(Json& tables, const Json& statistics) {
     AddTable(tables, "Counters", std::move(columns), std::move(rows), true);
 }
 
-Json ListOf(const Json& document, const char* key) {
+Json ListIn(const Json& document, const char* key) {
     return document.is_object() && document.contains(key) ? document[key] : Json::array();
 }
 
 } // namespace
 
 Json PageTables(const ReportData& report) {
-    const Json tree = ListOf(report.tree, "adapters");
+    const Json tree = ListIn(report.tree, "adapters");
     std::vector<const Json*> adapters;
     for (const Json& adapter : tree)
         adapters.push_back(&adapter);
@@ -144,7 +144,7 @@ Json PageTables(const ReportData& report) {
     const auto ports = Below(fabrics, adapters, "ports");
     const auto targets = Below(ports, adapters, "targets");
     const auto luns = Below(targets, adapters, "luns");
-    const Json vlanList = ListOf(report.vlans, "vlans");
+    const Json vlanList = ListIn(report.vlans, "vlans");
     std::vector<const Json*> vlans;
     for (const Json& vlan : vlanList)
         vlans.push_back(&vlan);
@@ -155,7 +155,7 @@ Json PageTables(const ReportData& report) {
     AddList(tables, "Targets", TARGET_COLUMNS, targets);
     AddList(tables, "LUNs", LUN_COLUMNS, luns);
     AddList(tables, "VLANs", VLAN_COLUMNS, vlans);
-    AddCounters(tables, ListOf(report.statistics, "statistics"));
+    AddCounters(tables, ListIn(report.statistics, "statistics"));
     return tables;
 }
 

@@ -1,0 +1,21 @@
+# Writes a source of which several sources are compiled at once, see Batches.cmake: cmake -P Batch.cmake BATCH NAMESPACES SOURCE...,
+# the sources as the compiler finds them from the project's folder. NAMESPACES: TRUE or FALSE.
+cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH root)
+set(includes)
+set(parts)
+math(EXPR last "${CMAKE_ARGC} - 1")
+foreach(at RANGE 5 ${last})
+  set(source ${CMAKE_ARGV${at}})
+  set(part "#include \"${source}\"\n")
+  if(CMAKE_ARGV4)
+    # Headers stay outside of the namespaces.
+    file(STRINGS ${root}/${source} lines REGEX "^#include ")
+    list(APPEND includes ${lines})
+    cmake_path(GET source STEM name)
+    set(part "namespace in_${name} {\n${part}}\n")
+  endif()
+  string(APPEND parts ${part})
+endforeach()
+list(REMOVE_DUPLICATES includes)
+list(JOIN includes "\n" includes)
+file(WRITE ${CMAKE_ARGV3} "${includes}\n\n${parts}")

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "simulator/control/CallFile.h"
+#include "simulator/control/CopyCut.h"
 
 namespace sim {
 namespace {
@@ -17,10 +18,6 @@ std::uint64_t StartTime(HANDLE process) {
     if (!GetProcessTimes(process, &made, &ended, &kernel, &user))
         return 0;
     return std::uint64_t{made.dwHighDateTime} << 32 | made.dwLowDateTime;
-}
-
-template <std::size_t N> void CopyCut(wchar_t (&to)[N], const std::wstring& from) {
-    to[from.copy(to, N - 1)] = 0;
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include "simulator/control/CopyCut.h"
 #include "simulator/topology/Text.h"
 
 namespace sim {
@@ -58,10 +59,6 @@ std::wstring HashText(const std::wstring& text) {
     wchar_t digits[17];
     std::swprintf(digits, std::size(digits), L"%016llX", static_cast<unsigned long long>(hash));
     return digits;
-}
-
-template <class Char, std::size_t N> void CopyCut(Char (&to)[N], const std::basic_string<Char>& from) {
-    to[from.copy(to, N - 1)] = 0;
 }
 
 } // namespace

@@ -5,20 +5,19 @@
 
 #include "tests/faults/Cells.h"
 #include "tests/faults/Moments.h"
+#include "tests/faults/RegistryKeys.h"
 #include "tests/kit/ProgramFolder.h"
 
 using namespace std::string_literals;
 
 namespace {
 
-constexpr wchar_t CORE_AGENT[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\CoreAgnt";
-
 // Loads the agent without a core agent: the first start fails, the next ones do not, and the operations do what they
 // can: there is no list of adapters and no configuration lock.
 std::string CheckWithout(FaultHost& host, const std::wstring& location, const Operation& operation) {
     const std::wstring healthy = (ProgramFolder() / L"CoreAgnt.dll").wstring();
     host.Unload();
-    host.Suite().Hive().Set(CORE_AGENT, L"InstalledDir", location);
+    host.Suite().Hive().Set(CORE_AGENT_KEY, L"InstalledDir", location);
     std::string problem;
     if (host.Load())
         problem = "started";
@@ -27,7 +26,7 @@ std::string CheckWithout(FaultHost& host, const std::wstring& location, const Op
     else
         problem = host.CheckWithoutCoreAgent(operation);
     host.Unload();
-    host.Suite().Hive().Set(CORE_AGENT, L"InstalledDir", healthy);
+    host.Suite().Hive().Set(CORE_AGENT_KEY, L"InstalledDir", healthy);
     if (!host.Load())
         return "afterwards there is no agent";
     return problem.empty() ? host.CheckHealth(true) : problem;

@@ -10,13 +10,13 @@
 #include <fmt/format.h>
 
 #include "simulator/control/SimControl.h"
+#include "tests/faults/RegistryKeys.h"
 #include "tests/kit/FindFunction.h"
 #include "tests/kit/HandleCount.h"
 #include "tools/reading/Records.h"
 
 namespace {
 
-constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2";
 constexpr wchar_t SIMULATOR_KEY[] = L"SOFTWARE\\ORVAN\\Simulator";
 constexpr DWORD EVERYTHING_IS_OLD = 20000; // milliseconds, longer than anything is cached
 

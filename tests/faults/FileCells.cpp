@@ -6,10 +6,10 @@
 #include "tests/faults/Cells.h"
 #include "tests/faults/FaultHost.h"
 #include "tests/faults/Matrix.h"
+#include "tests/faults/RegistryKeys.h"
 
 namespace {
 
-constexpr wchar_t SUITE[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2";
 constexpr wchar_t LOG[] = L"FcoeAgnt.txt";
 
 bool HasText(const std::filesystem::path& file) {
@@ -39,7 +39,7 @@ class ChangedTemp {
 std::string CheckLog(FaultHost& host, const std::wstring& folder, const std::filesystem::path& elsewhere) {
     PrivateHive& hive = host.Suite().Hive();
     host.Unload();
-    hive.Set(SUITE, L"InstalledDir", folder);
+    hive.Set(SUITE_KEY, L"InstalledDir", folder);
     std::string problem = "there is no agent";
     if (host.Load()) {
         host.Log().Set(AgentLog::Disk::Healthy);
@@ -51,7 +51,7 @@ std::string CheckLog(FaultHost& host, const std::wstring& folder, const std::fil
     if (problem.empty() && !elsewhere.empty() && !HasText(elsewhere) && !HasText(std::filesystem::path(folder) / LOG))
         problem = "the log is in no folder";
     host.Unload();
-    hive.Set(SUITE, L"InstalledDir", host.Suite().Folder().wstring());
+    hive.Set(SUITE_KEY, L"InstalledDir", host.Suite().Folder().wstring());
     if (!host.Load())
         return "afterwards there is no agent";
     return problem.empty() ? host.CheckHealth(true) : problem;

@@ -4,15 +4,9 @@
 #include "tests/faults/Cells.h"
 #include "tests/faults/FaultHost.h"
 #include "tests/faults/Matrix.h"
+#include "tests/faults/RegistryKeys.h"
 
 namespace {
-
-constexpr wchar_t SUITE[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2";
-constexpr wchar_t AGENT[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\FcoeAgnt";
-constexpr wchar_t CORE[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\Agents\\CoreAgnt";
-constexpr wchar_t FEATURES[] = L"SOFTWARE\\ORVAN\\Network_Services\\TOLV";
-constexpr wchar_t FORCING[] = L"SOFTWARE\\ORVAN\\Network_Services\\Debug";
-constexpr wchar_t DCB[] = L"SOFTWARE\\ORVAN\\Network_Services\\QEL2\\DCB";
 
 struct VALUE {
     const wchar_t* key;
@@ -20,19 +14,19 @@ struct VALUE {
 };
 
 constexpr VALUE VALUES[] = {
-    {AGENT, L"InstalledDir"},
-    {CORE, L"InstalledDir"},
-    {SUITE, L"InstalledDir"},
-    {SUITE, L"ResourcePath"},
-    {SUITE, L"TRACE"},
-    {SUITE, L"Debugging"},
-    {FEATURES, L"InstallDir"},
-    {FEATURES, L"InstalledTOLV_FCOE"},
-    {FEATURES, L"InstalledTOLV_DCB"},
-    {FEATURES, L"InstalledTOLV_ISCSI"},
-    {FORCING, L"FcoE_RemoteBooted"},
-    {FORCING, L"FcoE_RemotePageFile"},
-    {DCB, L"DcbAdvancedSettingChange"},
+    {FCOE_AGENT_KEY, L"InstalledDir"},
+    {CORE_AGENT_KEY, L"InstalledDir"},
+    {SUITE_KEY, L"InstalledDir"},
+    {SUITE_KEY, L"ResourcePath"},
+    {SUITE_KEY, L"TRACE"},
+    {SUITE_KEY, L"Debugging"},
+    {FEATURES_KEY, L"InstallDir"},
+    {FEATURES_KEY, L"InstalledTOLV_FCOE"},
+    {FEATURES_KEY, L"InstalledTOLV_DCB"},
+    {FEATURES_KEY, L"InstalledTOLV_ISCSI"},
+    {FORCING_KEY, L"FcoE_RemoteBooted"},
+    {FORCING_KEY, L"FcoE_RemotePageFile"},
+    {DCB_KEY, L"DcbAdvancedSettingChange"},
 };
 
 struct SHAPE {

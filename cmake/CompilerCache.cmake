@@ -5,6 +5,6 @@ if(CCACHE AND CMAKE_HOST_UNIX)
   cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH cache_base)
   foreach(language C CXX)
     set(CMAKE_${language}_COMPILER_LAUNCHER
-        env CCACHE_BASEDIR=${cache_base} CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE})
+        env CCACHE_BASEDIR=${cache_base} CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros,locale ${CCACHE})
   endforeach()
 endif()

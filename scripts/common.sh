@@ -41,6 +41,7 @@ need() {
 }
 
 configure() {
+    mkdir -p build
     need "${packages_build[@]}" "${packages_run[@]}"
     if [ ! -f "$build/build.ninja" ]; then
         say "configuring $build"
@@ -49,7 +50,6 @@ configure() {
 }
 
 build() {
-    mkdir -p build
     configure
     say "building (${*:-all})"
     local target=()

@@ -34,7 +34,7 @@ TEST(Codes, EveryRefusalOfTheAgentHasItsOwnExitCode) {
     EXPECT_EQ(nullptr, FindAgentError(0x37000000));
 }
 
-TEST(LinkStatus, EveryTextOfTheLibraryHasAMeaning) {
+TEST(LinkStatusText, EveryTextOfTheLibraryHasAMeaning) {
     for (const UINT id :
          {IDS_QEL_LINK_UP, IDS_QEL_LINK_PORT_OFFLINE, IDS_QEL_LINK_QUERY_FAILED, IDS_QEL_LINK_REASON_1_OR_2,
           IDS_QEL_LINK_REASON_UNKNOWN, IDS_QEL_LINK_NO_USER_PRIORITY, IDS_QEL_LINK_DCB_DISABLED, IDS_QEL_LINK_REASON_5,
@@ -48,7 +48,7 @@ TEST(LinkStatus, EveryTextOfTheLibraryHasAMeaning) {
     }
 }
 
-TEST(LinkStatus, OnlyOneTextIsUsable) {
+TEST(LinkStatusText, OnlyOneTextIsUsable) {
     CQelString text;
     text.LoadCommonResString(IDS_QEL_LINK_UP);
     EXPECT_STREQ("usable", ExplainLinkStatus(text).state);
@@ -56,7 +56,7 @@ TEST(LinkStatus, OnlyOneTextIsUsable) {
     EXPECT_STREQ("pfc_mismatch", ExplainLinkStatus(text).state);
 }
 
-TEST(LinkStatus, EmptyAndForeignTextsSaySo) {
+TEST(LinkStatusText, EmptyAndForeignTextsSaySo) {
     EXPECT_STREQ("unread", ExplainLinkStatus({}).state);
     EXPECT_STREQ("unrecognized", ExplainLinkStatus(L"Somewhat up").state);
 }

@@ -19,7 +19,7 @@ std::optional<LogLine> Parse(std::string_view text) {
 
 } // namespace
 
-TEST(LogLine, HasItsHeaderTakenApart) {
+TEST(ParsedLogLine, HasItsHeaderTakenApart) {
     const auto line = Parse("CHBAAPIInt::GetTargetList Succeeded");
     ASSERT_TRUE(line);
     EXPECT_EQ("FCOEAGENT", line->module);
@@ -33,7 +33,7 @@ TEST(LogLine, HasItsHeaderTakenApart) {
     EXPECT_FALSE(line->IsError());
 }
 
-TEST(LogLine, TellsWhereAnOperationBegins) {
+TEST(ParsedLogLine, TellsWhereAnOperationBegins) {
     const auto line = Parse("ENTRY:  CQelFcoeHBA::~CQelFcoeHBA");
     ASSERT_TRUE(line);
     EXPECT_EQ(Step::Entry, line->step);
@@ -69,7 +69,7 @@ INSTANTIATE_TEST_SUITE_P(Forms, LogLineExit,
                                                   0x80004005},
                                          ExitCase{"", ResultKind::None, "", 0}));
 
-TEST(LogLine, NamesThePlaceOfAnError) {
+TEST(ParsedLogLine, NamesThePlaceOfAnError) {
     const auto line = Parse("Common\\Src\\QelNetAgentPvt (352): CQelNetAgentPvt::StartLock() - Exception caught");
     ASSERT_TRUE(line);
     EXPECT_TRUE(line->IsError());
@@ -78,14 +78,14 @@ TEST(LogLine, NamesThePlaceOfAnError) {
     EXPECT_EQ("CQelNetAgentPvt::StartLock() - Exception caught", line->text);
 }
 
-TEST(LogLine, IsNoErrorForAPathInItsText) {
+TEST(ParsedLogLine, IsNoErrorForAPathInItsText) {
     const auto line = Parse("Adding strMiniportInst=PCI\\VEN_1 (2): x");
     ASSERT_TRUE(line);
     EXPECT_FALSE(line->IsError());
     EXPECT_EQ("Adding strMiniportInst=PCI\\VEN_1 (2): x", line->text);
 }
 
-TEST(LogLine, MayLackCounterAndTier) {
+TEST(ParsedLogLine, MayLackCounterAndTier) {
     const auto line = ParseLine("NICAGENT\tPID:1\tTID:2\t00:00:00.001\tENTRY:  Work");
     ASSERT_TRUE(line);
     EXPECT_EQ(0u, line->counter);
@@ -107,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(Texts, NoLogLine,
                                          "FCOEAGENT\tPID:2c\tTID:30\t14:03:27.512\t(1F)\tTIER one\t\tx",
                                          "FCOEAGENT\tPID:123456789\tTID:30\t14:03:27.512\t(1)\tTIER 1\t\tx"));
 
-TEST(LogLine, IsReadCutBehindItsHeaderAndNotWithinItsTime) {
+TEST(ParsedLogLine, IsReadCutBehindItsHeaderAndNotWithinItsTime) {
     const std::string whole = std::string(HEADER) + "EXIT:  Class::Work, HRESULT=0X80004005";
     for (std::size_t length = 0; length <= whole.size(); ++length) {
         const std::string cut = whole.substr(0, length); // a text of its own, so that a read past its end is seen
@@ -120,7 +120,7 @@ TEST(LogLine, IsReadCutBehindItsHeaderAndNotWithinItsTime) {
     }
 }
 
-TEST(LogLine, FindsTheLineThatBeginsInAnother) {
+TEST(ParsedLogLine, FindsTheLineThatBeginsInAnother) {
     const std::string second = std::string(HEADER) + "EXIT:  Class::Work";
     for (const std::string first : {"ENTRY:  Class::Wo", "Succee", ""}) {
         const std::string torn = std::string(HEADER) + first + second;

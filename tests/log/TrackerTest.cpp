@@ -90,7 +90,7 @@ TEST(Requests, OfADamagedLogTakeNoMoreMemoryThanTheyMay) {
     EXPECT_THAT(Told(log).requests, SizeIs(5999));
 }
 
-TEST(Problems, NameFunctionStatusAndAdapter) {
+TEST(TrackedProblems, NameFunctionStatusAndAdapter) {
     WrittenLog log;
     log.Enter(LUNS).Call(GET_HBA_OBJECT, {}).Call(GET_HBA_OBJECT, {});
     log.Call(
@@ -106,7 +106,7 @@ TEST(Problems, NameFunctionStatusAndAdapter) {
     EXPECT_EQ(1u, told.requests[0].problems);
 }
 
-TEST(Problems, AreNotWhatSoundsLikeThem) {
+TEST(TrackedProblems, AreNotWhatSoundsLikeThem) {
     WrittenLog log;
     log.Enter(LUNS).Enter("CQelFcoeTarget::GetTargetsList_HBA");
     log.Call(GET_TARGET_LIST, {"CHBAAPIInt::GetTargetList failed with more data available"}, "bReturn=false");
@@ -118,7 +118,7 @@ TEST(Problems, AreNotWhatSoundsLikeThem) {
     EXPECT_THAT(Told(log).problems, IsEmpty());
 }
 
-TEST(Problems, OfARepetitionAreItsLast) {
+TEST(TrackedProblems, OfARepetitionAreItsLast) {
     WrittenLog log;
     log.Enter(LUNS).Call(CAPACITY,
                          {"RetrieveLUNCapacityV2 failed - Status=9", "RetrieveLUNCapacityV2 failed - Status=2"});
@@ -128,7 +128,7 @@ TEST(Problems, OfARepetitionAreItsLast) {
     EXPECT_THAT(told.problemLines, ElementsAre(4u));
 }
 
-TEST(Problems, AreSeenInWhatIsNotWritten) {
+TEST(TrackedProblems, AreSeenInWhatIsNotWritten) {
     WrittenLog log;
     log.Enter(LUNS).Call(CAPACITY, {}).Call("CQelFcoeLUN::Get", {}, "bReturn=true");
     log.Call("CHBAAPIInt::GetPortsCount", {}, "nReturn=0");
@@ -139,7 +139,7 @@ TEST(Problems, AreSeenInWhatIsNotWritten) {
                                                 HasSubstr("get_dcb_config: : The DCB service did not tell")));
 }
 
-TEST(Problems, OfAnExceptionNameTheCallThatItCameFrom) {
+TEST(TrackedProblems, OfAnExceptionNameTheCallThatItCameFrom) {
     WrittenLog log;
     log.Enter(LUNS).Enter("CQelFcoeHBA::GetLUNs").Enter(GET_TARGET_LIST);
     log.Say("CHBAAPIInt::GetTargetList Before calling GetTargetList 1");
@@ -151,7 +151,7 @@ TEST(Problems, OfAnExceptionNameTheCallThatItCameFrom) {
                             HasSubstr(": : That adapter failed")));
 }
 
-TEST(Problems, OfAListThatGrowsAreSeenAtItsSecondReading) {
+TEST(TrackedProblems, OfAListThatGrowsAreSeenAtItsSecondReading) {
     WrittenLog log;
     log.Enter(LUNS).Enter("CQelFcoeTarget::GetTargetsList_HBA");
     for (int i = 0; i < 2; ++i) {
@@ -162,7 +162,7 @@ TEST(Problems, OfAListThatGrowsAreSeenAtItsSecondReading) {
     EXPECT_THAT(Told(log).problems, ElementsAre(HasSubstr("ORVAN_GetTargetList: : The list grew")));
 }
 
-TEST(Problems, OfAStartTellWhatIsMissing) {
+TEST(TrackedProblems, OfAStartTellWhatIsMissing) {
     const std::string start = "CQelFcoeAgentWin::Initialize";
     WrittenLog registry;
     registry.Enter(start).Leave(start, "bReturn=false");
@@ -172,7 +172,7 @@ TEST(Problems, OfAStartTellWhatIsMissing) {
     EXPECT_THAT(Told(core).problems, ElementsAre(HasSubstr("there is no core agent")));
 }
 
-TEST(Problems, OfAFailedRequestAreNeverNone) {
+TEST(TrackedProblems, OfAFailedRequestAreNeverNone) {
     WrittenLog log;
     log.Enter(LUNS).Leave(LUNS, "bReturn=false");
     EXPECT_THAT(Told(log).problems, ElementsAre(HasSubstr("the log does not tell why")));

@@ -52,7 +52,7 @@ def programs(build: Path, leave_out: str) -> list[Program]:
         program = found[name]
         program.seconds_allowed = max(program.seconds_allowed,
                                       WATCHDOG_SECONDS + 60 if case.gtest else case.seconds_allowed)
-        program.cases += 1
+        program.cases += case.cases
     return list(found.values())
 
 

@@ -8,6 +8,7 @@ word: it did not get to its main, where its watchdog starts. A program that Wine
 import json
 import re
 import subprocess
+from collections import Counter
 from dataclasses import dataclass, field
 from pathlib import Path
 
@@ -49,11 +50,22 @@ def known_tests(build: Path, *selection: str) -> list[dict]:
     tests = json.loads(shown.stdout)["tests"]
     for test in tests:
         test["properties"] = {p["name"]: p["value"] for p in test["properties"]}
+    twice = [name for name, count in Counter(test["name"] for test in tests).items() if count > 1]
+    if twice:
+        raise SystemExit(f"several tests have one name, so that ctest's results cannot be told apart: {', '.join(twice)}")
     return tests
 
 
+def cases_of(test: dict) -> list[str]:
+    """The gtest cases that one of the tests that ctest knows runs in its process; of another program, the test itself."""
+    for argument in test.get("command", []):
+        if argument.startswith("--gtest_filter="):
+            return argument.partition("=")[2].split(":")
+    return [test["name"]]
+
+
 def program_of(test: dict) -> Program:
-    """The program that runs one of the tests that ctest knows, as the program of that one case."""
+    """The program that runs one of the tests that ctest knows, as the program of its cases."""
     properties = test["properties"]
     # A test whose program is not built yet has no command.
     command = test.get("command", [])
@@ -63,7 +75,7 @@ def program_of(test: dict) -> Program:
                    must_say="|".join(properties.get("PASS_REGULAR_EXPRESSION", [])),
                    must_not_say=properties.get("FAIL_REGULAR_EXPRESSION", []),
                    environment=dict(setting.split("=", 1) for setting in properties.get("ENVIRONMENT", [])),
-                   seconds_allowed=properties.get("TIMEOUT", 0), cases=1, gtest=gtest)
+                   seconds_allowed=properties.get("TIMEOUT", 0), cases=len(cases_of(test)), gtest=gtest)
 
 
 def judge(program: Program, text: str, exit_code: int | None) -> Outcome:

@@ -16,6 +16,19 @@ CLOSING = "[==========] 1 test from 1 test suite ran. (5 ms total)\n"
 GOOD = f"[ RUN      ] A.x\n[       OK ] A.x (3 ms)\n{CLOSING}[  PASSED  ] 1 test.\n"
 BAD = f"[ RUN      ] A.x\n[  FAILED  ] A.x (3 ms)\n{CLOSING}[  PASSED  ] 0 tests.\n[  FAILED  ] 1 test, listed below:\n[  FAILED  ] A.x\n"
 CUT = "[ RUN      ] A.x\n"
+TOGETHER = """\
+[ RUN      ] Suite.passes
+[       OK ] Suite.passes (1 ms)
+[ RUN      ] Suite.isSkipped
+[  SKIPPED ] Suite.isSkipped (1 ms)
+[ RUN      ] Suite.fails
+wrong
+[  FAILED  ] Suite.fails, where GetParam() = 1 (1 ms)
+[ RUN      ] Suite.passesAfterIt
+[       OK ] Suite.passesAfterIt (1 ms)
+[ RUN      ] Suite.crashes
+CRASH c0000005
+"""
 
 
 def gtest(**more) -> Program:
@@ -124,6 +137,9 @@ plant(All/Long.case/two "${good}")
 set_tests_properties(native.large All/Long.case/one All/Long.case/two PROPERTIES LABELS "native;full")
 add_test(NAME labelled COMMAND true)
 set_tests_properties(labelled PROPERTIES LABELS native)
+add_test(NAME Suite COMMAND ${CMAKE_BINARY_DIR}/wine-run "cat '@FOLDER@/together'; exit 86" planted.exe
+  --gtest_filter=Suite.passes:Suite.isSkipped:Suite.fails:Suite.passesAfterIt:Suite.crashes:Suite.waits)
+set_tests_properties(Suite PROPERTIES LABELS together)
 """
 
 
@@ -139,6 +155,7 @@ class Runner(unittest.TestCase):
         self.enterContext(contextlib.chdir(self.enterContext(tempfile.TemporaryDirectory())))
         Path("good").write_text(GOOD)
         Path("bad").write_text(BAD)
+        Path("together").write_text(TOGETHER)
         Path("CMakeLists.txt").write_text(PROJECT.replace("@FOLDER@", str(Path.cwd())))
         subprocess.run(["cmake", "-G", "Ninja", "-S", ".", "-B", "build"], check=True, capture_output=True)
 
@@ -152,7 +169,7 @@ class Runner(unittest.TestCase):
         return Path("build/Testing/Temporary/LastTestsFailed.log").read_text().split()
 
     def test_only_what_was_lost_is_run_again(self):
-        exit_code, said = self.run_tests("-LE", "native")
+        exit_code, said = self.run_tests("-LE", "native|together")
         self.assertEqual(["4 lost by Wine and run again", "33% tests passed, 8 tests failed out of 12"], said[-2:])
         self.assertEqual(1, exit_code)
         failed = [line.split()[1] for line in said if line.startswith("FAILED: ")]
@@ -166,7 +183,23 @@ class Runner(unittest.TestCase):
     def test_what_failed_is_heard_again_at_the_end(self):
         said = self.run_tests("-R", "passes|Planted.fails$")[1]
         begin = said.index("Planted.fails said in the end:") + 1
-        self.assertEqual(["    " + line for line in BAD.splitlines()], said[begin:said.index("", begin)])
+        self.assertEqual(["    " + line for line in BAD.splitlines()[:2]], said[begin:said.index("", begin)])
+
+    def test_cases_of_one_process_are_told_apart(self):
+        said = self.run_tests("-R", "passes$|Suite")[1]
+        self.assertEqual(["FAILED: Suite.fails (Failed)", "FAILED: Suite.crashes (Failed)", "FAILED: Suite.waits (never begun: Failed)",
+                          "0 lost by Wine and run again", "57% tests passed, 3 tests failed out of 7"], said[-5:])
+        begin = said.index("Suite said in the end:") + 1
+        self.assertEqual(["    " + line for line in TOGETHER.splitlines()[4:7]], said[begin:said.index("", begin)])
+
+    def test_tests_of_one_name_are_refused(self):
+        with Path("CMakeLists.txt").open("a") as project:
+            project.write("\nadd_subdirectory(second)\n")
+        Path("second").mkdir()
+        Path("second/CMakeLists.txt").write_text("add_test(NAME native.silent COMMAND true)\n")
+        subprocess.run(["cmake", "build"], check=True, capture_output=True)
+        with self.assertRaisesRegex(SystemExit, "native.silent"):
+            self.run_tests("-R", "passes$")
 
     def test_all_passed(self):
         self.assertEqual((0, ["0 lost by Wine and run again", "100% tests passed, 0 tests failed out of 1"]),
@@ -198,7 +231,7 @@ class Runner(unittest.TestCase):
 
     def test_one_failure_among_many_is_no_hundred_percent(self):
         self.assertEqual("99% tests passed, 1 tests failed out of 1552",
-                         self.runner.closing_lines(1552, [self.runner.Result("x", False, True, "", 1, "Failed")], [], [])[-1])
+                         self.runner.closing_lines(1552, {"x": "Failed"}, [], [])[-1])
 
     def test_rerun_failed_takes_up_what_failed_by_this_judgement(self):
         self.run_tests("-R", "passes|WithoutItsExitCode|lostOnce")
